@@ -1,0 +1,37 @@
+// JSON (RFC 8259) reading and writing over Boost.JSON, with typed access.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <boost/json.hpp>
+
+namespace zendro::framework {
+
+namespace json = boost::json;
+
+/// A value is not of the type that the reader needs. The text says which conversion failed.
+class JsonError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Parses one JSON document into `out`, whose storage holds all that the document needs: give it a
+/// monotonic_resource for large ones. Never throws; false, with the cause in `error`, for anything
+/// that is not JSON, is nested deeper than 32, holds invalid UTF-8 or a number beyond a double's
+/// range.
+bool parse_json(std::string_view text, json::value& out, std::string& error);
+
+/// Typed reading. Each throws JsonError with the text given.
+const json::object& as_map(const json::value& value);          // "Cannot cast value to JSON map!"
+const json::array& as_array(const json::value& value);         // "Cannot cast value to JSON array!"
+std::int64_t as_integer(const json::value& value);             // "Cannot cast value to JSON integer!"
+std::string_view as_string(const json::value& value);          // "Cannot cast value to JSON string!"
+/// null is false.
+bool to_bool(const json::value& value);                        // "Cannot convert JSON value to bool!"
+/// null is 0.
+std::int64_t to_int64(const json::value& value);               // "Cannot convert JSON value to int64_t"
+
+}  // namespace zendro::framework

@@ -1,0 +1,86 @@
+// The package cache: the one object through which the window reaches the package model and its
+// operations.
+//
+// It binds a package type to its cache folder and keeps no list between calls: the files are the
+// only lasting state. Operations run synchronously on the calling thread, one at a time; between
+// processes (and caches of one process) a lock file in the cache root makes whole operations wait
+// for each other. No operation throws: every failure is reported through the message sink.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "framework/http.h"
+#include "framework/json.h"
+#include "msg/logger.h"
+#include "msg/message.h"
+#include "pkg/merged_view.h"
+#include "pkg/name_semver.h"
+#include "pkg/package_list.h"
+
+namespace zendro::pkg {
+
+/// What apply() does with the pairs that carry this code.
+inline constexpr int kActionInstall = 0;
+inline constexpr int kActionUninstall = 1;
+
+using filter_action_t = std::pair<std::string, int>;
+using transport_factory = std::function<std::unique_ptr<framework::HttpTransport>()>;
+
+class pkg_cache_t {
+ public:
+  /// `options` is the option set of the run; its "pkg.type" is set to `type` ("xsd", "xbrl").
+  pkg_cache_t(std::string_view type, const json::object& options);
+
+  // Sinks; each may be absent, which changes nothing but what is reported. They are called on the
+  // thread of the operation.
+  void set_message_sink(msg::MessageSink sink) { message_sink_ = std::move(sink); }
+  void set_log_sink(std::shared_ptr<msg::Logger> sink) { log_sink_ = std::move(sink); }
+  /// Makes the HTTP transport of each operation; the program's own unless set.
+  void set_transport_factory(transport_factory factory) { make_transport_ = std::move(factory); }
+
+  [[nodiscard]] const std::string& type() const { return type_; }
+  [[nodiscard]] const json::object& options() const { return options_; }
+
+  /// Whether the list of available packages exists.
+  [[nodiscard]] bool is_initialised() const;
+
+  /// The lists of the cache root; nothing, after a message, when one cannot be read. A list of
+  /// installed packages that does not exist is empty.
+  std::optional<pkgs_available_t> load_available();
+  std::optional<pkgs_available_t> load_installed();
+  /// Both lists merged, one row per identity, for the grid. A list that cannot be read counts as
+  /// empty, after its message; a cache that is not initialised gives no rows and no message.
+  merged_view_t load_view();
+
+  /// Collects the filters whose code equals `action` and installs or uninstalls them; true without
+  /// doing anything when there are none, false for an unknown action.
+  bool apply(std::span<const filter_action_t> pairs, int action);
+  bool install(const std::vector<std::string>& filters);
+  bool uninstall(const std::vector<std::string>& filters);
+  /// Brings the list of available packages up to date from the store, then the catalogs. Unless
+  /// `force`, the cache must be initialised.
+  bool update_store_information(bool force);
+  /// Takes over what a package file holds: its members and its entries. The names that it
+  /// provides, or nothing after a message.
+  std::optional<std::vector<std::string>> read_package_file(std::string_view path);
+
+ private:
+  struct operation;
+
+  std::string type_;
+  json::object options_;
+  msg::MessageSink message_sink_;
+  std::shared_ptr<msg::Logger> log_sink_;
+  transport_factory make_transport_;
+  std::mutex global_lock_;
+};
+
+}  // namespace zendro::pkg
