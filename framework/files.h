@@ -16,10 +16,20 @@ namespace zendro::framework {
 std::filesystem::path path_from_utf8(std::string_view text);
 std::string path_to_utf8(const std::filesystem::path& path);
 
-/// Opens a regular file for reading; null, with the cause in `error`, on failure.
+/// The path that a file: URL names (RFC 8089), percent-decoded; empty where the URL is no such URL,
+/// is not absolute, or names a file of another host.
+std::filesystem::path path_from_file_url(std::string_view url);
+
+/// Opens a regular file for reading; null, with the cause in `error`, on failure. Anything but a
+/// regular file is refused without waiting for it.
 std::shared_ptr<IOImpl_base> open_file(const std::filesystem::path& path, IoError& error);
 
-/// Reads a whole regular file of at most `limit` bytes; false, with the cause in `error`.
+/// Opens a regular file for writing: created when missing, emptied otherwise. Null, with the cause
+/// in `error`, on failure.
+std::shared_ptr<IOImpl_base> create_file(const std::filesystem::path& path, IoError& error);
+
+/// Reads a whole regular file of at most `limit` bytes into `out`, replacing what it held; false,
+/// with the cause in `error`.
 bool read_file(const std::filesystem::path& path, std::string& out, std::uint64_t limit,
                IoError& error);
 
@@ -27,15 +37,18 @@ bool read_file(const std::filesystem::path& path, std::string& out, std::uint64_
 enum class WriteOutcome { written, not_opened, not_written };
 
 /// Replaces the contents of a file in place (create or truncate, write, flush to storage, close).
-/// A failed flush or close counts as not_written.
+/// A failed flush or close counts as not_written. What a failed write left in the file stays.
 WriteOutcome write_file(const std::filesystem::path& path, std::string_view bytes, IoError& error);
 
 /// Creates a folder with its missing parents; true when it exists afterwards.
 bool create_folders(const std::filesystem::path& path, IoError& error);
 
+/// Whether a regular file stands there, reached through links or not.
 bool file_exists(const std::filesystem::path& path);
 
-/// A value that changes when a file's contents are replaced (0: the file does not exist).
+/// A value that changes when a file's contents are replaced (0: the file does not exist). It is
+/// made of the time of the last modification, in the file system's resolution, the size and the
+/// identity of the file, and of nothing else.
 std::uint64_t file_stamp(const std::filesystem::path& path);
 
 /// The full path of the running program; empty where the system does not tell.

@@ -1,8 +1,8 @@
 // An open folder whose entries are reached without ever following a link.
 //
-// Every name given to it is one path component. Links (also junctions) are refused when opened and
-// removed as themselves when deleted, so nothing outside the folder is ever read, written or
-// deleted through it, whatever another program puts there meanwhile.
+// Every name given to it is one path component; any other is refused. Links (also junctions) are
+// refused when opened and removed as themselves when deleted, so nothing outside the folder is ever
+// read, written or deleted through it, whatever another program puts there meanwhile.
 #pragma once
 
 #include <filesystem>
@@ -20,7 +20,8 @@ namespace zendro::framework {
 /// reserved device name, no trailing dot or blank; valid UTF-8 of at most 255 bytes.
 bool is_plain_name(std::string_view name);
 
-/// What stands under a name.
+/// What stands under a name. `other` is a link, a pipe or the like, or something that could not be
+/// looked at.
 enum class EntryKind { absent, file, folder, other };
 
 class Folder {
@@ -48,7 +49,9 @@ class Folder {
   /// Creates or truncates the regular file `name` for writing. A file that is known under a second
   /// name elsewhere (a hard link) is replaced by a new one, so that the other stays as it is.
   virtual std::shared_ptr<IOImpl_base> create_file(std::string_view name, IoError& error) const = 0;
+  /// Removes a file, or a link as itself.
   virtual bool remove_file(std::string_view name, IoError& error) const = 0;
+  /// Removes an empty folder.
   virtual bool remove_folder(std::string_view name, IoError& error) const = 0;
 };
 

@@ -25,13 +25,28 @@ class JsonError : public std::runtime_error {
 bool parse_json(std::string_view text, json::value& out, std::string& error);
 
 /// Typed reading. Each throws JsonError with the text given.
-const json::object& as_map(const json::value& value);          // "Cannot cast value to JSON map!"
-const json::array& as_array(const json::value& value);         // "Cannot cast value to JSON array!"
-std::int64_t as_integer(const json::value& value);             // "Cannot cast value to JSON integer!"
-std::string_view as_string(const json::value& value);          // "Cannot cast value to JSON string!"
+const json::object& as_map(const json::value& value);   // "Cannot cast value to JSON map!"
+const json::array& as_array(const json::value& value);  // "Cannot cast value to JSON array!"
+std::int64_t as_integer(const json::value& value);      // "Cannot cast value to JSON integer!"
+std::string_view as_string(const json::value& value);   // "Cannot cast value to JSON string!"
 /// null is false.
-bool to_bool(const json::value& value);                        // "Cannot convert JSON value to bool!"
-/// null is 0.
-std::int64_t to_int64(const json::value& value);               // "Cannot convert JSON value to int64_t"
+bool to_bool(const json::value& value);  // "Cannot convert JSON value to bool!"
+/// null is 0; a number that is no 64-bit integer throws "Cannot convert JSON value to int64_t", any
+/// other value "Cannot cast value to JSON integer!".
+std::int64_t to_int64(const json::value& value);
+
+/// Appends JSON texts to a string. One writer serves many values.
+class JsonWriter {
+ public:
+  explicit JsonWriter(std::string& out) : out_(out) {}
+  void append(const json::object& value);
+  void append(std::string_view text);
+
+ private:
+  void drain();
+
+  std::string& out_;
+  json::serializer serializer_;
+};
 
 }  // namespace zendro::framework

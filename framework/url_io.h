@@ -1,8 +1,9 @@
 // Opening byte streams by URL.
 //
-// Understood are paths and file: URLs, in-memory files below "memory://localhost/", members of zip
-// archives ("<archive URL>%7Czip/<member name>", nested to any sensible depth), and whatever the
-// current I/O callback knows. HTTP is not opened here: see http.h.
+// Understood are paths (taken as they are) and file: URLs (percent-decoded), in-memory files below
+// "memory://localhost/", members of zip archives ("<archive path or URL>%7Czip/<member name>", up
+// to 8 archives inside each other, of which the inner ones are unpacked into memory and may have
+// 256 MiB), and whatever the current I/O callback knows. HTTP is not opened here: see http.h.
 #pragma once
 
 #include <memory>
@@ -21,6 +22,8 @@ class IoCallback {
  public:
   virtual ~IoCallback() = default;
   /// A stream that is able to open `url`, not yet opened; null where the URL is none of its own.
+  /// Asked for every URL with a scheme other than file and memory: first for the whole URL of an
+  /// archive's member, then, after a null, for the archive's.
   virtual std::shared_ptr<IOImpl_base> create(std::string_view url) = 0;
 };
 

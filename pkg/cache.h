@@ -17,10 +17,10 @@
 #include <utility>
 #include <vector>
 
-#include "framework/http.h"
 #include "framework/json.h"
 #include "msg/logger.h"
 #include "msg/message.h"
+#include "pkg/core_context.h"
 #include "pkg/merged_view.h"
 #include "pkg/name_semver.h"
 #include "pkg/package_list.h"
@@ -32,8 +32,6 @@ inline constexpr int kActionInstall = 0;
 inline constexpr int kActionUninstall = 1;
 
 using filter_action_t = std::pair<std::string, int>;
-using transport_factory = std::function<std::unique_ptr<framework::HttpTransport>()>;
-
 class pkg_cache_t {
  public:
   /// `options` is the option set of the run; its "pkg.type" is set to `type` ("xsd", "xbrl").
@@ -49,8 +47,8 @@ class pkg_cache_t {
   [[nodiscard]] const std::string& type() const { return type_; }
   [[nodiscard]] const json::object& options() const { return options_; }
 
-  /// Whether the list of available packages exists.
-  [[nodiscard]] bool is_initialised() const;
+  /// Whether the list of available packages exists. Does not wait for an operation.
+  [[nodiscard]] bool is_initialised();
 
   /// The lists of the cache root; nothing, after a message, when one cannot be read. A list of
   /// installed packages that does not exist is empty.
@@ -73,7 +71,13 @@ class pkg_cache_t {
   std::optional<std::vector<std::string>> read_package_file(std::string_view path);
 
  private:
-  struct operation;
+  /// Runs `body` with a context of its own. Whatever it throws is reported; `failed` is the result
+  /// then.
+  template <typename Result, typename Body>
+  Result guarded(Result failed, const Body& body);
+  /// The same while no other operation runs on the cache root.
+  template <typename Result, typename Body>
+  Result run(Result failed, const Body& body);
 
   std::string type_;
   json::object options_;

@@ -13,8 +13,8 @@ namespace zendro::pkg {
 /// One package version that occurs in either list.
 struct version_view_t {
   name_semver_t identity;
-  meta_t meta;      ///< of the installed list where installed, else of the available list
-  bool available;   ///< stands in the available list proper, so that filters choose it
+  meta_t meta;     ///< of the installed list where installed, else of the available list
+  bool available;  ///< stands in the available list proper, so that filters choose it
   bool installed;
   bool deprecated;  ///< stands in the "_DEPRECATED" map of a list
 };

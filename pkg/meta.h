@@ -19,9 +19,9 @@ class meta_t {
 
   [[nodiscard]] const json::object& map() const { return *map_; }
 
-  [[nodiscard]] std::string_view name() const;             // "_name"
-  [[nodiscard]] std::string_view type() const;             // "_type"
-  [[nodiscard]] std::string_view pkg_installdir() const;   // "_pkg_installdir"
+  [[nodiscard]] std::string_view name() const;            // "_name"
+  [[nodiscard]] std::string_view type() const;            // "_type"
+  [[nodiscard]] std::string_view pkg_installdir() const;  // "_pkg_installdir"
   [[nodiscard]] std::string_view title() const;
   [[nodiscard]] std::string_view description() const;
   [[nodiscard]] std::string_view homepage() const;

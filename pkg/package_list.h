@@ -25,7 +25,7 @@ inline constexpr std::uint64_t kListLimit = 1ull << 30;
 /// A parsed JSON document with the arena that holds it. Shared and immutable once parsed.
 struct document_t {
   boost::json::monotonic_resource arena;
-  json::value root{&arena};
+  json::value root = json::value(json::storage_ptr(&arena));
 
   /// Null, with the cause in `error`, when the text is not JSON.
   static std::shared_ptr<const document_t> parse(std::string_view text, std::string& error);
@@ -33,6 +33,7 @@ struct document_t {
 
 struct package_t {
   name_semver_t identity;
+  std::string_view key;  ///< the identity as the document writes it
   meta_t meta;
 };
 
@@ -56,6 +57,7 @@ class pkgs_available_t {
 
   [[nodiscard]] const package_map_t& packages() const { return packages_; }
   [[nodiscard]] const package_map_t& deprecated() const { return deprecated_; }
+  /// "build_number" of "_META", null counting as 0; nothing where either is missing.
   [[nodiscard]] std::optional<std::int64_t> build_number() const { return build_number_; }
 
   /// The entry with exactly this identity, a deprecated one if there is no other; null if none.
@@ -73,9 +75,9 @@ class pkgs_available_t {
 
  private:
   struct member_t {
-    std::string key;
-    const json::value* value;
-    std::optional<name_semver_t> identity;  ///< nothing for "_META" and the like
+    std::string_view key;
+    const json::object* map;
+    bool is_package;  ///< false for "_META" and "_DEPRECATED"
   };
 
   std::vector<std::shared_ptr<const document_t>> documents_;
@@ -84,9 +86,5 @@ class pkgs_available_t {
   package_map_t deprecated_;
   std::optional<std::int64_t> build_number_;
 };
-
-/// The member "build_number" of "_META" of a list document: null counts as 0, nothing where either
-/// is missing; throws JsonError where they are of the wrong type.
-std::optional<std::int64_t> build_number_of(const json::value& document);
 
 }  // namespace zendro::pkg

@@ -1,0 +1,19 @@
+// Entry point: starts the toolkit, runs the application object, stops the toolkit.
+#include <string>
+#include <vector>
+
+#include <wx/app.h>
+#include <wx/init.h>
+
+#include "app/pkg_frontend_app.h"
+
+int main(int argc, char** argv) {
+  // Taken before the toolkit, which removes what it understands itself.
+  std::vector<std::string> arguments(argv, argv + argc);
+
+  wxApp::SetInstance(new wxApp);
+  if (!wxEntryStart(argc, argv)) return 1;
+  zendro::app::PkgFrontendApp(std::move(arguments)).InitInstance();
+  wxEntryCleanup();
+  return 0;
+}

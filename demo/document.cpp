@@ -1,0 +1,88 @@
+#include "demo/document.h"
+
+#include <filesystem>
+
+namespace zendro::demo {
+
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\r\n";
+
+bool is_alpha(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+bool is_scheme_char(char c) {
+  return is_alpha(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+}
+
+}  // namespace
+
+std::string collapse_white_space(std::string_view text) {
+  std::string out;
+  while (true) {
+    const auto start = text.find_first_not_of(kWhiteSpace);
+    if (start == std::string_view::npos) {
+      return out;
+    }
+    text.remove_prefix(start);
+    const std::string_view word = text.substr(0, text.find_first_of(kWhiteSpace));
+    if (!out.empty()) {
+      out += ' ';
+    }
+    out += word;
+    text.remove_prefix(word.size());
+  }
+}
+
+std::string first_sentences(std::string_view text, std::size_t length) {
+  std::size_t end = 0;
+  for (std::size_t stop = text.find(". "); stop != std::string_view::npos;
+       stop = text.find(". ", stop + 1)) {
+    if (end != 0 && stop + 1 > length) {
+      return std::string(text.substr(0, end));
+    }
+    end = stop + 1;
+  }
+  return std::string(end != 0 && text.size() > length ? text.substr(0, end) : text);
+}
+
+std::string first_url(std::string_view text) {
+  for (std::size_t at = text.find("http"); at != std::string_view::npos;
+       at = text.find("http", at + 1)) {
+    std::string_view url = text.substr(at);
+    if (!url.starts_with("http://") && !url.starts_with("https://")) {
+      continue;
+    }
+    url = url.substr(0, url.find_first_of(" \"'<>)"));
+    while (url.ends_with('.') || url.ends_with(',') || url.ends_with(';')) {
+      url.remove_suffix(1);
+    }
+    return std::string(url);
+  }
+  return {};
+}
+
+bool is_absolute(std::string_view location) {
+  const auto colon = location.find(':');
+  if (colon == std::string_view::npos || colon == 0 || !is_alpha(location.front())) {
+    return false;
+  }
+  return std::string_view::npos == location.substr(0, colon).find_first_of("/?#") && [&] {
+    for (const char c : location.substr(0, colon)) {
+      if (!is_scheme_char(c)) {
+        return false;
+      }
+    }
+    return true;
+  }();
+}
+
+std::string resolve_path(std::string_view document, std::string_view location) {
+  location = location.substr(0, location.find('#'));
+  if (location.empty()) {
+    return std::string(document);
+  }
+  const auto folder = std::filesystem::path(document).parent_path();
+  return (folder / location).lexically_normal().generic_string();
+}
+
+}  // namespace zendro::demo

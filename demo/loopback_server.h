@@ -1,0 +1,63 @@
+// A small HTTP(S) server on 127.0.0.1 that stands in for a package store: it serves byte strings
+// and files by path, remembers what it was asked, and commits on demand the faults that a client
+// has to survive. Answers on threads of its own; all members may be called from any thread, also
+// while it serves. Its destructor breaks off whatever still runs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "demo/loopback_reply.h"
+#include "demo/self_signed.h"
+#include "framework/http.h"
+
+namespace zendro::demo {
+
+/// A request as it arrived.
+struct ServedRequest {
+  std::string method;
+  std::string path;  ///< with its query, percent-encoded as it was sent
+  framework::HttpHeaders headers;
+  std::string body;
+};
+
+class LoopbackServer {
+ public:
+  /// Listens on 127.0.0.1; port 0 picks a free one. With an identity it speaks TLS only. Throws
+  /// std::runtime_error where the port cannot be had.
+  explicit LoopbackServer(std::uint16_t port = 0, const std::optional<TlsIdentity>& identity = {});
+  ~LoopbackServer();
+  LoopbackServer(const LoopbackServer&) = delete;
+  LoopbackServer& operator=(const LoopbackServer&) = delete;
+
+  /// "http://127.0.0.1:<port>/" with `path` appended, which has no slash in front.
+  [[nodiscard]] std::string url(std::string_view path = {}) const;
+
+  /// Answers requests for `path` ("/a/b%20c.zip", without a query) with `reply` from now on. A path
+  /// that is not served answers with 404.
+  void serve(const std::string& path, Reply reply);
+  /// Commits `fault` on requests for `path`, which need not be served, from now on.
+  void set_fault(const std::string& path, Fault fault);
+  void clear_faults();
+
+  /// Calls `observer` after every request has been read, on the thread that answers it.
+  void observe(std::function<void(const ServedRequest&)> observer);
+  /// The requests so far, in the order in which they were read.
+  [[nodiscard]] std::vector<ServedRequest> requests() const;
+  /// How many of them were for `path`, whatever their query.
+  [[nodiscard]] std::size_t request_count(std::string_view path) const;
+  /// The number of connections accepted so far.
+  [[nodiscard]] std::size_t connections() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace zendro::demo

@@ -1,0 +1,57 @@
+// File descriptors with an owner, and the one way in which regular files are opened (POSIX).
+#pragma once
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "framework/io.h"
+
+namespace zendro::framework {
+
+/// Owns a file descriptor; closes it at the end.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    if (this != &other) {
+      close();
+      fd_ = other.release();
+    }
+    return *this;
+  }
+  ~Descriptor() { close(); }
+
+  explicit operator bool() const { return fd_ >= 0; }
+  [[nodiscard]] int get() const { return fd_; }
+  int release() { return std::exchange(fd_, -1); }
+  /// Closes the descriptor, if any is left; false, with the cause in errno, when that failed.
+  bool close();
+
+ private:
+  int fd_;
+};
+
+/// Repeats a system call for as long as signals interrupt it.
+template <typename Call>
+auto retry_interrupted(Call call) {
+  auto result = call();
+  while (result == -1 && errno == EINTR) result = call();
+  return result;
+}
+
+/// The system's text for an error number.
+std::string system_cause(int code);
+
+/// "<label>: <the system's text>".
+IoError system_error(std::string_view label, int code);
+
+/// Opens `name`, relative to the open folder `folder` (or AT_FDCWD), with the access mode and the
+/// O_CREAT, O_EXCL and O_NOFOLLOW of `flags`. Only a regular file is accepted, and a pipe never
+/// blocks. Empty, with the cause in `error`, on failure.
+Descriptor open_regular(int folder, const std::string& name, int flags, std::string_view label,
+                        IoError& error);
+
+}  // namespace zendro::framework

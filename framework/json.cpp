@@ -1,0 +1,157 @@
+#include "framework/json.h"
+
+#include <cmath>
+
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/src.hpp>
+
+namespace zendro::framework {
+namespace {
+
+constexpr std::size_t kMaxDepth = 32;
+
+// Builds values like the library's own parser, but refuses numbers that became infinite: they
+// could not be written as JSON again.
+struct ValueBuilder {
+  static constexpr std::size_t max_object_size = json::object::max_size();
+  static constexpr std::size_t max_array_size = json::array::max_size();
+  static constexpr std::size_t max_key_size = json::string::max_size();
+  static constexpr std::size_t max_string_size = json::string::max_size();
+
+  json::value_stack stack;
+
+  bool on_document_begin(json::error_code&) { return true; }
+  bool on_document_end(json::error_code&) { return true; }
+  bool on_object_begin(json::error_code&) { return true; }
+  bool on_object_end(std::size_t size, json::error_code&) {
+    stack.push_object(size);
+    return true;
+  }
+  bool on_array_begin(json::error_code&) { return true; }
+  bool on_array_end(std::size_t size, json::error_code&) {
+    stack.push_array(size);
+    return true;
+  }
+  bool on_key_part(json::string_view text, std::size_t, json::error_code&) {
+    stack.push_chars(text);
+    return true;
+  }
+  bool on_key(json::string_view text, std::size_t, json::error_code&) {
+    stack.push_key(text);
+    return true;
+  }
+  bool on_string_part(json::string_view text, std::size_t, json::error_code&) {
+    stack.push_chars(text);
+    return true;
+  }
+  bool on_string(json::string_view text, std::size_t, json::error_code&) {
+    stack.push_string(text);
+    return true;
+  }
+  bool on_number_part(json::string_view, json::error_code&) { return true; }
+  bool on_int64(std::int64_t number, json::string_view, json::error_code&) {
+    stack.push_int64(number);
+    return true;
+  }
+  bool on_uint64(std::uint64_t number, json::string_view, json::error_code&) {
+    stack.push_uint64(number);
+    return true;
+  }
+  bool on_double(double number, json::string_view, json::error_code& error) {
+    if (!std::isfinite(number)) {
+      error = json::error::exponent_overflow;
+      return false;
+    }
+    stack.push_double(number);
+    return true;
+  }
+  bool on_bool(bool value, json::error_code&) {
+    stack.push_bool(value);
+    return true;
+  }
+  bool on_null(json::error_code&) {
+    stack.push_null();
+    return true;
+  }
+  bool on_comment_part(json::string_view, json::error_code&) { return true; }
+  bool on_comment(json::string_view, json::error_code&) { return true; }
+};
+
+template <typename Result>
+const Result& cast(const Result* pointer, const char* failure) {
+  if (pointer == nullptr) throw JsonError(failure);
+  return *pointer;
+}
+
+}  // namespace
+
+bool parse_json(std::string_view text, json::value& out, std::string& error) {
+  try {
+    json::parse_options options;
+    options.max_depth = kMaxDepth;
+    json::basic_parser<ValueBuilder> parser(options);
+    parser.handler().stack.reset(out.storage());
+    json::error_code code;
+    const std::size_t used = parser.write_some(false, text.data(), text.size(), code);
+    if (!code && used < text.size()) code = json::error::extra_data;
+    if (code) {
+      error = code.message() + " at byte " + std::to_string(used);
+      return false;
+    }
+    out = parser.handler().stack.release();
+    return true;
+  } catch (const std::exception& exception) {
+    error = exception.what();
+    return false;
+  }
+}
+
+const json::object& as_map(const json::value& value) {
+  return cast(value.if_object(), "Cannot cast value to JSON map!");
+}
+
+const json::array& as_array(const json::value& value) {
+  return cast(value.if_array(), "Cannot cast value to JSON array!");
+}
+
+std::int64_t as_integer(const json::value& value) {
+  return cast(value.if_int64(), "Cannot cast value to JSON integer!");
+}
+
+std::string_view as_string(const json::value& value) {
+  const json::string& text = cast(value.if_string(), "Cannot cast value to JSON string!");
+  return {text.data(), text.size()};
+}
+
+bool to_bool(const json::value& value) {
+  if (value.is_null()) return false;
+  return cast(value.if_bool(), "Cannot convert JSON value to bool!");
+}
+
+std::int64_t to_int64(const json::value& value) {
+  if (value.is_null()) return 0;
+  if (value.is_number() && !value.is_int64()) {
+    throw JsonError("Cannot convert JSON value to int64_t");
+  }
+  return as_integer(value);
+}
+
+void JsonWriter::append(const json::object& value) {
+  serializer_.reset(&value);
+  drain();
+}
+
+void JsonWriter::append(std::string_view text) {
+  serializer_.reset(json::string_view(text.data(), text.size()));
+  drain();
+}
+
+void JsonWriter::drain() {
+  char block[4096];
+  while (!serializer_.done()) {
+    const json::string_view part = serializer_.read(block);
+    out_.append(part.data(), part.size());
+  }
+}
+
+}  // namespace zendro::framework

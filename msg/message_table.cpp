@@ -1,0 +1,55 @@
+#include "msg/message_table.h"
+
+#include <array>
+#include <cstddef>
+
+namespace zendro::msg {
+namespace {
+
+// One slot more than there are messages: the empty one answers for unknown codes.
+constexpr std::array kIdentifiers = {
+#define ZENDRO_MESSAGE(identifier, text) L## #identifier,
+#include "msg/messages.def"
+#undef ZENDRO_MESSAGE
+    static_cast<const wchar_t*>(nullptr)};
+
+constexpr std::array kTexts = {
+#define ZENDRO_MESSAGE(identifier, text) text,
+#include "msg/messages.def"
+#undef ZENDRO_MESSAGE
+    static_cast<const wchar_t*>(nullptr)};
+
+static_assert(kIdentifiers.size() == 84 && kTexts.size() == 84);
+
+template <std::size_t size>
+std::wstring_view entry(const std::array<const wchar_t*, size>& table, int code) {
+  const bool known = code >= 0 && code < static_cast<int>(size);
+  const wchar_t* text = known ? table[static_cast<std::size_t>(code)] : nullptr;
+  return text == nullptr ? std::wstring_view() : std::wstring_view(text);
+}
+
+constexpr std::array<std::wstring_view, 5> kParameterRoles = {L"location", L"main", L"hint",
+                                                              L"subParam", L""};
+
+// Singular and plural of schemas, then of taxonomies.
+constexpr std::array<std::wstring_view, 4> kTypeLabels = {L"XML Schema", L"XML Schemas",
+                                                          L"XBRL Taxonomy", L"XBRL Taxonomies"};
+
+}  // namespace
+
+std::wstring_view message_identifier(int code) { return entry(kIdentifiers, code); }
+
+std::wstring_view message_text(int code) { return entry(kTexts, code); }
+
+std::wstring_view parameter_role(int role) {
+  const bool known = role >= 0 && role < static_cast<int>(kParameterRoles.size());
+  return known ? kParameterRoles[static_cast<std::size_t>(role)] : kParameterRoles.back();
+}
+
+std::wstring_view type_label(std::string_view type, bool plural) {
+  if (type == "xsd") return kTypeLabels[plural ? 1 : 0];
+  if (type == "xbrl") return kTypeLabels[plural ? 3 : 2];
+  return {};
+}
+
+}  // namespace zendro::msg

@@ -1,0 +1,64 @@
+#include "packages_ui/operations.h"
+
+#include <exception>
+#include <utility>
+
+#include "msg/utf.h"
+#include "packages_ui/shown_text.h"
+
+namespace zendro::packages_ui {
+
+Operations::Operations(std::shared_ptr<pkg::pkg_cache_t> cache,
+                       std::shared_ptr<msg::LogHandler> log, ShowText show_text)
+    : cache_(std::move(cache)), log_(std::move(log)), show_text_(std::move(show_text)) {}
+
+LoadedPackages Operations::update_and_load() {
+  // Forced, so that a machine without a list gets one.
+  return run_and_load([this] { cache_->update_store_information(true); });
+}
+
+LoadedPackages Operations::apply_and_load(const std::vector<pkg::filter_action_t>& requests) {
+  return run_and_load([&] {
+    if (cache_->apply(requests, pkg::kActionUninstall)) {
+      cache_->apply(requests, pkg::kActionInstall);
+    }
+  });
+}
+
+LoadedPackages Operations::run_and_load(const std::function<void()>& operation) {
+  auto logger = std::make_shared<msg::Logger>();
+  logger->add_handler(log_);
+  cache_->set_log_sink(std::move(logger));
+  cache_->set_message_sink([this](const msg::Message& message) { show(message); });
+  guarded(operation);
+
+  LoadedPackages loaded;
+  guarded([&] {
+    bool reported = false;
+    cache_->set_message_sink([&](const msg::Message& message) {
+      reported = true;
+      show(message);
+    });
+    pkg::merged_view_t view = cache_->load_view();
+    loaded.table = std::make_unique<PackageTable>(cache_->type(), std::move(view));
+    loaded.complete = !reported;
+  });
+  cache_->set_message_sink({});
+  cache_->set_log_sink({});
+  return loaded;
+}
+
+// Whatever is thrown ends the step, never the program.
+void Operations::guarded(const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const std::exception& error) {
+    show_text_(msg::to_wide(error.what()));
+  } catch (...) {
+    show_text_(L"Unknown error.");
+  }
+}
+
+void Operations::show(const msg::Message& message) { show_text_(shown_text(message)); }
+
+}  // namespace zendro::packages_ui

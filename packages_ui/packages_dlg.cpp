@@ -1,0 +1,299 @@
+#include "packages_ui/packages_dlg.h"
+
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <wx/animate.h>
+#include <wx/button.h>
+#include <wx/display.h>
+#include <wx/mstream.h>
+#include <wx/sizer.h>
+#include <wx/utils.h>
+#include <wx/xml/xml.h>
+#include <wx/xrc/xmlres.h>
+
+#include "msg/utf.h"
+#include "packages_ui/button_states.h"
+#include "packages_ui/dialog_questions.h"
+#include "packages_ui/embedded_files.h"
+#include "packages_ui/pending_changes.h"
+#include "packages_ui/pictures.h"
+#include "packages_ui/shown_text.h"
+#include "packages_ui/ui_messages.h"
+
+namespace zendro::packages_ui {
+namespace {
+
+constexpr char kFormName[] = "IDD_PACKAGESUI_PACKAGESDLG";
+// In device-independent pixels.
+constexpr int kInitialWidth = 880;
+constexpr int kInitialHeight = 760;
+constexpr int kIconSize = 32;
+constexpr int kProgressWidth = 60;
+constexpr int kProgressHeight = 20;
+
+// Makes the form known to the toolkit, with the numbers of its controls. Once per process.
+void register_form() {
+  static bool registered = false;
+  if (std::exchange(registered, true)) return;
+  const std::pair<const char*, int> kIds[] = {
+      {"treePackages", kIdTreePackages}, {"btnPatch", kIdPatch},       {"btnClear", kIdClear},
+      {"btnReset", kIdReset},            {"aniProgress", kIdProgress}, {"OK", kIdApply},
+      {"Cancel", kIdClose}};
+  for (const auto& [name, id] : kIds) wxXmlResource::GetXRCID(name, id);
+
+  wxXmlResource::Get()->InitAllHandlers();
+  const auto bytes = embedded_file("packages_dlg");
+  wxMemoryInputStream stream(bytes.data(), bytes.size());
+  auto document = std::make_unique<wxXmlDocument>(stream);
+  if (!document->IsOk() || !wxXmlResource::Get()->LoadDocument(document.release())) {
+    throw std::runtime_error("The form of the window cannot be read.");
+  }
+}
+
+}  // namespace
+
+class PackagesDlg::LogHandler : public msg::LogHandler {
+ public:
+  explicit LogHandler(PackagesDlg* dialog) : dialog_(dialog) {}
+  void handle_line(std::int64_t, std::wstring_view, std::wstring_view line) override {
+    dialog_->pane_->append_line(std::wstring(line));
+  }
+
+ private:
+  PackagesDlg* dialog_;
+};
+
+PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
+                         std::shared_ptr<framework::ActionPoster> window_thread,
+                         std::vector<std::string> preselection)
+    : cache_(std::move(cache)),
+      window_thread_(std::move(window_thread)),
+      preselection_(std::move(preselection)),
+      questions_(std::make_unique<DialogQuestions>(this)) {
+  register_form();
+  load_form(parent);
+  create_controls();
+  operations_ = std::make_unique<Operations>(
+      cache_, std::make_shared<LogHandler>(this),
+      [this](std::wstring text) { pane_->append_line(std::move(text)); });
+  bind_events();
+}
+
+PackagesDlg::~PackagesDlg() {
+  alive_.reset();
+  // The toolkit destroys the grid after the selection that it shows.
+  grid_->show_nothing();
+}
+
+void PackagesDlg::load_form(wxWindow* parent) {
+  if (!wxXmlResource::Get()->LoadDialog(this, parent, kFormName)) {
+    throw std::runtime_error("The form of the window cannot be read.");
+  }
+  SetAffirmativeId(kIdApply);
+  SetEscapeId(kIdClose);
+}
+
+void PackagesDlg::create_controls() {
+  auto* output = XRCCTRL(*this, "edtOutput", wxTextCtrl);
+  pane_ = std::make_unique<OutputPane>(output, post_to_this());
+
+  // The form has an empty place for each control that is ours to make.
+  const auto place_of = [this](const char* name) {
+    wxWindow* place = FindWindowByName(wxString(name) + "_container", this);
+    place->SetId(NewControlId());  // the number is the control's
+    return place;
+  };
+  grid_ = new PackagesRelDisp(place_of("treePackages"), [this] { return caption_of(kIdPatch); });
+  wxXmlResource::Get()->AttachUnknownControl("treePackages", grid_, this);
+
+  progress_ = new wxAnimationCtrl(place_of("aniProgress"), wxID_ANY);
+  progress_->SetAnimation(
+      progress_picture(*progress_, FromDIP(wxSize(kProgressWidth, kProgressHeight))));
+  progress_->InvalidateBestSize();  // it was found out without the picture
+  wxXmlResource::Get()->AttachUnknownControl("aniProgress", progress_, this);
+  progress_->Hide();
+
+  GetSizer()->SetSizeHints(this);
+  const wxRect screen = wxDisplay(this).GetClientArea();
+  wxSize size = FromDIP(wxSize(kInitialWidth, kInitialHeight));
+  size.DecTo(screen.GetSize());
+  SetSize(size);
+  CentreOnScreen();
+}
+
+void PackagesDlg::bind_events() {
+  Bind(wxEVT_INIT_DIALOG, &PackagesDlg::OnInitDialog, this);
+  Bind(wxEVT_CLOSE_WINDOW, &PackagesDlg::OnClose, this);
+  Bind(wxEVT_CHAR_HOOK, &PackagesDlg::OnCharHook, this);
+  const auto on_button = [this](int id, std::function<void()> action) {
+    Bind(
+        wxEVT_BUTTON, [action = std::move(action)](wxCommandEvent&) { action(); }, id);
+  };
+  on_button(kIdApply, [this] { OnOK(); });
+  on_button(kIdClose, [this] { Close(); });
+  on_button(kIdPatch, [this] { selection_->choose_all_patches(); });
+  on_button(kIdClear, [this] { selection_->deselect_all(); });
+  on_button(kIdReset, [this] { selection_->reset(); });
+}
+
+void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
+  event.Skip();
+  SetIcons(wxIconBundle(picture("PackageManager_cmd", kIconSize).GetIcon(
+      FromDIP(wxSize(kIconSize, kIconSize)))));
+  SetTitle(wxString(ui_message(cache_->type() == "xbrl" ? UiCode::PackageUICaptionTaxonomy
+                                                        : UiCode::PackageUICaptionSchema)));
+  pane_->clear();
+  pane_->append_line(ui_message(UiCode::PackageUIUpdating));
+  start([this] { return operations_->update_and_load(); },
+        [this](LoadedPackages loaded) {
+          if (!loaded.table) return;
+          show_loaded(std::move(loaded.table));
+          if (loaded.complete || !pending_changes(*selection_).empty()) {
+            pane_->append_line(summary());
+          }
+        });
+}
+
+void PackagesDlg::OnOK() {
+  if (!idle_ || selection_ == nullptr) return;
+  const std::vector<pkg::filter_action_t> pairs = requests(*selection_);
+  if (pairs.empty()) return;
+  pane_->clear();
+  start([this, pairs] { return operations_->apply_and_load(pairs); },
+        [this](LoadedPackages loaded) {
+          if (loaded.table) show_loaded(std::move(loaded.table));
+        });
+}
+
+// Runs `operation` on the worker and `completion` with its result on the window thread.
+void PackagesDlg::start(std::function<LoadedPackages()> operation,
+                        std::function<void(LoadedPackages)> completion) {
+  set_idle(false);
+  disable_buttons();
+  try {
+    worker_.start([this, operation = std::move(operation), completion = std::move(completion),
+                   post = post_to_this()] {
+      // Shared, because a posted action is copied and a table is not.
+      const auto loaded = std::make_shared<LoadedPackages>(operation());
+      post([this, loaded, completion] {
+        set_idle(true);
+        const wxBusyCursor busy;
+        completion(std::move(*loaded));
+        update_buttons();
+      });
+    });
+  } catch (const std::system_error& error) {
+    pane_->append_line(msg::to_wide(error.what()));
+    set_idle(true);
+    update_buttons();
+  }
+}
+
+void PackagesDlg::show_loaded(std::unique_ptr<PackageTable> table) {
+  filling_ = true;
+  auto selection = std::make_unique<Selection>(std::move(table), *questions_, *this);
+  const std::vector<std::string> preselection = std::exchange(preselection_, {});
+  if (!preselection.empty()) selection->preselect(preselection);
+  grid_->show(*selection);
+  selection_ = std::move(selection);
+  filling_ = false;
+}
+
+void PackagesDlg::OnClose(wxCloseEvent& event) {
+  if (!idle_ && event.CanVeto()) {
+    event.Veto();
+    return;
+  }
+  if (IsModal()) {
+    EndModal(kIdClose);
+  } else {
+    Hide();
+  }
+}
+
+void PackagesDlg::OnCharHook(wxKeyEvent& event) {
+  const int key = event.GetKeyCode();
+  if (event.GetModifiers() == wxMOD_NONE) {
+    if (key == WXK_ESCAPE) {
+      Close();
+      return;
+    }
+    if ((key == WXK_RETURN || key == WXK_NUMPAD_ENTER) &&
+        dynamic_cast<wxButton*>(FindFocus()) == nullptr) {
+      if (FindWindow(kIdApply)->IsEnabled()) OnOK();
+      return;
+    }
+    if (grid_has_focus()) {
+      if (key == WXK_SPACE) {
+        grid_->toggle_current();
+        return;
+      }
+      // Letters would open the control's own search, which swallows the keys that follow.
+      if (key > WXK_SPACE && key < WXK_DELETE && key != '+' && key != '-') return;
+    }
+  }
+  event.Skip();
+}
+
+bool PackagesDlg::grid_has_focus() const {
+  const wxWindow* focus = FindFocus();
+  return focus != nullptr && (focus == grid_ || grid_->IsDescendant(const_cast<wxWindow*>(focus)));
+}
+
+void PackagesDlg::selection_changed() {
+  if (filling_) return;
+  grid_->selection_changed();
+  pane_->replace(summary());
+  update_buttons();
+}
+
+void PackagesDlg::report(const msg::Message& message) { pane_->append_line(shown_text(message)); }
+
+void PackagesDlg::update_buttons() {
+  const ButtonStates states = selection_ ? button_states(*selection_) : ButtonStates{};
+  FindWindow(kIdApply)->Enable(states.changed);
+  FindWindow(kIdReset)->Enable(states.changed);
+  FindWindow(kIdClear)->Enable(states.any_checked);
+  FindWindow(kIdPatch)->Enable(states.patchable);
+  wxWindow* close = FindWindow(kIdClose);
+  close->Enable();
+  close->SetLabel(wxString(ui_message(states.changed ? UiCode::PackageUIButtonCancel
+                                                     : UiCode::PackageUIButtonClose)));
+}
+
+void PackagesDlg::disable_buttons() {
+  for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) FindWindow(id)->Disable();
+}
+
+void PackagesDlg::set_idle(bool idle) {
+  idle_ = idle;
+  grid_->set_locked(!idle);
+  progress_->Show(!idle);
+  if (idle) {
+    progress_->Stop();
+  } else {
+    progress_->Play();
+  }
+}
+
+std::wstring PackagesDlg::caption_of(int id) const {
+  return dynamic_cast<const wxButton&>(*FindWindow(id)).GetLabelText().ToStdWstring();
+}
+
+std::wstring PackagesDlg::summary() const {
+  return summary_text(*selection_, caption_of(kIdApply));
+}
+
+OutputPane::Post PackagesDlg::post_to_this() const {
+  return [poster = window_thread_, alive = std::weak_ptr<bool>(alive_)](
+             std::function<void()> action) {
+    poster->post([alive, action = std::move(action)] {
+      if (!alive.expired()) action();
+    });
+  };
+}
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,94 @@
+// The package-manager dialog: the one window of the program.
+//
+// It brings the package information up to date, shows it in the grid, sums up what the user chose,
+// and applies it. Whatever touches disk or network runs on a worker thread; the worker reaches the
+// window only through posted actions, which are dropped once the window is gone.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <wx/dialog.h>
+
+#include "framework/action_poster.h"
+#include "msg/logger.h"
+#include "packages_ui/operations.h"
+#include "packages_ui/output_pane.h"
+#include "packages_ui/packages_rel_disp.h"
+#include "packages_ui/parent_ui.h"
+#include "packages_ui/questions.h"
+#include "packages_ui/selection.h"
+#include "packages_ui/worker.h"
+
+class wxAnimationCtrl;
+
+namespace zendro::packages_ui {
+
+/// The controls of the form.
+inline constexpr int kIdTreePackages = 1001;
+inline constexpr int kIdPatch = 1003;
+inline constexpr int kIdClear = 1004;
+inline constexpr int kIdReset = 1005;
+inline constexpr int kIdProgress = 1006;
+inline constexpr int kIdApply = 1;
+inline constexpr int kIdClose = 2;
+
+class PackagesDlg : public wxDialog, public ParentUI {
+ public:
+  /// The cache's sinks are the dialog's from now on. `window_thread` posts to the thread that
+  /// makes the dialog. `preselection` holds identities to be ticked once the packages are known.
+  PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
+              std::shared_ptr<framework::ActionPoster> window_thread,
+              std::vector<std::string> preselection);
+  ~PackagesDlg() override;
+
+  /// Whether no operation runs.
+  [[nodiscard]] bool idle() const { return idle_; }
+
+ private:
+  /// Appends the lines of a run to the output pane.
+  class LogHandler;
+
+  void load_form(wxWindow* parent);
+  void create_controls();
+  void bind_events();
+
+  void OnInitDialog(wxInitDialogEvent& event);
+  void OnOK();
+  void OnClose(wxCloseEvent& event);
+  void OnCharHook(wxKeyEvent& event);
+
+  void selection_changed() override;
+  void report(const msg::Message& message) override;
+
+  void start(std::function<LoadedPackages()> operation,
+             std::function<void(LoadedPackages)> completion);
+  void show_loaded(std::unique_ptr<PackageTable> table);
+  void update_buttons();
+  void disable_buttons();
+  void set_idle(bool idle);
+  [[nodiscard]] bool grid_has_focus() const;
+  [[nodiscard]] std::wstring caption_of(int id) const;
+  [[nodiscard]] std::wstring summary() const;
+  [[nodiscard]] OutputPane::Post post_to_this() const;
+
+  std::shared_ptr<pkg::pkg_cache_t> cache_;
+  std::shared_ptr<framework::ActionPoster> window_thread_;
+  std::vector<std::string> preselection_;
+  /// Posted actions hold this weakly: they run only while the dialog exists.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+
+  PackagesRelDisp* grid_ = nullptr;
+  wxAnimationCtrl* progress_ = nullptr;
+  std::unique_ptr<OutputPane> pane_;
+  std::unique_ptr<SelectionQuestions> questions_;
+  std::unique_ptr<Selection> selection_;
+  std::unique_ptr<Operations> operations_;
+  bool idle_ = false;
+  bool filling_ = false;  ///< the grid is being filled: changes of the selection are not the user's
+  Worker worker_;         ///< last, so that its work ends before anything that it uses
+};
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,55 @@
+// The rows of the grid as the toolkit asks for them: an item view over the selection.
+//
+// Holds nothing of its own; every cell is read from the selection when it is drawn.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <wx/bmpbndl.h>
+#include <wx/dataview.h>
+
+#include "packages_ui/selection.h"
+
+namespace zendro::packages_ui {
+
+class PackagesViewbase : public wxDataViewModel {
+ public:
+  enum Column : unsigned { kPackage, kTitle, kState, kPublisher, kColumnCount };
+
+  /// `selection` outlives the view. `on_check` is called when the user clicks the box of a row.
+  PackagesViewbase(const Selection& selection, std::function<void(const wxDataViewItem&)> on_check);
+
+  static wxDataViewItem package_item(PackageId package);
+  static wxDataViewItem version_item(RowId row);
+  /// The package of a package row; nothing for any other row.
+  static std::optional<PackageId> package_of(const wxDataViewItem& item);
+  /// The version of a version row; nothing for any other row.
+  static std::optional<RowId> version_of(const wxDataViewItem& item);
+
+  void GetValue(wxVariant& value, const wxDataViewItem& item, unsigned int column) const override;
+  bool SetValue(const wxVariant& value, const wxDataViewItem& item, unsigned int column) override;
+  /// Rows that cannot be ticked are grey.
+  bool GetAttr(const wxDataViewItem& item, unsigned int column,
+               wxDataViewItemAttr& attributes) const override;
+  bool IsEnabled(const wxDataViewItem& item, unsigned int column) const override;
+  wxDataViewItem GetParent(const wxDataViewItem& item) const override;
+  bool IsContainer(const wxDataViewItem& item) const override;
+  bool HasContainerColumns(const wxDataViewItem& item) const override;
+  unsigned int GetChildren(const wxDataViewItem& item, wxDataViewItemArray& children) const override;
+
+ private:
+  ~PackagesViewbase() override = default;
+  [[nodiscard]] wxVariant box_cell(const wxDataViewItem& item) const;
+  [[nodiscard]] std::wstring text_cell(const wxDataViewItem& item, unsigned int column) const;
+  [[nodiscard]] wxBitmapBundle icon(std::string_view name) const;
+
+  const Selection& selection_;
+  std::function<void(const wxDataViewItem&)> on_check_;
+  mutable std::map<std::string_view, wxBitmapBundle> icons_;
+};
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,34 @@
+// What Apply would do, as lists, as text and as requests to the package cache.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "packages_ui/selection.h"
+#include "pkg/cache.h"
+
+namespace zendro::packages_ui {
+
+/// Version rows in grid order.
+struct PendingChanges {
+  std::vector<RowId> uninstall;  ///< installed and not checked
+  std::vector<RowId> patch;      ///< installed, checked and the patch chosen
+  std::vector<RowId> install;    ///< checked and not installed
+
+  [[nodiscard]] bool empty() const {
+    return uninstall.empty() && patch.empty() && install.empty();
+  }
+};
+
+PendingChanges pending_changes(const Selection& selection);
+
+/// The summary for the output pane; lines end with "\r\n". With nothing pending it says what to do,
+/// naming the Apply button by its caption.
+std::wstring summary_text(const Selection& selection, std::wstring_view apply_caption);
+
+/// The requests: uninstalls, then patches (as installs of the patch level), then installs; none
+/// twice.
+std::vector<pkg::filter_action_t> requests(const Selection& selection);
+
+}  // namespace zendro::packages_ui

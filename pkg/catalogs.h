@@ -1,0 +1,17 @@
+// The three catalog files of a cache root, written from what is installed.
+#pragma once
+
+#include "pkg/core_context.h"
+#include "pkg/package_list.h"
+
+namespace zendro::pkg {
+
+/// Throws framework::JsonError where what the package supplies to the catalogs has a wrong type.
+void check_catalog_entries(const package_t& package);
+
+/// Loads the list of installed packages and writes "namespace-mapping-catalog.xml", "catalog.xml"
+/// and "remapping.xml", in this order. The first that cannot be written ends the update. Failures
+/// are reported by whoever met them.
+bool update_catalogs(core_context_t& context);
+
+}  // namespace zendro::pkg

@@ -1,0 +1,164 @@
+#include "pkg/download.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "framework/digest.h"
+#include "framework/folder.h"
+#include "framework/http.h"
+#include "pkg/package_folder.h"
+#include "pkg/percent_encoding.h"
+#include "pkg/remote_io_log.h"
+#include "pkg/store.h"
+
+namespace zendro::pkg {
+namespace {
+
+using framework::EntryKind;
+using framework::Folder;
+using framework::IoError;
+using framework::IOImpl_base;
+using framework::Sha256Digest;
+
+// The download of one package.
+class package_download {
+ public:
+  package_download(core_context_t& context, const package_t& package)
+      : context_(context),
+        package_(package),
+        place_(context, package.meta),
+        block_(framework::kIoBlock) {}
+
+  bool run() {
+    if (!open_folder()) return false;
+    const json::object* files = package_.meta.files();
+    if (files == nullptr) return true;
+    for (const json::key_value_pair& file : *files) {
+      const std::string_view member(file.key().data(), file.key().size());
+      if (!provide(member, framework::as_string(file.value()))) return false;
+    }
+    return true;
+  }
+
+ private:
+  bool open_folder() {
+    std::string cause;
+    IoError error;
+    if (place_.is_safe(context_, cause)) {
+      folder_ = place_.open(error);
+      if (folder_) return true;
+      context_.log(msg::Code::log_create_folder, msg::kLevelProgress,
+                   {path_argument(place_.path())});
+      folder_ = place_.create(error);
+      if (folder_) return true;
+      cause = error.text;
+    }
+    return context_.fail(msg::Code::create_folder, {path_argument(place_.path())}, cause);
+  }
+
+  // Proves a member, or downloads it.
+  bool provide(std::string_view member, std::string_view digest_text) {
+    const std::optional<Sha256Digest> expected = framework::parse_sha256(digest_text);
+    if (!expected) {
+      return context_.fail(msg::Code::checksum_invalid,
+                           {pkg_argument(package_.identity), text_argument(L"file", member),
+                            text_argument(L"sum", digest_text), context_.pkgtype()});
+    }
+    const std::string local_name = local_member_name(member);
+    if (folder_->kind_of(local_name) != EntryKind::absent) {
+      context_.log(msg::Code::log_file_exists, msg::kLevelDetail,
+                   {path_argument(place_.path() + local_name)});
+      if (digest_of_local(local_name) == expected) return true;
+      context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress, mismatch(member));
+    }
+    return download(member, local_name, *expected);
+  }
+
+  std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
+    IoError error;  // what is unreadable is downloaded anew
+    const std::shared_ptr<IOImpl_base> file = folder_->open_file(local_name, error);
+    framework::Sha256 digest;
+    if (!file || !copy(*file, nullptr, digest)) return std::nullopt;
+    return digest.finish();
+  }
+
+  bool download(std::string_view member, const std::string& local_name,
+                const Sha256Digest& expected) {
+    context_.log(msg::Code::log_about_to_download, msg::kLevelProgress,
+                 {context_.pkgtype(), text_argument(L"pkgs", member)});
+    if (!store_) {
+      bootstrap_result_t store = bootstrap_store(context_);
+      if (!store.ok) return false;
+      store_ = std::move(store.store_url);
+    }
+    context_.log(msg::Code::log_download_file, msg::kLevelDetail, {text_argument(L"file", member)});
+    framework::Sha256 digest;
+    if (transfer(member, local_name, digest) && digest.finish() != expected) {
+      return context_.fail(msg::Code::checksum_mismatch, mismatch(member));
+    }
+    // What the I/O layer recorded decides, whether it was recorded by this member or before.
+    if (context_.reporter().has_errors()) {
+      return context_.fail(msg::Code::download_pkg,
+                           {pkg_argument(package_.identity), context_.pkgtype()});
+    }
+    return true;
+  }
+
+  // Copies the member from the store to its file. The file is touched only when the store answers.
+  bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
+    framework::HttpRequest request;
+    request.url = framework::resolve_url(*store_, member);
+    request.trace_log = remote_io_log_path(context_, to_string(package_.identity));
+    IoError error;
+    const std::shared_ptr<IOImpl_base> source = context_.http().get(request, error);
+    const std::shared_ptr<IOImpl_base> file =
+        source ? folder_->create_file(local_name, error) : nullptr;
+    if (!file) {
+      context_.reporter().report(error);
+      return false;
+    }
+    bool complete = copy(*source, file.get(), digest);
+    file->close();
+    complete = complete && !file->error();
+    context_.reporter().report(source->error());
+    context_.reporter().report(file->error());
+    return complete;
+  }
+
+  // Reads `source` to its end block by block into the digest and, if there is one, into `target`.
+  bool copy(IOImpl_base& source, IOImpl_base* target, framework::Sha256& digest) {
+    for (;;) {
+      const std::int64_t count = source.read(block_.data(), block_.size());
+      if (count <= 0) return count == 0;
+      const auto size = static_cast<std::size_t>(count);
+      if (target != nullptr && target->write(block_.data(), size) < 0) return false;
+      digest.update(block_.data(), size);
+    }
+  }
+
+  [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {
+    return {pkg_argument(package_.identity), text_argument(L"file", member), context_.pkgtype()};
+  }
+
+  core_context_t& context_;
+  const package_t& package_;
+  package_folder_t place_;
+  std::vector<char> block_;
+  std::unique_ptr<Folder> folder_;
+  std::optional<std::string> store_;  ///< the store URL once it is known
+};
+
+}  // namespace
+
+bool download_pkg(core_context_t& context, const name_semver_t& package,
+                  const pkgs_available_t& available) {
+  const package_t* entry = find_exact(available.packages(), package);
+  if (entry == nullptr) {
+    return context.fail(msg::Code::pkg_not_available, {pkg_argument(package), context.pkgtype()});
+  }
+  return package_download(context, *entry).run();
+}
+
+}  // namespace zendro::pkg

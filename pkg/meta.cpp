@@ -1,0 +1,57 @@
+#include "pkg/meta.h"
+
+#include <algorithm>
+
+namespace zendro::pkg {
+
+std::string_view meta_t::text(std::string_view key) const {
+  const json::value* value = map_->if_contains(key);
+  return value == nullptr ? std::string_view() : framework::as_string(*value);
+}
+
+const json::object* meta_t::map(std::string_view key) const {
+  const json::value* value = map_->if_contains(key);
+  return value == nullptr ? nullptr : &framework::as_map(*value);
+}
+
+std::vector<std::string_view> meta_t::texts(std::string_view key) const {
+  std::vector<std::string_view> out;
+  const json::value* value = map_->if_contains(key);
+  if (value == nullptr) return out;
+  const json::array& array = framework::as_array(*value);
+  out.reserve(array.size());
+  for (const json::value& entry : array) out.push_back(framework::as_string(entry));
+  std::sort(out.begin(), out.end());
+  out.erase(std::unique(out.begin(), out.end()), out.end());
+  return out;
+}
+
+std::string_view meta_t::name() const { return text("_name"); }
+std::string_view meta_t::type() const { return text("_type"); }
+std::string_view meta_t::pkg_installdir() const { return text("_pkg_installdir"); }
+std::string_view meta_t::title() const { return text("title"); }
+std::string_view meta_t::description() const { return text("description"); }
+std::string_view meta_t::homepage() const { return text("homepage"); }
+
+std::string_view meta_t::publisher() const {
+  if (const std::string_view publisher = text("publisher"); !publisher.empty()) return publisher;
+  std::string_view host = homepage();
+  const std::size_t authority = host.find("://");
+  if (authority == std::string_view::npos) return {};
+  host.remove_prefix(authority + 3);
+  host = host.substr(0, host.find_first_of("/?#"));
+  if (const std::size_t user = host.rfind('@'); user != std::string_view::npos) {
+    host.remove_prefix(user + 1);
+  }
+  return host.substr(0, host.find(':', host.starts_with('[') ? host.find(']') : 0));
+}
+
+const json::object* meta_t::files() const { return map("files"); }
+const json::object* meta_t::catalogs() const { return map("catalogs"); }
+const json::object* meta_t::namespace_catalog() const { return map("namespace_catalog"); }
+const json::object* meta_t::uri_mappings() const { return map("uri_mappings"); }
+
+std::vector<std::string_view> meta_t::references() const { return texts("references"); }
+std::vector<std::string_view> meta_t::conflicting_pkgs() const { return texts("conflicting_pkgs"); }
+
+}  // namespace zendro::pkg

@@ -1,0 +1,164 @@
+#include "pkg/package_folder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include "app/options.h"
+#include "framework/files.h"
+#include "pkg/percent_encoding.h"
+
+namespace zendro::pkg {
+namespace {
+
+namespace fs = std::filesystem;
+using framework::EntryKind;
+using framework::Folder;
+using framework::IoError;
+
+// Folders nest in a package only where another program made them; deeper than this is a trap.
+constexpr int kDeepestFolder = 64;
+
+// Comparable form of a folder: resolved as far as it exists, ASCII letters in lower case, since
+// some file systems do not tell them apart, and with a trailing separator.
+std::string comparable(const std::string& folder) {
+  std::error_code ignored;
+  const fs::path given = framework::path_from_utf8(folder);
+  fs::path resolved = fs::weakly_canonical(given, ignored);
+  if (ignored) resolved = given.lexically_normal();
+  std::string text = framework::path_to_utf8(resolved / fs::path());
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return text;
+}
+
+bool overlap(const std::string& a, const std::string& b) {
+  return a.starts_with(b) || b.starts_with(a);
+}
+
+// The cache roots that no package may touch: that of the run, and the defaults of all types.
+std::vector<std::string> all_cache_roots(const core_context_t& context) {
+  std::vector<std::string> roots = {context.cache_root()};
+  for (const std::string_view type : {"xsd", "xbrl"}) {
+    json::object defaults;
+    app::set_type(defaults, type);
+    const json::value root = app::get_cache_root(&defaults);
+    if (root.is_string()) roots.emplace_back(framework::as_string(root));
+  }
+  std::erase(roots, std::string());
+  return roots;
+}
+
+bool remove_contents(core_context_t& context, const Folder& folder, const std::string& path,
+                     int depth, IoError& error) {
+  if (depth > kDeepestFolder) {
+    error.text = path + ": folders are nested too deeply";
+    return false;
+  }
+  std::vector<Folder::Entry> entries;
+  if (!folder.list(entries, error)) return false;
+  for (const Folder::Entry& entry : entries) {
+    const std::string entry_path = path + entry.name;
+    const bool is_folder = entry.kind == EntryKind::folder;
+    if (is_folder) {
+      const std::unique_ptr<Folder> inner = folder.open_folder(entry.name, error);
+      if (!inner || !remove_contents(context, *inner, entry_path + "/", depth + 1, error)) {
+        return false;
+      }
+    }
+    const bool removed =
+        is_folder ? folder.remove_folder(entry.name, error) : folder.remove_file(entry.name, error);
+    if (removed) {
+      context.log(is_folder ? msg::Code::log_delete_folder : msg::Code::log_delete_file,
+                  msg::kLevelProgress, {path_argument(entry_path)});
+    } else if (folder.kind_of(entry.name) == EntryKind::absent) {
+      // Somebody else was quicker.
+      error = {};
+      context.log(
+          is_folder ? msg::Code::log_delete_folder_ignored : msg::Code::log_delete_file_ignored,
+          msg::kLevelProgress, {path_argument(entry_path)});
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+package_folder_t::package_folder_t(const core_context_t& context, const meta_t& meta)
+    : install_root_(context.install_root()),
+      type_(meta.type()),
+      name_(meta.pkg_installdir()),
+      path_(install_root_ + type_ + "/" + name_ + "/") {}
+
+std::string package_folder_t::member_path(std::string_view member) const {
+  return path_ + local_member_name(member);
+}
+
+bool package_folder_t::is_safe(const core_context_t& context, std::string& cause) const {
+  for (const std::string& part : {type_, name_}) {
+    if (!framework::is_plain_name(part)) {
+      cause = "'" + part + "' is not the name of a folder";
+      return false;
+    }
+  }
+  const std::string own = comparable(path_);
+  const std::vector<std::string> roots = all_cache_roots(context);
+  const bool hits_cache = std::any_of(roots.begin(), roots.end(), [&own](const std::string& root) {
+    return overlap(own, comparable(root));
+  });
+  if (hits_cache) {
+    cause = path_ + ": the folder belongs to the cache";
+    return false;
+  }
+  IoError error;
+  if (!open(error) && error) {
+    cause = error.text;
+    return false;
+  }
+  return true;
+}
+
+std::unique_ptr<Folder> package_folder_t::open_parent(IoError& error) const {
+  if (!fs::exists(framework::path_from_utf8(install_root_))) return nullptr;
+  const std::unique_ptr<Folder> root =
+      Folder::open(framework::path_from_utf8(install_root_), error);
+  if (!root || root->kind_of(type_) == EntryKind::absent) return nullptr;
+  return root->open_folder(type_, error);
+}
+
+std::unique_ptr<Folder> package_folder_t::open(IoError& error) const {
+  const std::unique_ptr<Folder> parent = open_parent(error);
+  if (!parent || parent->kind_of(name_) == EntryKind::absent) return nullptr;
+  return parent->open_folder(name_, error);
+}
+
+std::unique_ptr<Folder> package_folder_t::create(IoError& error) const {
+  const fs::path root_path = framework::path_from_utf8(install_root_);
+  if (!framework::create_folders(root_path, error)) return nullptr;
+  const std::unique_ptr<Folder> root = Folder::open(root_path, error);
+  if (!root || !root->create_folder(type_, error)) return nullptr;
+  const std::unique_ptr<Folder> parent = root->open_folder(type_, error);
+  if (!parent || !parent->create_folder(name_, error)) return nullptr;
+  return parent->open_folder(name_, error);
+}
+
+bool package_folder_t::remove(core_context_t& context, IoError& error) const {
+  const std::unique_ptr<Folder> parent = open_parent(error);
+  const std::unique_ptr<Folder> folder = parent ? open(error) : nullptr;
+  if (error) return false;
+  if (folder) {
+    if (!remove_contents(context, *folder, path_, 0, error)) return false;
+    if (parent->remove_folder(name_, error)) {
+      context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
+      return true;
+    }
+    if (parent->kind_of(name_) != EntryKind::absent) return false;
+    error = {};
+  }
+  context.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress, {path_argument(path_)});
+  return true;
+}
+
+}  // namespace zendro::pkg

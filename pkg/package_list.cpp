@@ -1,0 +1,162 @@
+#include "pkg/package_list.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+namespace zendro::pkg {
+namespace {
+
+constexpr std::string_view kMeta = "_META";
+constexpr std::string_view kDeprecated = "_DEPRECATED";
+constexpr std::string_view kBuildNumber = "build_number";
+
+bool identity_less(const package_t& a, const package_t& b) { return a.identity < b.identity; }
+
+package_t make_package(std::string_view key, const json::value& value) {
+  return {parse_identity(key), key, meta_t(framework::as_map(value))};
+}
+
+// Sorts entries that stand in document order; of two with one identity the first stays.
+void sort_packages(package_map_t& packages) {
+  if (!std::is_sorted(packages.begin(), packages.end(), identity_less)) {
+    std::stable_sort(packages.begin(), packages.end(), identity_less);
+  }
+  const auto same = [](const package_t& a, const package_t& b) { return a.identity == b.identity; };
+  packages.erase(std::unique(packages.begin(), packages.end(), same), packages.end());
+}
+
+package_map_t::const_iterator lower_bound(const package_map_t& packages, const name_semver_t& key) {
+  return std::lower_bound(packages.begin(), packages.end(), key,
+                          [](const package_t& package, const name_semver_t& wanted) {
+                            return package.identity < wanted;
+                          });
+}
+
+// Whether no entry after `candidate` (of the same name) can match `key` any more.
+bool is_past(const semver_t& key, const semver_t& candidate) {
+  if (key.major == kAnyPart) return false;
+  if (key.major != candidate.major) return true;
+  return key.minor != kAnyPart && key.minor != candidate.minor;
+}
+
+std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
+
+}  // namespace
+
+std::shared_ptr<const document_t> document_t::parse(std::string_view text, std::string& error) {
+  auto document = std::make_shared<document_t>();
+  if (!framework::parse_json(text, document->root, error)) return nullptr;
+  return document;
+}
+
+const package_t* find_exact(const package_map_t& packages, const name_semver_t& identity) {
+  const auto found = lower_bound(packages, identity);
+  return found != packages.end() && found->identity == identity ? &*found : nullptr;
+}
+
+const package_t* find_best(const package_map_t& packages, const name_semver_t& key) {
+  // A part that is not given sorts before every number, so nothing that matches stands before the
+  // key's own place.
+  for (auto candidate = lower_bound(packages, key);
+       candidate != packages.end() && candidate->identity.name == key.name; ++candidate) {
+    if (matches(key.version, candidate->identity.version)) return &*candidate;
+    if (is_past(key.version, candidate->identity.version)) break;
+  }
+  return nullptr;
+}
+
+pkgs_available_t::pkgs_available_t(std::shared_ptr<const document_t> document,
+                                   std::span<const std::string_view> not_packages) {
+  const json::object& root = framework::as_map(document->root);
+  documents_.push_back(std::move(document));
+  members_.reserve(root.size());
+  packages_.reserve(root.size());
+  for (const json::key_value_pair& member : root) {
+    const std::string_view key = view(member.key());
+    if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) continue;
+    const json::object& map = framework::as_map(member.value());
+    const bool is_package = key != kMeta && key != kDeprecated;
+    members_.push_back({key, &map, is_package});
+    if (is_package) {
+      packages_.push_back(make_package(key, member.value()));
+    } else if (key == kMeta) {
+      if (const json::value* number = map.if_contains(kBuildNumber)) {
+        build_number_ = framework::to_int64(*number);
+      }
+    } else {
+      deprecated_.reserve(map.size());
+      for (const json::key_value_pair& entry : map) {
+        deprecated_.push_back(make_package(view(entry.key()), entry.value()));
+      }
+    }
+  }
+  sort_packages(packages_);
+  sort_packages(deprecated_);
+}
+
+const package_t* pkgs_available_t::find_entry(const name_semver_t& identity) const {
+  const package_t* found = find_exact(packages_, identity);
+  return found != nullptr ? found : find_exact(deprecated_, identity);
+}
+
+void pkgs_available_t::add(std::span<const package_t* const> packages,
+                           const pkgs_available_t& source) {
+  std::vector<const package_t*> added;
+  for (const package_t* package : packages) {
+    if (find_exact(packages_, package->identity) == nullptr) added.push_back(package);
+  }
+  if (added.empty()) return;
+  documents_.insert(documents_.end(), source.documents_.begin(), source.documents_.end());
+
+  std::vector<member_t> members;
+  members.reserve(members_.size() + added.size());
+  auto next = added.begin();
+  const auto add_next = [&] {
+    members.push_back({(*next)->key, &(*next)->meta.map(), true});
+    ++next;
+  };
+  for (const member_t& member : members_) {
+    if (member.is_package) {
+      const name_semver_t identity = parse_identity(member.key);
+      while (next != added.end() && (*next)->identity < identity) add_next();
+    }
+    members.push_back(member);
+  }
+  while (next != added.end()) add_next();
+  members_ = std::move(members);
+
+  const auto old_size = static_cast<std::ptrdiff_t>(packages_.size());
+  for (const package_t* package : added) packages_.push_back(*package);
+  std::inplace_merge(packages_.begin(), packages_.begin() + old_size, packages_.end(),
+                     identity_less);
+}
+
+void pkgs_available_t::remove(std::span<const name_semver_t> identities) {
+  const auto is_removed = [identities](const name_semver_t& identity) {
+    return std::binary_search(identities.begin(), identities.end(), identity);
+  };
+  std::erase_if(members_, [&](const member_t& member) {
+    return member.is_package && is_removed(parse_identity(member.key));
+  });
+  std::erase_if(packages_, [&](const package_t& package) { return is_removed(package.identity); });
+}
+
+std::string pkgs_available_t::serialise() const {
+  std::string out;
+  framework::JsonWriter writer(out);
+  out += '{';
+  const char* separator = "\n";
+  for (const member_t& member : members_) {
+    out += separator;
+    separator = ",\n";
+    writer.append(member.key);
+    out += ':';
+    writer.append(*member.map);
+  }
+  out += "\n}\n";
+  return out;
+}
+
+}  // namespace zendro::pkg

@@ -1,0 +1,162 @@
+#include "pkg/pkg_io.h"
+
+#include <mutex>
+#include <utility>
+
+#include "app/options.h"
+#include "framework/files.h"
+#include "framework/folder.h"
+#include "framework/percent.h"
+#include "framework/zip.h"
+#include "msg/message_table.h"
+#include "msg/utf.h"
+#include "pkg/core_context.h"
+#include "pkg/list_files.h"
+#include "pkg/package_folder.h"
+#include "pkg/package_url.h"
+#include "pkg/percent_encoding.h"
+
+namespace zendro::pkg {
+namespace {
+
+using framework::IoError;
+using framework::IOImpl_base;
+
+std::string type_of(const json::object& options) {
+  return std::string(framework::as_string(app::get_type(&options)));
+}
+
+IoError message_error(msg::Code code, const msg::Arguments& arguments) {
+  return {msg::to_utf8(msg::format_message(static_cast<int>(code), arguments))};
+}
+
+std::uint64_t state_of(const core_context_t& context) {
+  return framework::file_stamp(framework::path_from_utf8(context.installed_path()));
+}
+
+// Runs `body` with a context whose messages end in `error`.
+template <typename Body>
+auto with_context(const json::object& options, IoError& error, const Body& body) {
+  std::mutex lock;
+  const auto keep_message = [&error](const msg::Message& message) {
+    error.text = msg::to_utf8(message.text());
+  };
+  core_context_t context(type_of(options), options, keep_message, nullptr, {}, lock);
+  return body(context);
+}
+
+// Opens "<member>" or "<archive>%7Czip/<member inside>..." below the folder of a package.
+std::shared_ptr<IOImpl_base> open_member(const package_folder_t& place, std::string_view path,
+                                         IoError& error) {
+  const auto take_part = [&path] {
+    const std::size_t end = path.find(framework::kZipSeparator);
+    const std::string_view part = path.substr(0, end);
+    path.remove_prefix(end == std::string_view::npos ? path.size()
+                                                     : end + framework::kZipSeparator.size());
+    return part;
+  };
+  const std::string_view member = take_part();
+  const std::unique_ptr<framework::Folder> folder = place.open(error);
+  std::shared_ptr<IOImpl_base> stream;
+  if (folder) {
+    stream = folder->open_file(local_member_name(member), error);
+  } else if (!error) {
+    error.text = place.path() + ": the folder does not exist";
+  }
+  while (stream && !path.empty()) {
+    stream = framework::open_zip_member(std::move(stream), take_part(), place.member_path(member),
+                                        error);
+  }
+  return stream;
+}
+
+}  // namespace
+
+PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options)
+    : options_(std::move(options)), state_(with_context(*options_, error_, state_of)) {}
+
+const IoError& PkgIOImpl::error() const {
+  return inner_ && inner_->error() ? inner_->error() : error_;
+}
+
+bool PkgIOImpl::open(std::string_view url) {
+  inner_ = nullptr;
+  error_ = {};
+  uri_ = url;
+  if (!url.starts_with(kPackageUrlPrefix)) {
+    error_.text = uri_ + ": not a package URL";
+    return false;
+  }
+  url.remove_prefix(kPackageUrlPrefix.size());
+  const std::size_t slash = url.find('/');
+  pkg_ = url.substr(0, slash);
+  const std::string_view path =
+      slash == std::string_view::npos ? std::string_view() : url.substr(slash + 1);
+  inner_ =
+      with_context(*options_, error_, [&](core_context_t& context) -> std::shared_ptr<IOImpl_base> {
+        pkgtype_ = msg::to_utf8(msg::type_label(context.type(), false));
+        if (state_of(context) != state_) {
+          error_ = message_error(msg::Code::msg_pkg_remap, {context.pkgtype()});
+          return nullptr;
+        }
+        const std::optional<pkgs_available_t> installed = load_installed(context);
+        if (!installed) return nullptr;
+        const package_map_t& packages = installed->packages();
+        const package_t* package = find_exact(packages, parse_identity(pkg_));
+        if (package == nullptr) {
+          // Tools that normalise URIs escape names beyond ASCII.
+          package = find_exact(packages, parse_identity(framework::percent_decode(pkg_)));
+        }
+        if (package == nullptr) {
+          error_ = message_error(msg::Code::msg_pkg_missing,
+                                 {text_argument(L"pkgmgr", app::manager_executable(context.type())),
+                                  text_argument(L"id", pkg_), text_argument(L"pkg", pkg_),
+                                  context.pkgtype(), text_argument(L"uri", uri_)});
+          return nullptr;
+        }
+        const package_folder_t place(context, package->meta);
+        if (!place.is_safe(context, error_.text)) return nullptr;
+        return open_member(place, path, error_);
+      });
+  return inner_ != nullptr;
+}
+
+template <typename Result>
+Result PkgIOImpl::forwarded(Result result) {
+  if (inner_->error()) error_ = inner_->error();
+  return result;
+}
+
+void PkgIOImpl::close() {
+  if (inner_) inner_->close();
+}
+
+void PkgIOImpl::flush() {
+  if (inner_) inner_->flush();
+}
+
+std::int64_t PkgIOImpl::read(void* buffer, std::size_t size) {
+  return inner_ ? forwarded(inner_->read(buffer, size)) : -1;
+}
+
+std::int64_t PkgIOImpl::write(const void*, std::size_t) {
+  error_ = message_error(msg::Code::msg_pkg_io_write,
+                         {text_argument(L"uri", uri_), text_argument(L"pkgtype", pkgtype_),
+                          text_argument(L"pkg", pkg_)});
+  return -1;
+}
+
+std::int64_t PkgIOImpl::seek(std::int64_t offset, framework::SeekOrigin origin) {
+  return inner_ ? forwarded(inner_->seek(offset, origin)) : -1;
+}
+
+std::int64_t PkgIOImpl::size() { return inner_ ? forwarded(inner_->size()) : 0; }
+
+bool PkgIOImpl::seekable() { return inner_ && forwarded(inner_->seekable()); }
+
+std::shared_ptr<IOImpl_base> PkgIOCallback::create(std::string_view url) {
+  if (!url.starts_with(kPackageUrlPrefix)) return nullptr;
+  return std::make_shared<PkgIOImpl>(options_);
+}
+
+}  // namespace zendro::pkg

@@ -1,0 +1,63 @@
+// Reading files inside installed packages through package URLs
+// ("zendro://pkg/<identity>/<member path>"). Writing is refused.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "framework/json.h"
+#include "framework/url_io.h"
+
+namespace zendro::pkg {
+
+namespace json = boost::json;
+
+/// One open file of a package. Always owned by a shared pointer; used by the thread that opened it.
+class PkgIOImpl : public framework::IOImpl_base {
+ public:
+  /// `options` tell the package type and the folders. The handler belongs to the state that the
+  /// list of installed packages has now: it cannot be opened after the list has changed.
+  explicit PkgIOImpl(std::shared_ptr<const json::object> options);
+  ~PkgIOImpl() override = default;
+
+  [[nodiscard]] const framework::IoError& error() const override;
+  /// Opens the member that the URL names. A path that goes on after "%7Czip/" names a member inside
+  /// an archive. Fails with "msg_pkg_remap" when the cache was updated since the handler was made,
+  /// and with "msg_pkg_missing" when the package is not installed.
+  bool open(std::string_view url) override;
+  void close() override;
+  void flush() override;
+  std::int64_t read(void* buffer, std::size_t size) override;
+  /// Always fails, with "msg_pkg_io_write".
+  std::int64_t write(const void* buffer, std::size_t size) override;
+  std::int64_t seek(std::int64_t offset, framework::SeekOrigin origin) override;
+  [[nodiscard]] std::int64_t size() override;
+  [[nodiscard]] bool seekable() override;
+
+ private:
+  template <typename Result>
+  Result forwarded(Result result);
+
+  std::shared_ptr<const json::object> options_;
+  std::shared_ptr<framework::IOImpl_base> inner_;
+  std::string uri_;
+  std::string pkgtype_;
+  std::string pkg_;
+  framework::IoError error_;
+  std::uint64_t state_;  ///< of the list of installed packages when the handler was made
+};
+
+/// Makes a PkgIOImpl for every package URL that the framework is asked to open.
+class PkgIOCallback : public framework::IoCallback {
+ public:
+  explicit PkgIOCallback(std::shared_ptr<const json::object> options)
+      : options_(std::move(options)) {}
+  std::shared_ptr<framework::IOImpl_base> create(std::string_view url) override;
+
+ private:
+  std::shared_ptr<const json::object> options_;
+};
+
+}  // namespace zendro::pkg

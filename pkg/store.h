@@ -1,0 +1,28 @@
+// The package store: where it lives, and its list of available packages.
+#pragma once
+
+#include <string>
+
+#include "pkg/core_context.h"
+#include "pkg/package_list.h"
+
+namespace zendro::pkg {
+
+struct bootstrap_result_t {
+  std::string store_url;  ///< empty unless ok
+  bool ok = false;
+};
+
+/// Asks the bootstrap endpoint where the store lives. Reports what goes wrong.
+bootstrap_result_t bootstrap_store(core_context_t& context);
+
+/// Fetches the list of available packages, proves it by its digest, puts it in place if it is newer
+/// and brings the catalogs up to date. Unless `force`, the cache must be initialised. Throws
+/// framework::JsonError for a bad option.
+bool update_store_information(core_context_t& context, bool force);
+
+/// Replaces the list of available packages by `list` unless the one in place has at least its build
+/// number, then brings the catalogs up to date. A list without a build number always replaces.
+bool write_pkg_information(core_context_t& context, const pkgs_available_t& list);
+
+}  // namespace zendro::pkg

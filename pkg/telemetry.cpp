@@ -1,0 +1,35 @@
+#include "pkg/telemetry.h"
+
+#include "app/options.h"
+#include "pkg/remote_io_log.h"
+
+namespace zendro::pkg {
+
+bool send_install_telemetry(core_context_t& context, const std::set<name_semver_t>& packages) {
+  json::array names;
+  for (const name_semver_t& package : packages) names.emplace_back(to_string(package));
+  json::object document;
+  document["pkg.installer"] = app::get_installer(&context.options());
+  document["pkg.names"] = std::move(names);
+  std::string body;
+  framework::JsonWriter(body).append(document);
+
+  framework::HttpRequest request;
+  request.url = framework::as_string(app::get_telemetry_url(&context.options()));
+  request.headers.emplace_back("Content-Type", "application/json; charset=utf-8");
+  request.trace_log = remote_io_log_path(context, "pkgstore");
+  framework::IoError error;
+  switch (context.http().post(request, body, error)) {
+    case framework::SendOutcome::sent:
+      return true;
+    case framework::SendOutcome::not_opened:
+      context.warn(msg::Code::access_pkg_store_telemetry, {context.pkgtype()}, error.text);
+      return false;
+    case framework::SendOutcome::not_sent:
+      break;
+  }
+  context.warn(msg::Code::update_pkg_store_telemetry, {context.pkgtype()}, error.text);
+  return false;
+}
+
+}  // namespace zendro::pkg

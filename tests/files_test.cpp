@@ -1,0 +1,264 @@
+#include "framework/files.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "framework/lock_file.h"
+#include "tests/temp_folder.h"
+
+namespace zendro::framework {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::StartsWith;
+using tests::TempFolder;
+
+constexpr std::uint64_t kNoLimit = UINT64_MAX;
+
+std::string contents(const fs::path& path) {
+  std::string bytes;
+  IoError error;
+  EXPECT_TRUE(read_file(path, bytes, kNoLimit, error)) << error.text;
+  return bytes;
+}
+
+TEST(FilesTest, WritesReplacesAndReadsWithinLimits) {
+  const TempFolder folder;
+  const fs::path path = path_from_utf8((folder / "caf\u00E9 %7C.json").string());
+  IoError error;
+  EXPECT_EQ(file_stamp(path), 0U);
+  EXPECT_FALSE(file_exists(path));
+
+  const std::string big(3 * kIoBlock + 17, 'x');
+  ASSERT_EQ(write_file(path, big, error), WriteOutcome::written) << error.text;
+  EXPECT_TRUE(file_exists(path));
+  EXPECT_EQ(contents(path), big);
+  const std::uint64_t stamp = file_stamp(path);
+  ASSERT_EQ(write_file(path, "short", error), WriteOutcome::written);
+  EXPECT_NE(file_stamp(path), stamp);
+  EXPECT_FALSE(error);
+
+  std::string bytes = "stale";
+  EXPECT_TRUE(read_file(path, bytes, 5, error));
+  EXPECT_EQ(bytes, "short");
+  EXPECT_FALSE(read_file(path, bytes, 4, error));
+  EXPECT_EQ(error.text, path_to_utf8(path) + ": holds more than 4 bytes");
+}
+
+TEST(FilesTest, RefusesWhatIsNoRegularFileWithoutWaiting) {
+  const TempFolder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0666), 0);
+  fs::create_directory(folder / "sub");
+  const fs::path nul = folder / std::string("file\0.txt", 9);
+  IoError ignored;
+  ASSERT_EQ(write_file(folder / "file", "keep", ignored), WriteOutcome::written);
+
+  for (const fs::path& path : {folder / "pipe", folder / "sub", nul, folder / "no/where"}) {
+    std::string bytes;
+    IoError error;
+    EXPECT_FALSE(read_file(path, bytes, kNoLimit, error)) << path;
+    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
+    error = {};
+    EXPECT_EQ(write_file(path, "new", error), WriteOutcome::not_opened) << path;
+    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
+    EXPECT_FALSE(file_exists(path)) << path;
+  }
+  // With a reader the pipe itself can be opened; it is still no file.
+  const int reader = open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  IoError error;
+  EXPECT_EQ(write_file(folder / "pipe", "new", error), WriteOutcome::not_opened);
+  EXPECT_THAT(error.text, HasSubstr("not a regular file"));
+  char byte = 0;
+  EXPECT_EQ(read(reader, &byte, 1), 0);
+  close(reader);
+  EXPECT_EQ(contents(folder / "file"), "keep");
+}
+
+TEST(FilesTest, AWriteThatStopsHalfWayIsNotWritten) {
+  const TempFolder folder;
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{100000, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  IoError error;
+  const WriteOutcome outcome = write_file(folder / "list", std::string(150000, 'x'), error);
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, handler);
+  EXPECT_EQ(outcome, WriteOutcome::not_written);
+  EXPECT_THAT(error.text, StartsWith((folder / "list").string() + ": "));
+  EXPECT_EQ(fs::file_size(folder / "list"), 100000U);
+}
+
+TEST(FilesTest, StreamsMoveRefuseAndClose) {
+  const TempFolder folder;
+  IoError error;
+  auto out = create_file(folder / "f", error);
+  ASSERT_TRUE(out) << error.text;
+  EXPECT_EQ(out->write("0123456789", 10), 10);
+  out->flush();
+  out->close();
+  out->close();
+  EXPECT_FALSE(out->error());
+  EXPECT_EQ(out->write("x", 1), -1);
+  EXPECT_TRUE(out->error());
+
+  auto in = open_file(folder / "f", error);
+  ASSERT_TRUE(in) << error.text;
+  char buffer[4] = {};
+  EXPECT_EQ(in->size(), 10);
+  EXPECT_EQ(in->seek(-3, SeekOrigin::end), 7);
+  EXPECT_EQ(in->read(buffer, 4), 3);
+  EXPECT_EQ(in->read(buffer, 4), 0);
+  EXPECT_EQ(in->seek(2, SeekOrigin::begin), 2);
+  EXPECT_EQ(in->seek(1, SeekOrigin::current), 3);
+  EXPECT_EQ(in->read(buffer, 1), 1);
+  EXPECT_EQ(buffer[0], '3');
+  EXPECT_EQ(in->write("x", 1), -1);
+  const std::string first = in->error().text;
+  EXPECT_THAT(first, HasSubstr("reading only"));
+  EXPECT_EQ(in->seek(-1, SeekOrigin::begin), -1);
+  EXPECT_EQ(in->error().text, first);
+  EXPECT_EQ(contents(folder / "f"), "0123456789");
+}
+
+TEST(FilesTest, CreatesFoldersWithTheirParents) {
+  const TempFolder folder;
+  IoError error;
+  EXPECT_TRUE(create_folders(folder / "a/b/c/", error)) << error.text;
+  EXPECT_TRUE(create_folders(folder / "a/b", error)) << error.text;
+  EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
+  ASSERT_EQ(write_file(folder / "a/file", "keep", error), WriteOutcome::written);
+  for (const std::string& blocked : {std::string("a/file"), std::string("a/file/"),
+                                     std::string("a/file/d"), std::string("new\0x", 5)}) {
+    error = {};
+    EXPECT_FALSE(create_folders(folder / blocked, error)) << blocked;
+    EXPECT_THAT(error.text, StartsWith((folder / blocked).string() + ": "));
+  }
+  EXPECT_EQ(contents(folder / "a/file"), "keep");
+  EXPECT_FALSE(fs::exists(folder / "new"));
+}
+
+TEST(FilesTest, FileUrlsNameLocalPathsOnly) {
+  EXPECT_EQ(path_from_file_url("file:///a%20b/%E2%82%AC%2fc%zz"), "/a b/\u20AC/c%zz");
+  EXPECT_EQ(path_from_file_url("FILE://LocalHost/x"), "/x");
+  EXPECT_EQ(path_from_file_url("file:/x"), "/x");
+  for (const char* url : {"file://host/x", "file:x", "file:", "file://", "/x", "http:///x"}) {
+    EXPECT_TRUE(path_from_file_url(url).empty()) << url;
+  }
+}
+
+// In a process of its own: the environment and the user change.
+[[noreturn]] void check_appdata_folders() {
+  const auto expect = [](const char* name, const char* value, const fs::path& folder) {
+    if (value == nullptr) {
+      unsetenv(name);
+    } else {
+      setenv(name, value, 1);
+    }
+    if (common_appdata_folder() == folder) return;
+    fprintf(stderr, "%s=%s: %s\n", name, value == nullptr ? "" : value,
+            common_appdata_folder().c_str());
+    _exit(1);
+  };
+  unsetenv("XDG_DATA_HOME");
+  setenv("HOME", "/home/of/env", 1);
+  if (geteuid() == 0) {
+    expect("ZENDRO_COMMON_APPDATA", "", "/var/lib");
+    if (seteuid(2) != 0) _exit(2);
+  }
+  expect("ZENDRO_COMMON_APPDATA", nullptr, "/home/of/env/.local/share");
+  expect("XDG_DATA_HOME", "relative", "/home/of/env/.local/share");
+  expect("XDG_DATA_HOME", "/data", "/data");
+  expect("ZENDRO_COMMON_APPDATA", "/own place", "/own place");
+  unsetenv("ZENDRO_COMMON_APPDATA");
+  unsetenv("XDG_DATA_HOME");
+  unsetenv("HOME");
+  const passwd* user = getpwuid(geteuid());
+  const fs::path home = user == nullptr ? fs::path() : fs::path(user->pw_dir) / ".local/share";
+  if (common_appdata_folder() != home) _exit(3);
+  _exit(0);
+}
+
+TEST(FilesTest, PlacesOfTheSystem) {
+  EXPECT_TRUE(fs::equivalent(executable_path(), "/proc/self/exe"));
+  EXPECT_EXIT(check_appdata_folders(), testing::ExitedWithCode(0), "");
+}
+
+TEST(LockFileTest, KeepsOtherProcessesAndThreadsOutUntilTheHolderHasGone) {
+  const TempFolder folder;
+  const fs::path path = folder / "lock";
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    IoError child_error;
+    const auto lock = LockFile::acquire(path, child_error);
+    const char byte = lock ? 'y' : 'n';
+    if (write(ready[1], &byte, 1) == 1) pause();
+    _exit(0);
+  }
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  ASSERT_EQ(byte, 'y');
+
+  std::atomic<int> inside = 0;
+  std::atomic<int> passed = 0;
+  const auto contend = [&] {
+    IoError error;
+    const auto lock = LockFile::acquire(path, error);
+    EXPECT_TRUE(lock) << error.text;
+    EXPECT_EQ(++inside, 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    --inside;
+    ++passed;
+  };
+  std::thread first(contend);
+  std::thread second(contend);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(passed, 0);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  first.join();
+  second.join();
+  EXPECT_EQ(passed, 2);
+  EXPECT_TRUE(file_exists(path));
+  close(ready[0]);
+  close(ready[1]);
+}
+
+// In a process of its own, as another user.
+[[noreturn]] void lock_without_the_right_to_write(const fs::path& path) {
+  if (geteuid() == 0 && seteuid(2) != 0) _exit(2);
+  IoError error;
+  _exit(LockFile::acquire(path, error) && !error ? 0 : 1);
+}
+
+TEST(LockFileTest, LocksReadOnlyFilesAndReportsMissingFolders) {
+  const TempFolder folder;
+  const fs::path path = folder / "lock";
+  IoError error;
+  ASSERT_EQ(write_file(path, "", error), WriteOutcome::written);
+  fs::permissions(path, fs::perms(0444));
+  fs::permissions(folder.path(), fs::perms(0755));
+  EXPECT_EXIT(lock_without_the_right_to_write(path), testing::ExitedWithCode(0), "");
+
+  EXPECT_FALSE(LockFile::acquire(folder / "no/lock", error));
+  EXPECT_THAT(error.text, StartsWith((folder / "no/lock").string() + ": "));
+  EXPECT_FALSE(LockFile::acquire(folder.path(), error));
+}
+
+}  // namespace
+}  // namespace zendro::framework

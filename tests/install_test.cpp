@@ -1,0 +1,237 @@
+// Installing packages: what is chosen, refused, replaced, recorded and told.
+#include "app/options.h"
+#include "tests/manager_fixture.h"
+
+namespace zendro::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+// A package with one member of its own.
+TestPackage package(const std::string& identity, std::vector<std::string> references = {},
+                    std::vector<std::string> conflicts = {}) {
+  return {identity,
+          {{identity + ".zip", "bytes of " + identity}},
+          std::move(references),
+          std::move(conflicts)};
+}
+
+class InstallTest : public ManagerTest {};
+
+TEST_F(InstallTest, NeedsACacheAndSomethingToInstall) {
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("not_initialized pkgtype=XML Schema"));
+  start_with({package("a-1.0.0")});
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().install({}));
+  EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_install pkgtypes=XML Schemas"));
+  EXPECT_FALSE(cache().install({"a", "b-2.1"}));
+  EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-2.1 pkgtype=XML Schema"));
+  const std::vector<pkg::filter_action_t> pairs = {{"b", pkg::kActionUninstall}};
+  EXPECT_TRUE(cache().apply(pairs, pkg::kActionInstall));
+  EXPECT_FALSE(cache().apply(std::vector<pkg::filter_action_t>{{"b", 7}}, 7));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  EXPECT_EQ(snapshot(), before);
+  write_text(cache_file("pkgs-available.json"), "{");
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
+                                           "path=$/pkgs/.xsd_cache/pkgs-available.json"));
+}
+
+TEST_F(InstallTest, InstallsWithReferencesRecordsAndTells) {
+  start_with({package("app-1.0.0", {"lib-1", "base"}), package("lib-1.0.0"),
+              package("lib-1.4.0", {"base-2.0.0"}), package("lib-2.0.0"), package("base-2.0.0"),
+              package("base-1.0.0"), package("other-1.0.0")});
+  set_option(app::option::installer, "tool::edition");
+  EXPECT_TRUE(cache().install({"app", "app-1.0.0", "base-2"}));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  const std::vector<std::string> log = take_log();
+  EXPECT_EQ(log[0], "Filter app matched XML Schema app-1.0.0.");
+  EXPECT_EQ(log[1], "Filter base-2 matched XML Schema base-2.0.0.");
+  EXPECT_EQ(log[2], "Install app-1.0.0, base-2.0.0, lib-1.4.0.");
+  EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "base-2.0.0", "lib-1.4.0"));
+  EXPECT_TRUE(fs::exists(package_folder("lib-1.4.0") / "lib-1.4.0.zip"));
+  EXPECT_THAT(
+      telemetry(),
+      ElementsAre(
+          R"({"pkg.installer":"tool::edition","pkg.names":["app-1.0.0","base-2.0.0","lib-1.4.0"]})"));
+  const auto requests = server_.requests();
+  EXPECT_EQ(requests.back().headers.find("content-type")->second,
+            "application/json; charset=utf-8");
+  // One bootstrap for each package, one connection for everything.
+  EXPECT_EQ(server_.request_count("/bootstrap"), 1u + 3u);
+
+  // The metadata is taken over as the store gave it.
+  const json::value list = json::parse(file_text(cache_file("pkgs-installed.json")));
+  EXPECT_EQ(list.at("lib-1.4.0"), json::value(package("lib-1.4.0", {"base-2.0.0"}).meta()));
+}
+
+TEST_F(InstallTest, RefusesAReferenceThatNothingFulfils) {
+  start_with({package("a-1.0.0", {"b-2"}), package("b-1.0.0")});
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-2 pkgtype=XML Schema"));
+  EXPECT_EQ(snapshot(), before);
+}
+
+TEST_F(InstallTest, ReleaseLinesStandSideBySideAndPatchesReplace) {
+  start_with({package("a-2.1.1"), package("a-2.1.3"), package("a-2.1.5"), package("a-3.0.0")});
+  EXPECT_TRUE(cache().install({"a-3"}));
+  EXPECT_TRUE(cache().install({"a-2.1.1"}));
+  EXPECT_THAT(installed(), ElementsAre("a-3.0.0", "a-2.1.1"));
+  take_log();
+
+  EXPECT_TRUE(cache().install({"a-2.1.3"}));
+  EXPECT_THAT(installed(), ElementsAre("a-3.0.0", "a-2.1.3"));
+  EXPECT_FALSE(fs::exists(package_folder("a-2.1.1")));
+  EXPECT_THAT(
+      take_log(),
+      ElementsAre("Filter a-2.1.3 matched XML Schema a-2.1.3.", "Install a-2.1.3.",
+                  "Upgrade from a-2.1.1.", "Create folder $/pkgs/xsd/a-2.1.3/.",
+                  "Download from Zendro XML Schema store: a-2.1.3.zip.", "Downloading a-2.1.3.zip.",
+                  "Uninstall a-2.1.1.", "Delete file $/pkgs/xsd/a-2.1.1/a-2.1.1.zip.",
+                  "Delete folder $/pkgs/xsd/a-2.1.1/."));
+
+  EXPECT_TRUE(cache().install({"a-2.1.5"}));
+  take_log();
+  take_requests();
+  EXPECT_TRUE(cache().install({"a-2.1.3"}));  // older than what is there
+  EXPECT_THAT(take_log(), ElementsAre("Filter a-2.1.3 matched XML Schema a-2.1.3.",
+                                      "XML Schema a-2.1.3 already installed."));
+  EXPECT_THAT(installed(), ElementsAre("a-3.0.0", "a-2.1.5"));
+  EXPECT_THAT(take_messages(), IsEmpty());
+}
+
+TEST_F(InstallTest, WithNothingNewListsAndCatalogsAreStillWritten) {
+  start_with({package("a-1.0.0"), package("b-1.0.0")});
+  EXPECT_TRUE(cache().install({"a", "b"}));
+  fs::remove(cache_file("catalog.xml"));
+  take_log();
+  take_requests();
+  EXPECT_TRUE(cache().install({"b", "a"}));
+  EXPECT_THAT(take_log(), ElementsAre("Filter b matched XML Schema b-1.0.0.",
+                                      "Filter a matched XML Schema a-1.0.0.",
+                                      "XML Schemas a-1.0.0, b-1.0.0 already installed."));
+  EXPECT_TRUE(fs::exists(cache_file("catalog.xml")));
+  EXPECT_THAT(take_requests(), ElementsAre("POST /api/package-manager/v1/telemetry"));
+  EXPECT_EQ(telemetry().back(), R"({"pkg.installer":null,"pkg.names":[]})");
+}
+
+TEST_F(InstallTest, ConflictsAreRefusedBeforeAnythingIsTouched) {
+  start_with({package("a-1.0.0", {}, {"ABC-1", "abc-2"}), package("xabcy-1.5.0"),
+              package("abc-2.0.0"), package("c-1.0.0", {}, {"xabcy"}), package("d-1.0.0", {"c"})});
+  const auto before = snapshot();
+  // Among the requests any part of the name will do, in any case; the conflict is shown as written.
+  EXPECT_FALSE(cache().install({"a", "xabcy"}));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("pkg_conflict pkg=a-1.0.0 conflict=ABC-1 pkgtypes=XML Schemas"));
+  EXPECT_EQ(snapshot(), before);
+  // What is installed counts by its exact name only.
+  EXPECT_TRUE(cache().install({"xabcy"}));
+  EXPECT_TRUE(cache().install({"a"}));
+  EXPECT_FALSE(cache().install({"d"}));  // through its reference
+  EXPECT_THAT(take_messages(), ElementsAre("pkg_conflict_installed pkg=c-1.0.0 "
+                                           "conflict=xabcy-1.5.0 pkgtype=XML Schema"));
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  EXPECT_TRUE(cache().install({"abc-2"}));
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("pkg_conflict_installed pkg=a-1.0.0 "
+                                           "conflict=abc-2.0.0 pkgtype=XML Schema"));
+}
+
+TEST_F(InstallTest, AFailedDownloadEndsTheRunWithoutRollingBack) {
+  start_with({package("a-1.0.0", {"b"}), package("b-1.0.0"), package("c-1.0.0")});
+  server_.set_fault("/store/b-1.0.0.zip",
+                    demo::Fault::replaced(demo::Reply::with_status(404)).first(1));
+  EXPECT_FALSE(cache().install({"a", "c"}));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("io_error", "download_pkg pkg=b-1.0.0 pkgtype=XML Schema"));
+  EXPECT_TRUE(fs::exists(package_folder("a-1.0.0") / "a-1.0.0.zip"));
+  EXPECT_FALSE(fs::exists(package_folder("c-1.0.0")));
+  EXPECT_FALSE(fs::exists(cache_file("pkgs-installed.json")));
+  EXPECT_THAT(telemetry(), IsEmpty());
+  EXPECT_TRUE(cache().install({"a", "c"}));
+  EXPECT_THAT(installed(), ElementsAre("a-1.0.0", "b-1.0.0", "c-1.0.0"));
+}
+
+TEST_F(InstallTest, TelemetryThatFailsIsOnlyAWarning) {
+  start_with({package("a-1.0.0"), package("b-1.0.0"), package("c-1.0.0")});
+  set_option(app::option::telemetry_url, "ftp://127.0.0.1/telemetry");
+  EXPECT_TRUE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
+  set_option(app::option::telemetry_url, "http://127.0.0.1:1/telemetry");
+  EXPECT_TRUE(cache().install({"b"}));
+  EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
+  set_option(app::option::telemetry_url, json::string(server_.url("broken")));
+  server_.set_fault("/broken", demo::Fault::close());
+  EXPECT_TRUE(cache().install({"c"}));
+  EXPECT_THAT(take_messages(), ElementsAre("! update_pkg_store_telemetry pkgtype=XML Schema"));
+  EXPECT_THAT(installed(), ElementsAre("a-1.0.0", "b-1.0.0", "c-1.0.0"));
+}
+
+TEST_F(InstallTest, ListsThatCannotBeReadOrWrittenStopTheRun) {
+  start_with({package("a-1.0.0"), package("b-1.0.0")});
+  write_text(cache_file("pkgs-installed.json"), R"({"a-1.0.0": "cut)");
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
+                                           "path=$/pkgs/.xsd_cache/pkgs-installed.json"));
+  EXPECT_EQ(snapshot(), before);
+
+  fs::remove(cache_file("pkgs-installed.json"));
+  fs::create_directories(cache_file("pkgs-installed.json"));
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("io_error", "update_pkgs_installed pkgtypes=XML Schemas"));
+  EXPECT_TRUE(fs::exists(package_folder("a-1.0.0") / "a-1.0.0.zip"));
+
+  fs::remove(cache_file("pkgs-installed.json"));
+  fs::remove(cache_file("catalog.xml"));
+  fs::create_directories(cache_file("catalog.xml"));
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("io_error", "create_file path=$/pkgs/.xsd_cache",
+                                           "update_cache_catalog pkgtype=XML Schema"));
+  EXPECT_THAT(installed(), ElementsAre("a-1.0.0"));
+}
+
+TEST_F(InstallTest, MetadataOfTheWrongTypeIsRefusedWithoutLosingAnything) {
+  TestPackage odd = package("a-1.0.0");
+  for (const auto& [key, value, text] :
+       {std::tuple("references", json::value("b"), "Cannot cast value to JSON array!"),
+        std::tuple("conflicting_pkgs", json::value({1}), "Cannot cast value to JSON string!"),
+        std::tuple("files", json::value(1), "Cannot cast value to JSON map!"),
+        std::tuple("catalogs", json::value({{"http://x/", 1}}),
+                   "Cannot cast value to JSON string!"),
+        std::tuple("namespace_catalog", json::value({{"urn:x", {{"public", true}}}}),
+                   "Cannot cast value to JSON string!"),
+        std::tuple("uri_mappings", json::value("x"), "Cannot cast value to JSON map!")}) {
+    odd.more = {{key, value}};
+    publish_document(json::serialize(json::object{{"a-1.0.0", odd.meta()}}));
+    ASSERT_TRUE(cache().update_store_information(true));
+    EXPECT_FALSE(cache().install({"a"})) << key;
+    ASSERT_FALSE(texts().empty()) << key;
+    EXPECT_EQ(texts().back(), text) << key;
+    take_messages();
+    EXPECT_FALSE(fs::exists(cache_file("pkgs-installed.json"))) << key;
+  }
+}
+
+// A patch is recorded first and then meets the package that still asks for the old level: the old
+// one stays beside it, and the run says that there was nothing to remove.
+TEST_F(InstallTest, AReplacedPatchLevelThatIsStillReferencedStays) {
+  start_with({package("lib-1.0.1"), package("lib-1.0.2"), package("app-1.0.0", {"lib-1.0.1"})});
+  EXPECT_TRUE(cache().install({"app"}));
+  take_log();
+  EXPECT_FALSE(cache().install({"lib-1.0.2"}));
+  EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  EXPECT_EQ(take_log().back(), "XML Schema lib-1.0.1 is still referenced by app-1.0.0 - ignored.");
+  EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "lib-1.0.2", "lib-1.0.1"));
+  EXPECT_TRUE(fs::exists(package_folder("lib-1.0.1")));
+}
+
+}  // namespace
+}  // namespace zendro::tests

@@ -1,0 +1,152 @@
+#include "app/options.h"
+
+#include <cstdlib>
+#include <optional>
+
+#include <gtest/gtest.h>
+
+#include "app/package_type.h"
+#include "pkg/active_types.h"
+
+namespace zendro::app {
+namespace {
+
+std::string text(const json::value& value) {
+  return value.is_null() ? "null" : std::string(framework::as_string(value));
+}
+
+json::object options_of(std::string_view type) {
+  json::object options;
+  set_type(options, type);
+  return options;
+}
+
+class Options : public testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("ZENDRO_COMMON_APPDATA", "/srv/data", 1);
+    destroy_default_settings();
+    create_default_settings();
+  }
+  void TearDown() override {
+    destroy_default_settings();
+    unsetenv("ZENDRO_COMMON_APPDATA");
+  }
+};
+
+TEST_F(Options, FoldersFollowFromTheTypeAndTheSharedFolder) {
+  const json::object xsd = options_of("xsd");
+  const json::object xbrl = options_of("xbrl");
+  EXPECT_EQ(base_folder(), "/srv/data/Zendro/");
+  EXPECT_EQ(text(get_install_root(nullptr)), "/srv/data/Zendro/pkgs/");
+  EXPECT_EQ(text(get_cache_root(&xsd)), "/srv/data/Zendro/pkgs/.xsd_cache/");
+  EXPECT_EQ(text(get_cache_root(&xbrl)), "/srv/data/Zendro/pkgs/.cache/");
+  EXPECT_EQ(manager_executable("xsd"), "/srv/data/SharedBetweenVersions/korvane.exe");
+  EXPECT_EQ(manager_executable("xbrl"), "/srv/data/SharedBetweenVersions/plintor.exe");
+  EXPECT_EQ(package_file_extension("xsd"), ".zendro_xmlschemas");
+  EXPECT_EQ(package_file_extension("xbrl"), ".zendro_taxonomies");
+}
+
+TEST_F(Options, AnUnknownTypeHasNothingThatFollowsFromIt) {
+  json::object options = options_of("XSD");
+  options[option::cache_root] = "/given";
+  options[option::store_bootstrap_url] = "http://given/";
+  EXPECT_TRUE(get_cache_root(&options).is_null());
+  EXPECT_TRUE(get_store_bootstrap_url(&options).is_null());
+  EXPECT_TRUE(get_cache_root(nullptr).is_null());
+  EXPECT_EQ(package_file_extension("XSD"), "");
+  EXPECT_EQ(manager_executable("XSD"), "");
+  EXPECT_FALSE(get_telemetry_url(&options).is_null());
+}
+
+TEST_F(Options, WhatIsGivenWinsAlsoWhenItIsEmpty) {
+  json::object options = options_of("xsd");
+  EXPECT_EQ(text(get_pkgs_available_name(&options)), "pkgs-available.json");
+  EXPECT_EQ(text(get_pkgs_installed_name(nullptr)), "pkgs-installed.json");
+  for (const std::string_view key :
+       {option::cache_root, option::install_root, option::pkgs_available_name,
+        option::pkgs_installed_name, option::store_bootstrap_url, option::telemetry_url}) {
+    options[key] = "";
+  }
+  EXPECT_EQ(text(get_cache_root(&options)), "");
+  EXPECT_EQ(text(get_install_root(&options)), "");
+  EXPECT_EQ(text(get_pkgs_available_name(&options)), "");
+  EXPECT_EQ(text(get_pkgs_installed_name(&options)), "");
+  EXPECT_EQ(text(get_store_bootstrap_url(&options)), "");
+  EXPECT_EQ(text(get_telemetry_url(&options)), "");
+}
+
+TEST_F(Options, StoreAddressesNameTheHostOfTheRun) {
+  const json::object xsd = options_of("xsd");
+  const json::object xbrl = options_of("xbrl");
+  EXPECT_EQ(text(get_store_bootstrap_url(&xsd)),
+            "https://store.zendro.example/api/xsd-manager/v1/bootstrap");
+  EXPECT_EQ(text(get_store_bootstrap_url(&xbrl)),
+            "https://store.zendro.example/api/xbrl-manager/v1/bootstrap");
+  EXPECT_EQ(text(get_telemetry_url(nullptr)),
+            "https://store.zendro.example/api/package-manager/v1/telemetry");
+  EXPECT_TRUE(is_staging("D:\\reference\\os\\korvane.exe"));
+  EXPECT_TRUE(is_staging("/opt/tamrixexefolder/korvane"));
+  EXPECT_FALSE(is_staging("/opt/reference/osx/korvane"));
+  EXPECT_FALSE(is_staging());
+}
+
+TEST_F(Options, TheInstallerIsGivenOrThatOfTheRun) {
+  json::object options = options_of("xsd");
+  EXPECT_TRUE(get_installer(&options).is_null());
+  set_installer(nullptr, "run");
+  EXPECT_EQ(text(get_installer(&options)), "run");
+  options[option::installer] = "";
+  EXPECT_EQ(text(get_installer(&options)), "run");
+  set_installer(&options, "own");
+  EXPECT_EQ(text(get_installer(&options)), "own");
+  EXPECT_EQ(text(get_installer(nullptr)), "run");
+
+  create_default_settings();  // does nothing while they exist
+  EXPECT_EQ(text(get_installer(nullptr)), "run");
+  destroy_default_settings();
+  set_installer(nullptr, "nowhere");
+  EXPECT_TRUE(get_installer(nullptr).is_null());
+  EXPECT_TRUE(get_install_root(nullptr).is_null());
+}
+
+TEST_F(Options, FlagsTakeNullOrABool) {
+  json::object options;
+  set_log_remote_io(options, true);
+  EXPECT_TRUE(framework::to_bool(get_log_remote_io(&options)));
+  set_log_remote_io(options, nullptr);
+  EXPECT_EQ(options[option::log_remote_io], json::value(false));
+  try {
+    set_keep_references(options, "yes");
+    FAIL() << "a text was taken for a bool";
+  } catch (const framework::JsonError& error) {
+    EXPECT_STREQ(error.what(), "Cannot convert JSON value to bool!");
+  }
+  EXPECT_FALSE(options.contains(option::keep_references));
+}
+
+TEST(PackageType, ComesFromTheFirstArgumentAsGiven) {
+  EXPECT_EQ(type_of_program("C:\\Tools\\PlintorSetup\\korvane.exe"), PackageType::xbrl);
+  EXPECT_EQ(type_of_program("Plintor"), PackageType::xbrl);
+  EXPECT_EQ(type_of_program("plintor.exe"), PackageType::xsd);
+  EXPECT_EQ(type_of_program(""), PackageType::xsd);
+  EXPECT_EQ(type_name(PackageType::xbrl), "xbrl");
+  EXPECT_EQ(type_name(PackageType::xsd), "xsd");
+}
+
+TEST(ActiveTypes, AreTheKnownOnesAmongThoseGiven) {
+  const pkg::active_type_set set = pkg::make_active_type_set({"xsd", "docx"});
+  EXPECT_FLOAT_EQ(set.max_load_factor(), 1.0F);
+  EXPECT_GE(set.bucket_count(), 8u);
+  // h * 33 + byte, starting at 5381, wrapped at 32 bits.
+  EXPECT_EQ(pkg::type_name_hash()("xsd"), ((5381u * 33 + 'x') * 33 + 's') * 33 + 'd');
+  pkg::register_active_types(set);
+  EXPECT_TRUE(pkg::is_active_type("xsd"));
+  EXPECT_FALSE(pkg::is_active_type("docx"));
+  EXPECT_FALSE(pkg::is_active_type("xbrl"));
+  pkg::register_active_types(pkg::make_active_type_set({}));
+  EXPECT_FALSE(pkg::is_active_type("xsd"));
+}
+
+}  // namespace
+}  // namespace zendro::app

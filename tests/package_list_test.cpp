@@ -1,0 +1,204 @@
+#include "pkg/package_list.h"
+
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "pkg/list_files.h"
+#include "pkg/merged_view.h"
+#include "pkg/references.h"
+#include "pkg/substring_index.h"
+
+namespace zendro::pkg {
+namespace {
+
+pkgs_available_t list_of(std::string text) {
+  std::string cause;
+  std::optional<pkgs_available_t> list = parse_list(std::move(text), cause);
+  EXPECT_TRUE(list) << cause;
+  return list ? std::move(*list) : pkgs_available_t();
+}
+
+std::string failure_of(std::string text) {
+  std::string cause;
+  EXPECT_FALSE(parse_list(std::move(text), cause));
+  return cause;
+}
+
+std::string best(const pkgs_available_t& list, const char* key) {
+  const package_t* found = find_best(list.packages(), parse_identity(key));
+  return found == nullptr ? "" : to_string(found->identity);
+}
+
+TEST(PackageList, ReadsMembersSortedAndKeepsTheDeprecatedApart) {
+  const pkgs_available_t list = list_of(R"({
+    "b-1.0.0": {}, "_META": {"build_number": 42}, "a-1.0.0": {"_name": "a"}, "a-1.2.0": {},
+    "_DEPRECATED": {"a-0.9.0": {"title": "old"}}})");
+  ASSERT_EQ(list.packages().size(), 3u);
+  EXPECT_EQ(to_string(list.packages()[0].identity), "a-1.2.0");
+  EXPECT_EQ(to_string(list.packages()[1].identity), "a-1.0.0");
+  EXPECT_EQ(to_string(list.packages()[2].identity), "b-1.0.0");
+  EXPECT_EQ(list.build_number(), 42);
+  ASSERT_EQ(list.deprecated().size(), 1u);
+  EXPECT_EQ(list.find_entry(parse_identity("a-0.9.0"))->meta.title(), "old");
+  EXPECT_EQ(find_exact(list.packages(), parse_identity("a-0.9.0")), nullptr);
+
+  const pkgs_available_t bare = list_of("{}");
+  EXPECT_FALSE(bare.build_number());
+  EXPECT_TRUE(bare.packages().empty() && bare.deprecated().empty());
+  EXPECT_FALSE(list_of(R"({"_META": {}})").build_number());
+  EXPECT_EQ(list_of(R"({"_META": {"build_number": null}})").build_number(), 0);
+}
+
+TEST(PackageList, RefusesWhatIsNoList) {
+  EXPECT_EQ(failure_of("[]"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"a-1.0.0": "text"})"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"_META": null})"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"_DEPRECATED": null})"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"_DEPRECATED": []})"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"_DEPRECATED": {"a-1.0.0": 1}})"), "Cannot cast value to JSON map!");
+  EXPECT_EQ(failure_of(R"({"_META": {"build_number": "7"}})"),
+            "Cannot cast value to JSON integer!");
+  EXPECT_EQ(failure_of(R"({"_META": {"build_number": 1.5}})"),
+            "Cannot convert JSON value to int64_t");
+  // Not JSON: cut off, something behind it, a number that nothing could write again, nested too
+  // deeply, bytes that are not UTF-8.
+  std::string deep = "{\"a-1.0.0\":{\"x\":" + std::string(40, '[') + std::string(40, ']') + "}}";
+  for (const std::string& text :
+       {std::string(), std::string("{\"a-1.0.0\": {}"), std::string("{} {}"),
+        std::string("{\"a-1.0.0\": {\"x\": 1e400}}"), deep,
+        std::string("{\"a-1.0.0\": {\"x\": \"\xFF\"}}")}) {
+    EXPECT_FALSE(failure_of(text).empty()) << text;
+  }
+}
+
+TEST(PackageList, WritesWhatItRead) {
+  const std::string text =
+      "{\n\"_META\":{\"build_number\":7,\"x\":[1,-2,18446744073709551615,2.5E-1,true,null]},\n"
+      "\"b-1.0.0\":{\"z\":\"\\u0001\\\"caf\xC3\xA9\",\"a\":{}},\n"
+      "\"a-2.0.0\":{},\n"
+      "\"_DEPRECATED\":{\"a-1.0.0\":{}}\n}\n";
+  EXPECT_EQ(list_of(text).serialise(), text);
+  EXPECT_EQ(list_of("{}").serialise(), "{\n}\n");
+}
+
+TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {
+  pkgs_available_t list = list_of(R"({"_META":{"build_number":1},"b-1.0.0":{"v":1},"d-1.0.0":{}})");
+  std::string written;
+  {
+    const pkgs_available_t source =
+        list_of(R"({"a-1.0.0":{},"b-1.0.0":{"v":2},"b-2.0.0":{},"e-1.0.0":{}})");
+    std::vector<const package_t*> added;
+    for (const package_t& package : source.packages()) added.push_back(&package);
+    list.add(added, source);
+  }  // what was added outlives the list that it came from
+  EXPECT_EQ(list.serialise(),
+            "{\n\"_META\":{\"build_number\":1},\n\"a-1.0.0\":{},\n\"b-2.0.0\":{},\n"
+            "\"b-1.0.0\":{\"v\":1},\n\"d-1.0.0\":{},\n\"e-1.0.0\":{}\n}\n");
+  EXPECT_EQ(list.packages().size(), 5u);
+  EXPECT_EQ(best(list, "b"), "b-2.0.0");
+
+  const std::vector<name_semver_t> removed = {parse_identity("a-1.0.0"), parse_identity("b-1.0.0"),
+                                              parse_identity("c-1.0.0")};
+  list.remove(removed);
+  EXPECT_EQ(list.serialise(),
+            "{\n\"_META\":{\"build_number\":1},\n\"b-2.0.0\":{},\n\"d-1.0.0\":{},\n"
+            "\"e-1.0.0\":{}\n}\n");
+  EXPECT_EQ(find_exact(list.packages(), parse_identity("b-1.0.0")), nullptr);
+}
+
+TEST(PackageList, FindsTheExactElseTheNewestMatching) {
+  const pkgs_available_t list = list_of(R"({"mypkg-2.1.3":{},"mypkg-2.1.5":{},"mypkg-2.0.9":{},
+    "mypkg-3.0.0":{},"mypkg-1.0.0":{},"mypkgs-9.0.0":{},"odd-2":{},"odd-2.5.0":{},
+    "_DEPRECATED":{"mypkg-4.0.0":{}}})");
+  EXPECT_EQ(best(list, "mypkg"), "mypkg-3.0.0");
+  EXPECT_EQ(best(list, "mypkg-2"), "mypkg-2.1.5");
+  EXPECT_EQ(best(list, "mypkg-2.0"), "mypkg-2.0.9");
+  EXPECT_EQ(best(list, "mypkg-2.1.3"), "mypkg-2.1.3");
+  EXPECT_EQ(best(list, "mypkg-2.1.4"), "");
+  EXPECT_EQ(best(list, "mypkg-2.2"), "");
+  EXPECT_EQ(best(list, "mypkg-4"), "");
+  EXPECT_EQ(best(list, "mypk"), "");
+  EXPECT_EQ(best(list, "mypkg-65535.0"), "mypkg-3.0.0");  // any major number, minor 0
+  EXPECT_EQ(best(list, "odd-2"), "odd-2");                // exactly this entry before a match
+}
+
+TEST(PackageList, ReferencesAreFollowedOnceAndKeptAsWrittenWhereUnknown) {
+  const pkgs_available_t list = list_of(R"({
+    "a-1.0.0":{"references":["b-1","missing-2.1","b-1"]},
+    "b-1.0.0":{"references":["c"]}, "b-1.5.0":{"references":["c-1"]}, "b-2.0.0":{},
+    "c-1.0.0":{"references":["a-1.0.0"]}, "c-2.0.0":{}})");
+  std::set<name_semver_t> found;
+  collect_references(parse_identity("a-1.0.0"), list, found);
+  std::string text;
+  for (const name_semver_t& identity : found) text += to_string(identity) + " ";
+  EXPECT_EQ(text, "a-1.0.0 b-1.5.0 c-1.0.0 missing-2.1 ");
+}
+
+TEST(PackageList, ReferenceChainsOfAnyLengthNeedNoStack) {
+  std::string text = "{";
+  constexpr int count = 100'000;
+  for (int i = 0; i < count; ++i) {
+    text += "\"p" + std::to_string(i) + "-1.0.0\":{\"references\":[\"p" + std::to_string(i + 1) +
+            "\"]},";
+  }
+  const pkgs_available_t list = list_of(text + "\"p100000-1.0.0\":{}}");
+  std::set<name_semver_t> found;
+  collect_references(parse_identity("p0-1.0.0"), list, found);
+  EXPECT_EQ(found.size(), static_cast<std::size_t>(count));
+}
+
+TEST(PackageList, MergedViewKnowsWhatEachVersionIs) {
+  const merged_view_t view(
+      list_of(
+          R"({"a-1.0.0":{"title":"store"},"a-2.0.0":{},"_DEPRECATED":{"a-0.1.0":{},"o-1.0.0":{}}})"),
+      list_of(R"({"a-1.0.0":{"title":"disk"},"o-1.0.0":{},"z-1.0.0":{}})"));
+  std::string text;
+  for (const version_view_t& row : view.versions) {
+    text += to_string(row.identity) + (row.available ? "A" : "") + (row.installed ? "I" : "") +
+            (row.deprecated ? "D" : "") + " ";
+  }
+  EXPECT_EQ(text, "a-2.0.0A a-1.0.0AI a-0.1.0D o-1.0.0ID z-1.0.0I ");
+  EXPECT_EQ(view.versions[1].meta.title(), "disk");
+}
+
+TEST(Meta, PublisherIsNamedOrTheHostOfTheHomepage) {
+  const auto publisher = [](const char* members) {
+    const json::value value = json::parse(members);
+    return std::string(meta_t(value.as_object()).publisher());
+  };
+  EXPECT_EQ(publisher(R"({"publisher":"W3C","homepage":"https://x.example/"})"), "W3C");
+  EXPECT_EQ(publisher(R"({"homepage":"https://u:p@www.w3.example:8080/TR?x#y"})"),
+            "www.w3.example");
+  EXPECT_EQ(publisher(R"({"homepage":"http://[::1]:80/"})"), "[::1]");
+  EXPECT_EQ(publisher(R"({"homepage":"no url"})"), "");
+  EXPECT_THROW(publisher(R"({"publisher":7})"), framework::JsonError);
+}
+
+TEST(SubstringIndex, AgreesWithSearchingEveryName) {
+  std::mt19937 random(7);
+  std::vector<std::string> names = {"", "A", std::string(400, 'a') + "B", "abc", "ABC", "xAbCy"};
+  for (int i = 0; i < 200; ++i) {
+    std::string name;
+    for (unsigned length = random() % 9; length > 0; --length) name += "abAB-"[random() % 5];
+    names.push_back(name);
+  }
+  const std::vector<std::string_view> views(names.begin(), names.end());
+  const substring_index index(views);
+  const auto lower = [](std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+  };
+  std::vector<std::string> parts = {"", "ab", "AABB", "zz", "aaaaaaaaaaab"};
+  parts.insert(parts.end(), names.begin(), names.end());
+  for (const std::string& part : parts) {
+    std::vector<std::size_t> expected;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (lower(names[i]).find(lower(part)) != std::string::npos) expected.push_back(i);
+    }
+    EXPECT_EQ(index.find(part), expected) << part;
+  }
+}
+
+}  // namespace
+}  // namespace zendro::pkg

@@ -1,0 +1,416 @@
+#include "packages_ui/selection.h"
+
+#include <chrono>
+#include <deque>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "msg/utf.h"
+#include "packages_ui/button_states.h"
+#include "packages_ui/pending_changes.h"
+#include "packages_ui/row_text.h"
+#include "packages_ui/ui_messages.h"
+
+namespace zendro::packages_ui {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using Clock = std::chrono::steady_clock;
+
+// The selection's owner and user: records what is told and asked, answers from lists.
+class Desk : public SelectionQuestions, public ParentUI {
+ public:
+  VersionsAnswer latest_all_cancel() override {
+    asked.push_back("versions");
+    const VersionsAnswer answer = versions_answers.front();
+    versions_answers.pop_front();
+    return answer;
+  }
+  bool remove_dependants(std::span<const std::wstring> packages) override {
+    return ask("dependants", packages);
+  }
+  bool remove_used_by(std::span<const std::wstring> packages) override {
+    return ask("used", packages);
+  }
+  void selection_changed() override { ++changes; }
+  void report(const msg::Message& message) override {
+    reports.push_back(msg::to_utf8(message.text()));
+  }
+
+  std::deque<VersionsAnswer> versions_answers;
+  std::deque<bool> answers;
+  std::vector<std::string> asked;
+  std::vector<std::string> reports;
+  int changes = 0;
+
+ private:
+  bool ask(std::string question, std::span<const std::wstring> packages) {
+    for (const std::wstring& package : packages) question += " " + msg::to_utf8(package);
+    asked.push_back(question);
+    const bool answer = answers.front();
+    answers.pop_front();
+    return answer;
+  }
+};
+
+pkg::pkgs_available_t list(std::string_view text) {
+  std::string error;
+  auto document = pkg::document_t::parse(text.empty() ? "{}" : text, error);
+  EXPECT_TRUE(document) << error;
+  return pkg::pkgs_available_t(std::move(document));
+}
+
+std::unique_ptr<PackageTable> table(std::string_view available, std::string_view installed = {}) {
+  return std::make_unique<PackageTable>("xsd",
+                                        pkg::merged_view_t(list(available), list(installed)));
+}
+
+class SelectionTest : public testing::Test {
+ protected:
+  Selection make(std::string_view available, std::string_view installed = {}) {
+    return {table(available, installed), desk_, desk_};
+  }
+
+  static RowId find(const Selection& selection, std::wstring_view text) {
+    for (RowId row = 0; row < selection.rows().size(); ++row) {
+      if (selection.table().text(row) == text) return row;
+    }
+    ADD_FAILURE() << "no row " << msg::to_utf8(text);
+    return kNoRow;
+  }
+  static void toggle(Selection& selection, std::wstring_view text) {
+    selection.toggle_version(find(selection, text));
+  }
+
+  // The checked versions in grid order, each with the versions that it was ticked for.
+  static std::vector<std::string> checked(const Selection& selection) {
+    std::vector<std::string> result;
+    for (RowId row = 0; row < selection.rows().size(); ++row) {
+      if (!selection.row(row).checked) continue;
+      std::string text = msg::to_utf8(selection.table().text(row));
+      for (const RowId referrer : selection.row(row).referenced_by) {
+        text += " <" + msg::to_utf8(selection.table().text(referrer));
+      }
+      result.push_back(text);
+    }
+    return result;
+  }
+
+  Desk desk_;
+};
+
+constexpr std::string_view kLibraries = R"({
+  "app-1.0.0": {"references": ["lib", "util-1"]},
+  "tool-1.0.0": {"references": ["lib-2"]},
+  "lib-1.0.0": {}, "lib-2.0.0": {"references": ["base"]}, "lib-10.0.0": {"references": ["base"]},
+  "util-1.0.0": {}, "util-1.4.0": {}, "util-2.0.0": {},
+  "base-1.0.0": {}})";
+
+TEST_F(SelectionTest, RowsAreInPackageOrderWithVersionsAscending) {
+  const Selection selection = make(kLibraries, R"({"base-0.9.0": {}})");
+  std::vector<std::wstring> rows;
+  for (RowId row = 0; row < selection.rows().size(); ++row) {
+    rows.push_back(selection.table().text(row));
+  }
+  EXPECT_THAT(
+      rows, ElementsAre(L"app-1.0.0", L"base-0.9.0", L"base-1.0.0", L"lib-1.0.0", L"lib-2.0.0",
+                        L"lib-10.0.0", L"tool-1.0.0", L"util-1.0.0", L"util-1.4.0", L"util-2.0.0"));
+  EXPECT_EQ(selection.table().package_count(), 5u);
+  EXPECT_THAT(checked(selection), ElementsAre("base-0.9.0"));
+}
+
+TEST_F(SelectionTest, TickFollowsReferencesAsAnInstallWould) {
+  Selection selection = make(kLibraries);
+  toggle(selection, L"app-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("app-1.0.0", "base-1.0.0 <lib-10.0.0",
+                                              "lib-10.0.0 <app-1.0.0", "util-1.4.0 <app-1.0.0"));
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(checked(selection),
+              ElementsAre("app-1.0.0", "base-1.0.0 <lib-2.0.0 <lib-10.0.0", "lib-2.0.0 <tool-1.0.0",
+                          "lib-10.0.0 <app-1.0.0", "tool-1.0.0", "util-1.4.0 <app-1.0.0"));
+  // The user's own tick of what is ticked already makes it the user's choice.
+  selection.tick(find(selection, L"base-1.0.0"));
+  EXPECT_EQ(selection.row(find(selection, L"base-1.0.0")).reference_count(), 0u);
+  EXPECT_TRUE(selection.row(find(selection, L"base-1.0.0")).checked);
+  EXPECT_EQ(desk_.changes, 3);
+  EXPECT_THAT(desk_.asked, IsEmpty());
+
+  // A choice of the user is not taken over by a referrer that comes later.
+  toggle(selection, L"lib-1.0.0");
+  selection.deselect_all();
+  EXPECT_THAT(checked(selection), IsEmpty());
+  toggle(selection, L"base-1.0.0");
+  toggle(selection, L"lib-2.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0", "lib-2.0.0"));
+}
+
+TEST_F(SelectionTest, PackageRowAsksWhichVersions) {
+  Selection selection = make(kLibraries);
+  const PackageId lib = selection.table().package_of(find(selection, L"lib-1.0.0"));
+  const PackageId base = selection.table().package_of(find(selection, L"base-1.0.0"));
+
+  desk_.versions_answers = {VersionsAnswer::cancel, VersionsAnswer::latest, VersionsAnswer::all};
+  selection.toggle_package(lib);
+  EXPECT_THAT(checked(selection), IsEmpty());
+  EXPECT_FALSE(selection.expanded(lib));
+  EXPECT_EQ(desk_.changes, 0);
+
+  selection.toggle_package(lib);
+  EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0 <lib-10.0.0", "lib-10.0.0"));
+  EXPECT_TRUE(selection.expanded(lib));
+  EXPECT_EQ(selection.package_check(lib), PackageCheck::some);
+
+  selection.toggle_package(lib);
+  EXPECT_EQ(selection.package_check(lib), PackageCheck::all);
+  EXPECT_EQ(desk_.asked.size(), 3u);
+
+  // Where all versions are ticked, the box of the package unticks them together.
+  desk_.answers = {false};
+  selection.toggle_package(lib);
+  EXPECT_EQ(desk_.asked.back(), "used base-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0"));
+
+  desk_.answers = {};
+  selection.toggle_package(base);
+  selection.toggle_package(base);
+  EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0"));
+  EXPECT_EQ(desk_.asked.size(), 4u) << "one version is ticked without a question";
+}
+
+TEST_F(SelectionTest, UntickTakesDependantsAlongAndOffersWhatIsLeftUnused) {
+  Selection selection = make(kLibraries);
+  toggle(selection, L"app-1.0.0");
+  toggle(selection, L"tool-1.0.0");
+  const auto before = checked(selection);
+
+  desk_.answers = {false};
+  toggle(selection, L"base-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants app-1.0.0 lib-2.0.0 lib-10.0.0 tool-1.0.0"));
+  EXPECT_EQ(checked(selection), before);
+  EXPECT_EQ(desk_.changes, 2);
+
+  // What another package still uses is not offered; what only the unused ones used is.
+  desk_ = {};
+  desk_.answers = {false};
+  toggle(selection, L"app-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("used lib-10.0.0 util-1.4.0"));
+  desk_ = {};
+  desk_.answers = {true};
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("used lib-2.0.0"));
+  EXPECT_THAT(checked(selection),
+              ElementsAre("base-1.0.0 <lib-10.0.0", "lib-10.0.0", "util-1.4.0"));
+  desk_ = {};
+  desk_.answers = {true, true};
+  selection.tick(find(selection, L"app-1.0.0"));
+  toggle(selection, L"base-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants lib-10.0.0"));
+}
+
+TEST_F(SelectionTest, InstalledPackagesDependOnEachOtherFromTheStart) {
+  const std::string_view installed =
+      R"({"app-1.0.0": {"references": ["lib-2"]}, "lib-2.0.0": {"references": ["base"]},
+          "base-1.0.0": {}})";
+  Selection selection = make(kLibraries, installed);
+  desk_.answers = {true, true};
+  toggle(selection, L"lib-2.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants app-1.0.0", "used base-1.0.0"));
+  EXPECT_THAT(checked(selection), IsEmpty());
+
+  selection.reset();
+  EXPECT_THAT(checked(selection),
+              ElementsAre("app-1.0.0", "base-1.0.0 <lib-2.0.0", "lib-2.0.0 <app-1.0.0"));
+  selection.deselect_all();
+  for (const VersionRow& row : selection.rows()) EXPECT_EQ(row.reference_count(), 0u);
+}
+
+TEST_F(SelectionTest, ReferencesInACircleAndToNothingEnd) {
+  Selection selection = make(R"({"a-1.0.0": {"references": ["b", "a", "gone-3"]},
+                                 "b-1.0.0": {"references": ["a"]}})");
+  toggle(selection, L"b-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0 <b-1.0.0", "b-1.0.0"));
+  desk_.answers = {true};
+  toggle(selection, L"a-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants b-1.0.0"));
+  EXPECT_THAT(checked(selection), IsEmpty());
+}
+
+TEST_F(SelectionTest, DeprecatedVersionsAreShownButNotChosen) {
+  Selection selection =
+      make(R"({"app-1.0.0": {"references": ["lib"]}, "lib-1.0.0": {}, "lib-1.1.0": {},
+               "_DEPRECATED": {"lib-2.0.0": {}, "old-1.0.0": {}}})",
+           R"({"old-1.0.0": {"references": ["lib-1.1"]}})");
+  const PackageId lib = selection.table().package_of(find(selection, L"lib-1.0.0"));
+  toggle(selection, L"app-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("app-1.0.0", "lib-1.1.0 <app-1.0.0", "old-1.0.0"));
+  toggle(selection, L"lib-2.0.0");
+  EXPECT_FALSE(selection.row(find(selection, L"lib-2.0.0")).checked);
+  desk_.versions_answers = {VersionsAnswer::all};
+  selection.toggle_package(lib);
+  EXPECT_EQ(selection.package_check(lib), PackageCheck::all);
+
+  EXPECT_EQ(version_state_words(selection, find(selection, L"lib-1.1.0")), L"latest");
+  EXPECT_EQ(version_state_words(selection, find(selection, L"old-1.0.0")),
+            L"installed, deprecated: please uninstall or upgrade");
+  EXPECT_EQ(package_state_words(selection, lib), L"");
+  EXPECT_EQ(version_icon(selection.row(find(selection, L"lib-2.0.0"))), "package_deprecated");
+  EXPECT_EQ(datatip_text(selection, find(selection, L"old-1.0.0"), L"Patch"),
+            L"References: lib-1.1\nDEPRECATED: This package is deprecated!");
+}
+
+TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
+  Selection selection =
+      make(R"({"a-1.0.1": {}, "a-1.0.2": {}, "a-1.1.9": {}, "b-1.0.0": {}, "b-1.0.1": {},
+               "c-1.0.0": {}, "c-1.0.5": {}, "_DEPRECATED": {"c-1.0.9": {}}})",
+           R"({"a-1.0.0": {"homepage": "https://schemas.example/a"}, "b-1.0.0": {}, "b-1.0.1": {},
+               "c-1.0.5": {}})");
+  const RowId a = find(selection, L"a-1.0.0");
+  EXPECT_EQ(selection.row(a).patch, PatchState::available);
+  EXPECT_EQ(selection.row(find(selection, L"b-1.0.0")).patch, PatchState::none);
+  EXPECT_EQ(selection.row(find(selection, L"c-1.0.5")).patch, PatchState::none);
+  EXPECT_EQ(version_icon(selection.row(a)), "package_patchable");
+  EXPECT_EQ(version_state_words(selection, a), L"installed, upgrade available");
+  EXPECT_EQ(datatip_text(selection, a, L"Patch Selection"),
+            L"Publisher: schemas.example\nPATCH: There is a patch available for this package. "
+            L"Double click here to apply it or press button \"Patch Selection\" to apply all "
+            L"patches.");
+  EXPECT_TRUE(button_states(selection).patchable);
+  EXPECT_FALSE(button_states(selection).changed);
+
+  selection.choose_patch(a);
+  selection.choose_patch(find(selection, L"b-1.0.0"));
+  EXPECT_EQ(desk_.changes, 1);
+  EXPECT_FALSE(button_states(selection).patchable);
+  EXPECT_TRUE(button_states(selection).changed);
+  toggle(selection, L"a-1.0.2");
+  EXPECT_THAT(requests(selection), ElementsAre(Pair("a-1.0.2", 0)));
+
+  selection.reset();
+  selection.choose_all_patches();
+  EXPECT_THAT(requests(selection), ElementsAre(Pair("a-1.0.2", 0)));
+}
+
+TEST_F(SelectionTest, SummaryRequestsAndButtonsFollowTheSelection) {
+  Selection selection =
+      make(R"({"a-1.0.0": {}, "a-1.0.1": {}, "n-1.0.0": {}, "n-2.0.0": {}, "o-1.0.0": {}})",
+           R"({"a-1.0.0": {}, "o-1.0.0": {}})");
+  EXPECT_EQ(summary_text(selection, L"Apply"),
+            L"Select the packages you want to install and then click \"Apply\".");
+  EXPECT_THAT(requests(selection), IsEmpty());
+
+  toggle(selection, L"o-1.0.0");
+  EXPECT_EQ(summary_text(selection, L"Apply"),
+            L"The following packages will be uninstalled:\r\n    o-1.0.0");
+  selection.choose_all_patches();
+  toggle(selection, L"n-2.0.0");
+  toggle(selection, L"n-1.0.0");
+  EXPECT_EQ(summary_text(selection, L"Apply"),
+            L"The following packages will be uninstalled:\r\n    o-1.0.0\r\n\r\n"
+            L"The following packages will be patched:\r\n    a-1.0.0\r\n\r\n"
+            L"The following packages will be installed:\r\n    n-1.0.0\r\n    n-2.0.0");
+  EXPECT_THAT(requests(selection), ElementsAre(Pair("o-1.0.0", 1), Pair("a-1.0.1", 0),
+                                               Pair("n-1.0.0", 0), Pair("n-2.0.0", 0)));
+  EXPECT_TRUE(button_states(selection).any_checked);
+
+  selection.deselect_all();
+  EXPECT_FALSE(button_states(selection).any_checked);
+  EXPECT_TRUE(button_states(selection).changed);
+  selection.reset();
+  EXPECT_FALSE(button_states(selection).changed);
+  EXPECT_TRUE(button_states(selection).any_checked);
+}
+
+TEST_F(SelectionTest, PreselectionTakesIdentitiesAsFilters) {
+  Selection selection = make(kLibraries);
+  const std::vector<std::string> wanted = {"util-1", "lib-2.0.0", "nothing-1", "base"};
+  selection.preselect(wanted);
+  EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0", "lib-2.0.0", "util-1.4.0"));
+  EXPECT_TRUE(selection.expanded(selection.table().package_of(find(selection, L"util-1.4.0"))));
+  EXPECT_THAT(desk_.reports, ElementsAre("No information found for XML Schema nothing-1."));
+}
+
+TEST_F(SelectionTest, MetadataOfTheWrongTypeIsReportedOnceAndCountsAsNone) {
+  Selection selection = make(R"({"a-1.0.0": {"references": {"b": 1}, "title": 5, "homepage": []},
+                                 "b-1.0.0": {"title": "Line one\nline two"}})");
+  toggle(selection, L"a-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0"));
+  EXPECT_EQ(selection.table().title(0), L"");
+  EXPECT_EQ(selection.table().publisher(0), L"");
+  EXPECT_EQ(selection.table().title(1), L"Line one line two");
+  EXPECT_THAT(desk_.reports, ElementsAre("a-1.0.0: Cannot cast value to JSON array!"));
+}
+
+TEST(UiMessages, NumbersAndTextsAreFixed) {
+  EXPECT_EQ(ui_message_identifier(22), L"PackageUICaptionTaxonomy");
+  EXPECT_EQ(ui_message_text(23), L"Zendro XML Schema Manager");
+  EXPECT_EQ(ui_message_identifier(47), L"PackageUIDatatipPatchHint");
+  EXPECT_TRUE(ui_message_text(21).empty() && ui_message_text(48).empty());
+  const std::vector<std::wstring> packages = {L"a-1.0.0", L"b\r\n{packages}"};
+  EXPECT_EQ(
+      ui_message_with_packages(UiCode::PackageUIUninstallDependenciesText, packages, L"", L"\n"),
+      L"The following packages depend on the selected package:\na-1.0.0\nb  {packages}\n\n"
+      L"Therefore those packages have to be removed too.");
+}
+
+// Limits are generous: they tell an algorithm of the wrong order, not a slow machine.
+class SelectionScale : public SelectionTest {
+ protected:
+  static double seconds_since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+  }
+};
+
+TEST_F(SelectionScale, AChainOfAHundredThousandReferences) {
+  std::string text = "{";
+  constexpr int kCount = 100000;
+  for (int i = 0; i < kCount; ++i) {
+    text += "\"p" + std::to_string(i) + "-1.0.0\":{\"references\":[\"p" + std::to_string(i + 1) +
+            "-1\"]},";
+  }
+  text.back() = '}';
+  Selection selection = make(text);
+  const auto start = Clock::now();
+  toggle(selection, L"p0-1.0.0");
+  EXPECT_EQ(requests(selection).size(), static_cast<std::size_t>(kCount));
+  desk_.answers = {true};
+  toggle(selection, L"p0-1.0.0");
+  EXPECT_THAT(requests(selection), IsEmpty());
+  toggle(selection, L"p0-1.0.0");
+  desk_.answers = {true};
+  toggle(selection, L"p" + std::to_wstring(kCount - 1) + L"-1.0.0");
+  EXPECT_THAT(requests(selection), IsEmpty());
+  EXPECT_LT(seconds_since(start), 20.0);
+}
+
+TEST_F(SelectionScale, ManyReferrersOfManyReferences) {
+  // Every one of 1,000 packages references all of 1,000 others through one hub.
+  std::string text = R"({"hub-1.0.0":{"references":[)";
+  for (int i = 0; i < 1000; ++i) text += "\"leaf" + std::to_string(i) + "\",";
+  text.back() = ']';
+  text += R"(},"all-1.0.0":{"references":[)";
+  for (int i = 0; i < 1000; ++i) text += "\"user" + std::to_string(i) + "\",";
+  text.back() = ']';
+  text += '}';
+  for (int i = 0; i < 1000; ++i) {
+    text += ",\"leaf" + std::to_string(i) + "-1.0.0\":{}";
+    text += ",\"user" + std::to_string(i) + "-1.0.0\":{\"references\":[\"hub\"]}";
+  }
+  text += '}';
+  Selection selection = make(text);
+  const auto start = Clock::now();
+  toggle(selection, L"all-1.0.0");
+  EXPECT_EQ(selection.row(find(selection, L"hub-1.0.0")).reference_count(), 1000u);
+  EXPECT_EQ(requests(selection).size(), 2002u);
+  EXPECT_LT(seconds_since(start), 2.0);
+}
+
+}  // namespace
+}  // namespace zendro::packages_ui

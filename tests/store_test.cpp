@@ -1,0 +1,191 @@
+// Bringing the list of available packages up to date.
+#include <sys/stat.h>
+
+#include "app/options.h"
+#include "framework/digest.h"
+#include "tests/manager_fixture.h"
+#include "tests/zip_builder.h"
+
+namespace zendro::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class StoreTest : public ManagerTest {
+ protected:
+  static constexpr const char* kArchive = "/store/pkgs-available.json.zip";
+
+  // Updates a cache that holds the list {"old-1.0.0"} with build number 5, and expects the failure
+  // to leave every file as it was.
+  std::vector<std::string> failed_update() {
+    write_text(cache_file("pkgs-available.json"), R"({"_META":{"build_number":5},"old-1.0.0":{}})");
+    const auto before = snapshot();
+    EXPECT_FALSE(cache().update_store_information(false));
+    EXPECT_EQ(snapshot(), before);
+    return take_messages();
+  }
+};
+
+TEST_F(StoreTest, ForcedUpdateCreatesTheCacheOfAFreshMachine) {
+  publish({{"a-1.0.0", {}}});
+  EXPECT_FALSE(cache().is_initialised());
+  EXPECT_FALSE(cache().update_store_information(false));
+  EXPECT_THAT(take_messages(), ElementsAre("not_initialized pkgtype=XML Schema"));
+  EXPECT_THAT(take_log(), IsEmpty());
+  EXPECT_THAT(take_requests(), IsEmpty());
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "pkgs"));
+
+  EXPECT_TRUE(cache().update_store_information(true));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  EXPECT_THAT(take_log(),
+              ElementsAre("Updating XML Schema folder $/pkgs/.xsd_cache/.",
+                          "Fetch current XML Schema informations from Zendro XML Schema store.",
+                          "Update XML Schema information.", "Update XML Schema catalogs."));
+  EXPECT_THAT(take_requests(), ElementsAre("GET /bootstrap", std::string("GET ") + kArchive));
+  EXPECT_TRUE(cache().is_initialised());
+  for (const char* name : {"catalog.xml", "remapping.xml", "namespace-mapping-catalog.xml"}) {
+    EXPECT_TRUE(std::filesystem::exists(cache_file(name))) << name;
+  }
+  EXPECT_FALSE(std::filesystem::exists(cache_file("logs")));
+}
+
+TEST_F(StoreTest, OnlyANewerBuildReplacesTheList) {
+  const auto update = [&](const std::string& cached, const std::string& published) {
+    write_text(cache_file("pkgs-available.json"), cached);
+    std::filesystem::remove(cache_file("catalog.xml"));
+    publish_document(published);
+    EXPECT_TRUE(cache().update_store_information(false));
+    EXPECT_TRUE(std::filesystem::exists(cache_file("catalog.xml")));
+    return file_text(cache_file("pkgs-available.json")) != cached;
+  };
+  const std::string old = R"({"_META":{"build_number":5},"old-1.0.0":{}})";
+  EXPECT_FALSE(update(old, R"({"_META":{"build_number":5},"new-1.0.0":{}})"));
+  EXPECT_EQ(take_log().back(), "XML Schema information already up to date.");
+  EXPECT_FALSE(update(old, R"({"_META":{"build_number":4}})"));
+  EXPECT_FALSE(update(old, R"({"_META":{"build_number":null}})"));
+  EXPECT_TRUE(update(old, R"({"_META":{"build_number":6},"new-1.0.0":{}})"));
+  EXPECT_TRUE(update(old, R"({"new-1.0.0":{}})"));
+  EXPECT_TRUE(update(old, R"({"_META":{},"new-1.0.0":{}})"));
+  EXPECT_TRUE(update(R"({"old-1.0.0":{}})", R"({"_META":{"build_number":-1}})"));
+  EXPECT_TRUE(update(R"({"_META":{"build_number":9}, cut off)", R"({"_META":{"build_number":1}})"));
+  EXPECT_TRUE(update(R"({"_META":{"build_number":null}})", R"({"_META":{"build_number":1}})"));
+}
+
+TEST_F(StoreTest, TheDigestHeaderIsCheckedWhereThereIsOne) {
+  publish({{"a-1.0.0", {}}});
+  const std::string document = R"({"_META":{"build_number":6}})";
+  std::string digest =
+      framework::to_hex(framework::sha256(make_zip({{"pkgs-available.json", document}})));
+  publish_document(document, digest.substr(1));
+  EXPECT_THAT(failed_update(), ElementsAre("checksum_invalid_pkg_store_info file=@store/"
+                                           "pkgs-available.json.zip sum=" +
+                                           digest.substr(1)));
+  publish_document(document, digest + "0");
+  EXPECT_THAT(failed_update(), ElementsAre("checksum_invalid_pkg_store_info file=@store/"
+                                           "pkgs-available.json.zip sum=" +
+                                           digest + "0"));
+  publish_document(document, std::string(63, '0') + "g");
+  EXPECT_THAT(failed_update(), ElementsAre("checksum_invalid_pkg_store_info file=@store/"
+                                           "pkgs-available.json.zip sum=" +
+                                           std::string(63, '0') + "g"));
+  publish_document(document, std::string(64, '0'));
+  EXPECT_THAT(failed_update(), ElementsAre("checksum_mismatch_pkg_store_info file=@store/"
+                                           "pkgs-available.json.zip"));
+  for (char& c : digest) c = static_cast<char>(std::toupper(c));
+  publish_document(document, digest);
+  EXPECT_TRUE(cache().update_store_information(false));
+  publish_document(R"({"_META":{"build_number":7}})", "");
+  EXPECT_TRUE(cache().update_store_information(false));
+}
+
+TEST_F(StoreTest, EveryFailureHasItsMessageAndLeavesTheListAlone) {
+  const std::string type = " pkgtype=XML Schema";
+  publish({{"a-1.0.0", {}}}, 6);
+  server_.set_fault("/bootstrap", demo::Fault::replaced(demo::Reply::with_status(500, "{}")));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
+  server_.set_fault("/bootstrap", demo::Fault::close());
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
+  server_.set_fault("/bootstrap", demo::Fault::wrong_length(1000));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "fetch_pkg_store_info" + type));
+  server_.clear_faults();
+  serve_bootstrap(std::string((1 << 20) + 1, ' '));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "fetch_pkg_store_info" + type));
+  serve_bootstrap("<html>login</html>");
+  EXPECT_THAT(failed_update(), ElementsAre("read_pkg_store_info" + type));
+  for (const char* body : {"{}", "[]", R"({"pkg.store_url": 1})", R"({"store_url": "x"})"}) {
+    serve_bootstrap(body);
+    EXPECT_THAT(failed_update(), ElementsAre("invalid_pkg_store_info" + type)) << body;
+  }
+  // No separator is added to a store URL, so this one misses the archive.
+  serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store") + R"("})");
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
+  EXPECT_THAT(take_requests().back(), "GET /storepkgs-available.json.zip");
+
+  serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + R"("})");
+  server_.set_fault(kArchive, demo::Fault::close(10));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
+  server_.clear_faults();
+  server_.serve(kArchive, demo::Reply::bytes("no zip"));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
+  server_.serve(kArchive, demo::Reply::bytes(make_zip({{"other.json", "{}"}})));
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
+  publish_document("{\"a-1.0.0\": ");
+  EXPECT_THAT(failed_update(), ElementsAre("invalid_pkg_store_information" + type));
+  for (const char* document :
+       {"[]", R"({"a-1.0.0": 1})", R"({"_META": 1})", R"({"_META": {"build_number": "9"}})"}) {
+    publish_document(document);
+    EXPECT_THAT(failed_update(), ElementsAre("invalid_pkg_store_information" + type)) << document;
+  }
+  set_option(app::option::store_bootstrap_url, "file:///etc/hostname");
+  EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
+}
+
+TEST_F(StoreTest, NetworkErrorsTellUrlAndCause) {
+  publish({{"a-1.0.0", {}}});
+  server_.set_fault("/bootstrap", demo::Fault::replaced(demo::Reply::with_status(404)));
+  EXPECT_FALSE(cache().update_store_information(true));
+  ASSERT_EQ(texts().size(), 2u);
+  EXPECT_THAT(texts()[0],
+              testing::AllOf(testing::HasSubstr("@bootstrap"), testing::HasSubstr("404")));
+  EXPECT_EQ(texts()[1], "Can't connect to Zendro XML Schema store.");
+}
+
+TEST_F(StoreTest, AListThatCannotBeWrittenIsReported) {
+  publish({{"a-1.0.0", {}}});
+  std::filesystem::create_directories(cache_file("pkgs-available.json"));  // in the file's place
+  EXPECT_FALSE(cache().update_store_information(true));
+  EXPECT_THAT(take_messages(), ElementsAre("io_error",
+                                           "write_pkg_information pkgtype=XML Schema "
+                                           "path=$/pkgs/.xsd_cache/pkgs-available.json"));
+}
+
+TEST_F(StoreTest, OptionsNameTheListAndSwitchTheTraceOn) {
+  set_option(app::option::pkgs_available_name, "list.json");
+  set_option(app::option::log_remote_io, true);
+  server_.serve("/store/list.json.zip", demo::Reply::bytes(make_zip({{"list.json", "{}"}})));
+  EXPECT_TRUE(cache().update_store_information(true));
+  EXPECT_EQ(file_text(cache_file("list.json")), "{\n}\n");
+  EXPECT_THAT(file_text(cache_file("logs/io_bootstrap.log")), testing::HasSubstr("/bootstrap"));
+  EXPECT_THAT(file_text(cache_file("logs/io_update.log")), testing::HasSubstr("list.json.zip"));
+
+  set_option(app::option::log_remote_io, "yes");
+  take_requests();
+  EXPECT_FALSE(cache().update_store_information(true));
+  EXPECT_EQ(texts().back(), "Cannot convert JSON value to bool!");
+  EXPECT_THAT(take_requests(), IsEmpty());
+}
+
+TEST_F(StoreTest, SinksMayBeAbsent) {
+  publish({{"a-1.0.0", {}}});
+  pkg::pkg_cache_t silent = silent_cache();
+  EXPECT_FALSE(silent.update_store_information(false));
+  EXPECT_TRUE(silent.update_store_information(true));
+  EXPECT_TRUE(silent.install({"a"}));
+  EXPECT_FALSE(silent.install({"b"}));
+  EXPECT_TRUE(silent.uninstall({"a"}));
+}
+
+}  // namespace
+}  // namespace zendro::tests

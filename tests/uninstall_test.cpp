@@ -1,0 +1,170 @@
+// Removing packages: what is selected, what stays, what is deleted.
+#include "app/options.h"
+#include "tests/manager_fixture.h"
+
+namespace zendro::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TestPackage package(const std::string& identity, std::vector<std::string> references = {}) {
+  return {identity, {{identity + ".zip", "bytes of " + identity}}, std::move(references)};
+}
+
+class UninstallTest : public ManagerTest {
+ protected:
+  void install_all(const std::vector<TestPackage>& packages) {
+    start_with(packages);
+    std::vector<std::string> filters;
+    for (const TestPackage& one : packages) filters.push_back(one.identity);
+    ASSERT_TRUE(cache().install(filters));
+    take_log();
+  }
+};
+
+TEST_F(UninstallTest, NeedsACacheAndSomethingThatIsInstalled) {
+  EXPECT_FALSE(cache().uninstall({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("not_initialized pkgtype=XML Schema"));
+  install_all({package("a-1.0.0")});
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().uninstall({"b", "a-2"}));
+  EXPECT_THAT(take_log(), ElementsAre("XML Schema b is not installed - ignored.",
+                                      "XML Schema a-2 is not installed - ignored."));
+  EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  EXPECT_EQ(snapshot(), before);
+}
+
+TEST_F(UninstallTest, DeletesFoldersRecordsAndRewritesTheCatalogs) {
+  TestPackage a = package("a-1.0.0");
+  a.more["catalogs"] = {{"http://a.example/a.xsd", "a-1.0.0.zip|zip/a.xsd"}};
+  install_all({a, package("b-1.0.0")});
+  EXPECT_THAT(file_text(cache_file("catalog.xml")), testing::HasSubstr("a.example"));
+  write_text(package_folder("a-1.0.0") / "sub" / "extra.txt", "put there by somebody");
+  fs::create_directory_symlink(folder_ / "pkgs", package_folder("a-1.0.0") / "zlink");
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  EXPECT_THAT(
+      take_log(),
+      ElementsAre("Uninstall a-1.0.0.", "Delete file $/pkgs/xsd/a-1.0.0/a-1.0.0.zip.",
+                  "Delete file $/pkgs/xsd/a-1.0.0/sub/extra.txt.",
+                  "Delete folder $/pkgs/xsd/a-1.0.0/sub.", "Delete file $/pkgs/xsd/a-1.0.0/zlink.",
+                  "Delete folder $/pkgs/xsd/a-1.0.0/."));
+  EXPECT_FALSE(fs::exists(package_folder("a-1.0.0")));
+  EXPECT_THAT(installed(), ElementsAre("b-1.0.0"));
+  EXPECT_THAT(file_text(cache_file("catalog.xml")), testing::Not(testing::HasSubstr("a.example")));
+
+  fs::remove_all(package_folder("b-1.0.0"));  // gone already: said, but no error
+  EXPECT_TRUE(cache().uninstall({"b-1"}));
+  EXPECT_THAT(take_log(),
+              ElementsAre("Uninstall b-1.0.0.", "Can't delete folder $/pkgs/xsd/b-1.0.0/."));
+  EXPECT_THAT(installed(), IsEmpty());
+}
+
+// A filter selects by any part of the name: "ogc-wms" takes "ogc-wms-dtd" along.
+TEST_F(UninstallTest, SelectsByPartOfTheNameAndGivenVersionParts) {
+  install_all({package("ogc-wms-1.1.0"), package("OGC-WMS-dtd-1.0.0"), package("ogc-wms-2.0.0"),
+               package("ogc-wfs-1.0.0")});
+  EXPECT_TRUE(cache().uninstall({"ogc-wms-1"}));
+  EXPECT_THAT(installed(), ElementsAre("ogc-wfs-1.0.0", "ogc-wms-2.0.0"));
+  EXPECT_TRUE(cache().uninstall({"GC-W"}));
+  EXPECT_THAT(installed(), IsEmpty());
+}
+
+TEST_F(UninstallTest, TakesReferencesAlongUnlessToldToKeepThem) {
+  const std::vector<TestPackage> packages = {package("a-1.0.0", {"b", "gone"}),
+                                             package("b-1.0.0", {"c-1"}), package("c-1.0.0"),
+                                             package("gone-1.0.0")};
+  install_all(packages);
+  set_option(app::option::keep_references, true);
+  EXPECT_TRUE(cache().uninstall({"gone", "a"}));
+  EXPECT_THAT(installed(), ElementsAre("b-1.0.0", "c-1.0.0"));
+  set_option(app::option::keep_references, nullptr);
+  ASSERT_TRUE(cache().install({"a"}));
+  // The list of installed packages forgets one of them behind the program's back.
+  std::string list = file_text(cache_file("pkgs-installed.json"));
+  const std::size_t at = list.find("\"gone-1.0.0\"");
+  list.erase(list.rfind(',', at), list.find('\n', at) - list.rfind(',', at));
+  write_text(cache_file("pkgs-installed.json"), list);
+  take_log();
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  EXPECT_THAT(take_log(), Contains("No XML Schema information found for gone-1.0.0 - ignored."));
+  EXPECT_THAT(installed(), IsEmpty());
+  EXPECT_THAT(take_messages(), IsEmpty());
+}
+
+TEST_F(UninstallTest, KeepsWhatARemainingPackageReferences) {
+  install_all({package("app-1.0.0", {"lib"}), package("tool-1.0.0", {"lib-1"}),
+               package("lib-1.0.0", {"base"}), package("base-1.0.0")});
+  // lib stays because of tool, and base because of lib.
+  EXPECT_TRUE(cache().uninstall({"app"}));
+  EXPECT_THAT(take_log(), Contains("XML Schema lib-1.0.0 is still referenced by tool-1.0.0 - "
+                                   "ignored."));
+  EXPECT_THAT(installed(), ElementsAre("base-1.0.0", "lib-1.0.0", "tool-1.0.0"));
+  EXPECT_FALSE(cache().uninstall({"lib"}));
+  EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  EXPECT_TRUE(cache().uninstall({"lib", "tool"}));
+  EXPECT_THAT(installed(), IsEmpty());
+}
+
+TEST_F(UninstallTest, NeedsAnEntryInTheAvailableListADeprecatedOneWillDo) {
+  install_all({package("a-1.0.0"), package("b-1.0.0")});
+  publish({package("a-2.0.0")}, 2, {{"a-1.0.0", package("a-1.0.0").meta()}});
+  ASSERT_TRUE(cache().update_store_information(true));
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().uninstall({"a", "b"}));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("inst_pkg_not_available pkg=b-1.0.0 pkgtype=XML Schema"));
+  EXPECT_EQ(snapshot(), before);
+  EXPECT_FALSE(cache().install({"a-1"}));  // deprecated versions are never chosen
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  EXPECT_THAT(installed(), ElementsAre("b-1.0.0"));
+}
+
+TEST_F(UninstallTest, AFolderThatAnotherPackageLivesInStays) {
+  TestPackage first = package("a-1.0.1");
+  TestPackage second = package("a-1.0.2");
+  first.more["_pkg_installdir"] = second.more["_pkg_installdir"] = "a-1.0";
+  start_with({first, second});
+  ASSERT_TRUE(cache().install({"a-1.0.1"}));
+  ASSERT_TRUE(cache().install({"a-1.0.2"}));
+  EXPECT_THAT(installed(), ElementsAre("a-1.0.2"));
+  EXPECT_TRUE(fs::exists(package_folder("a-1.0") / "a-1.0.2.zip"));
+}
+
+TEST_F(UninstallTest, AListThatCannotBeWrittenIsReported) {
+  install_all({package("a-1.0.0")});
+  fs::remove(cache_file("catalog.xml"));
+  fs::create_directories(cache_file("catalog.xml"));
+  EXPECT_FALSE(cache().uninstall({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("io_error", "create_file path=$/pkgs/.xsd_cache",
+                                           "update_cache_catalog pkgtype=XML Schema"));
+  EXPECT_THAT(installed(), IsEmpty());
+}
+
+TEST_F(UninstallTest, GrowsGentlyWithTheNumberOfPackages) {
+  // 2,000 installed packages with ten references each, half of them removed: with a comparison of
+  // everything with everything this would take minutes.
+  json::object list;
+  for (int i = 0; i < 2000; ++i) {
+    std::vector<std::string> references;
+    for (int j = 1; j <= 10; ++j)
+      references.push_back("p" + std::to_string((i * 7 + j) % 2000 + 10'000));
+    TestPackage one{"p" + std::to_string(i + 10'000) + "-1.0.0", {}, references};
+    list[one.identity] = one.meta();
+  }
+  write_text(cache_file("pkgs-available.json"), json::serialize(list));
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  std::vector<std::string> filters;
+  for (int i = 0; i < 1000; ++i) filters.push_back("p" + std::to_string(i * 2 + 10'000) + "-1.0.0");
+  set_option(app::option::keep_references, true);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(cache().uninstall(filters));  // all are still referenced
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_EQ(take_log().size(), 1000u);
+}
+
+}  // namespace
+}  // namespace zendro::tests

@@ -1,0 +1,371 @@
+#include "framework/url_io.h"
+
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "framework/files.h"
+#include "framework/memory_stream.h"
+#include "framework/stream_base.h"
+#include "framework/zip.h"
+#include "tests/temp_folder.h"
+#include "tests/zip_builder.h"
+
+namespace zendro::framework {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using tests::make_zip;
+using tests::TempFolder;
+using tests::ZipEntry;
+
+std::shared_ptr<const std::string> shared(std::string bytes) {
+  return std::make_shared<const std::string>(std::move(bytes));
+}
+
+/// The bytes behind a URL, or "error: <text>".
+std::string fetch(const std::string& url, std::uint64_t limit = 1 << 24) {
+  IoError error;
+  std::string bytes;
+  const auto stream = open_url(url, error);
+  if (stream && read_all(*stream, bytes, 0, limit, error, url)) return bytes;
+  EXPECT_THAT(error.text, HasSubstr(": "));
+  return "error: " + error.text;
+}
+
+std::string member_of(const std::string& archive, const std::string& name) {
+  const MemoryFile file("archive", shared(archive));
+  return fetch(file.url() + "%7Czip/" + name);
+}
+
+/// Text that deflate cannot shrink to nothing.
+std::string sample(std::size_t size) {
+  std::string text;
+  std::uint32_t state = 1;
+  while (text.size() < size) {
+    state = state * 1664525 + 1013904223;
+    text += static_cast<char>('a' + (state >> 24) % 20);
+  }
+  return text;
+}
+
+TEST(MemoryFileTest, IsReadableWhileRegisteredAndKeepsOpenStreams) {
+  IoError error;
+  std::shared_ptr<IOImpl_base> stream;
+  std::string url;
+  {
+    const MemoryFile first("pkgs-available-json-zip", shared("first"));
+    const MemoryFile second("pkgs-available-json-zip", shared("second"));
+    const MemoryFile odd("a/b%7Czip/c", shared("odd"));
+    EXPECT_EQ(first.url(), "memory://localhost/pkgs-available-json-zip");
+    EXPECT_THAT(second.url(), StartsWith("memory://localhost/"));
+    EXPECT_NE(second.url(), first.url());
+    EXPECT_EQ(fetch(first.url()), "first");
+    EXPECT_EQ(fetch(second.url()), "second");
+    EXPECT_EQ(fetch(odd.url()), "odd");
+    url = first.url();
+    stream = open_url(url, error);
+    ASSERT_TRUE(stream) << error.text;
+  }
+  EXPECT_EQ(fetch(url), "error: " + url + ": no such file in memory");
+
+  char buffer[8] = {};
+  EXPECT_EQ(stream->size(), 5);
+  EXPECT_EQ(stream->seek(-2, SeekOrigin::end), 3);
+  EXPECT_EQ(stream->read(buffer, 8), 2);
+  EXPECT_EQ(stream->read(buffer, 8), 0);
+  EXPECT_EQ(stream->seek(-4, SeekOrigin::current), 1);
+  EXPECT_EQ(stream->seek(INT64_MIN, SeekOrigin::current), -1);
+  EXPECT_EQ(stream->seek(6, SeekOrigin::begin), -1);
+  EXPECT_EQ(stream->read(buffer, 1), 1);
+  EXPECT_EQ(buffer[0], 'i');
+  EXPECT_EQ(stream->write("x", 1), -1);
+}
+
+TEST(MemoryFileTest, RegistersFromManyThreads) {
+  const auto work = [](int id) {
+    for (int i = 0; i < 200; ++i) {
+      const std::string bytes = std::to_string(id * 1000 + i);
+      const MemoryFile file("same", shared(bytes));
+      EXPECT_EQ(fetch(file.url()), bytes);
+    }
+  };
+  std::thread other(work, 1);
+  work(2);
+  other.join();
+}
+
+TEST(UrlIoTest, OpensPathsFileUrlsAndMembersOfBoth) {
+  const TempFolder folder;
+  IoError error;
+  const std::string archive = make_zip({{"m.xsd", "member"}});
+  ASSERT_EQ(write_file(folder / "a%20b.zip", archive, error), WriteOutcome::written);
+  ASSERT_EQ(write_file(folder / "a b.zip", "plain", error), WriteOutcome::written);
+  const std::string base = folder.path().string();
+  EXPECT_EQ(fetch(base + "/a%20b.zip"), archive) << "a path is not percent-decoded";
+  EXPECT_EQ(fetch("file://" + base + "/a%20b.zip"), "plain");
+  EXPECT_EQ(fetch("file://" + base + "/a%2520b.zip%7Czip/m.xsd"), "member");
+  EXPECT_EQ(fetch(base + "/a%20b.zip%7Czip/m.xsd"), "member");
+  EXPECT_THAT(fetch(base + "/none.zip%7Czip/m.xsd"), HasSubstr(base + "/none.zip: "));
+  for (const char* url : {"file://host/x", "http://x/", "HTTPS://x/%7Czip/y", "gopher:x", "",
+                          "memory://localhost/none%7Czip/x"}) {
+    EXPECT_THAT(fetch(url), StartsWith("error: ")) << url;
+  }
+}
+
+TEST(ZipTest, ReadsMembersForwardsAndBackwards) {
+  const std::string text = sample(200000);
+  for (const bool deflated : {true, false}) {
+    const MemoryFile file("zip", shared(make_zip({{"dir/t.txt", text, deflated}})));
+    IoError error;
+    const auto stream = open_url(file.url() + "%7Czip/dir/t.txt", error);
+    ASSERT_TRUE(stream) << error.text;
+    EXPECT_TRUE(stream->seekable());
+    EXPECT_EQ(stream->size(), 200000);
+    std::string tail(1000, '\0');
+    EXPECT_EQ(stream->seek(-1000, SeekOrigin::end), 199000);
+    EXPECT_EQ(stream->read(tail.data(), 5000 < tail.size() ? 5000 : tail.size()), 1000);
+    EXPECT_EQ(tail, text.substr(199000));
+    EXPECT_EQ(stream->seek(100, SeekOrigin::begin), 100);
+    EXPECT_EQ(stream->seek(23, SeekOrigin::current), 123);
+    std::string rest;
+    EXPECT_TRUE(read_all(*stream, rest, 0, 200000, error)) << error.text;
+    EXPECT_EQ(rest, text.substr(123));
+    EXPECT_EQ(stream->seek(1, SeekOrigin::current), -1);
+    EXPECT_EQ(stream->write("x", 1), -1);
+    stream->close();
+    EXPECT_EQ(stream->read(tail.data(), 1), -1);
+  }
+}
+
+TEST(ZipTest, FindsNamesAsGivenThenDecodedAndTheFirstOfSeveral) {
+  const std::string archive = make_zip({{"a%20b", "as given"},
+                                        {"a b", "decoded"},
+                                        {"c d", "only decoded"},
+                                        {"caf\u00E9", "accent"},
+                                        {"twice", "first"},
+                                        {"twice", "second"},
+                                        {"empty", ""},
+                                        {"evil", "evil"},
+                                        {"dir/", "", false}});
+  EXPECT_EQ(member_of(archive, "a%20b"), "as given");
+  EXPECT_EQ(member_of(archive, "c%20d"), "only decoded");
+  EXPECT_EQ(member_of(archive, "caf%C3%A9"), "accent");
+  EXPECT_EQ(member_of(archive, "caf\u00E9"), "accent");
+  EXPECT_EQ(member_of(archive, "twice"), "first");
+  EXPECT_EQ(member_of(archive, "empty"), "");
+  EXPECT_THAT(member_of(archive, "evil%00.xsd"), HasSubstr("no such member"));
+  EXPECT_THAT(member_of(archive, "A B"), HasSubstr("no such member"));
+  EXPECT_THAT(member_of(archive, ""), HasSubstr("no such member"));
+  EXPECT_THAT(member_of(archive, "dir/"), HasSubstr("folder"));
+  EXPECT_EQ(member_of(make_zip({{"m", "wide"}}, true), "m"), "wide") << "zip64";
+}
+
+TEST(ZipTest, OpensManyMembersOfOneArchive) {
+  const std::string a = sample(100000);
+  const std::string b = sample(70000);
+  IoError error;
+  auto archive = ZipArchive::open(
+      make_memory_stream(shared(make_zip({{"a", a}, {"b", b, false}})), "mem"), "mem", error);
+  ASSERT_TRUE(archive) << error.text;
+  const auto first = archive->open_member("a", error);
+  const auto second = archive->open_member("b", error);
+  EXPECT_FALSE(archive->open_member("c", error));
+  EXPECT_EQ(error.text, "mem%7Czip/c: the archive holds no such member");
+  archive.reset();
+  std::string read_a;
+  std::string read_b;
+  std::string block(777, '\0');
+  for (std::int64_t got_a = 1, got_b = 1; got_a > 0 || got_b > 0;) {
+    got_a = first->read(block.data(), block.size());
+    if (got_a > 0) read_a.append(block, 0, static_cast<std::size_t>(got_a));
+    got_b = second->read(block.data(), block.size());
+    if (got_b > 0) read_b.append(block, 0, static_cast<std::size_t>(got_b));
+  }
+  EXPECT_EQ(read_a, a);
+  EXPECT_EQ(read_b, b);
+}
+
+TEST(ZipTest, RefusesHostileMembersWithTheirCause) {
+  const std::string text = sample(5000);
+  for (const bool deflated : {true, false}) {
+    ZipEntry entry{"m", text, deflated};
+    entry.crc = 1;
+    EXPECT_THAT(member_of(make_zip({entry}), "m"), HasSubstr("CRC"));
+  }
+  // Sizes that the data does not have, beyond any memory and beyond 63 bits.
+  for (const std::uint64_t size :
+       {std::uint64_t{4999}, std::uint64_t{5001}, std::uint64_t{1} << 40, UINT64_MAX}) {
+    ZipEntry entry{"m", text};
+    entry.size = size;
+    EXPECT_THAT(member_of(make_zip({entry}), "m").substr(0, 100), HasSubstr("size")) << size;
+    IoError error;
+    const auto stream =
+        open_zip_member(make_memory_stream(shared(make_zip({entry})), "mem"), "m", "mem", error);
+    EXPECT_EQ(stream != nullptr, size != UINT64_MAX);
+    if (stream && size > text.size()) {
+      EXPECT_EQ(stream->size(), static_cast<std::int64_t>(size));
+      EXPECT_EQ(stream->seek(0, SeekOrigin::end), -1);
+    }
+  }
+  ZipEntry understated{"m", std::string(1 << 20, 'x')};
+  understated.size = 10;
+  IoError error;
+  const auto stream = open_zip_member(make_memory_stream(shared(make_zip({understated})), "mem"),
+                                      "m", "mem", error);
+  ASSERT_TRUE(stream) << error.text;
+  std::string block(1000, '\0');
+  EXPECT_EQ(stream->read(block.data(), block.size()), -1) << "not only at the end";
+  ZipEntry encrypted{"m", text};
+  encrypted.flags |= 1;
+  EXPECT_THAT(member_of(make_zip({encrypted}), "m"), HasSubstr("encrypted"));
+  ZipEntry unknown{"m", text};
+  unknown.method = 97;
+  EXPECT_THAT(member_of(make_zip({unknown}), "m"), HasSubstr("not supported"));
+  // A bomb stops at the reader's limit.
+  const MemoryFile bomb("bomb", shared(make_zip({{"m", std::string(30 << 20, '\0')}})));
+  EXPECT_THAT(fetch(bomb.url() + "%7Czip/m", 1 << 20), HasSubstr("more than 1048576 bytes"));
+}
+
+TEST(ZipTest, DamageGivesAnErrorNeverOtherBytes) {
+  const std::string text = sample(300);
+  const std::string archive = make_zip({{"other", "x", false}, {"m", text}}, true);
+  for (std::size_t length = 0; length < archive.size(); ++length) {
+    EXPECT_THAT(member_of(archive.substr(0, length), "m"), StartsWith("error: ")) << length;
+  }
+  int failures = 0;
+  for (std::size_t at = 0; at < archive.size(); ++at) {
+    for (const int change : {0x01, 0x80, 0xFF}) {
+      std::string damaged = archive;
+      damaged[at] = static_cast<char>(damaged[at] ^ change);
+      const std::string result = member_of(damaged, "m");
+      if (result.starts_with("error: ")) {
+        ++failures;
+      } else {
+        EXPECT_EQ(result, text) << at;
+      }
+    }
+  }
+  EXPECT_GT(failures, 600);
+}
+
+/// Fails once a position has been reached.
+class FailingStream : public StreamBase {
+ public:
+  FailingStream(std::string bytes, std::int64_t limit)
+      : StreamBase("disk"),
+        inner_(make_memory_stream(shared(std::move(bytes)), "")),
+        limit_(limit) {}
+  void close() override {}
+  std::int64_t read(void* buffer, std::size_t size) override {
+    const std::int64_t position = inner_->seek(0, SeekOrigin::current);
+    if (position < limit_) return fail("is on fire");
+    return inner_->read(buffer, size);
+  }
+  std::int64_t seek(std::int64_t offset, SeekOrigin origin) override {
+    return inner_->seek(offset, origin);
+  }
+  std::int64_t size() override { return inner_->size(); }
+  bool seekable() override { return true; }
+
+ private:
+  std::shared_ptr<IOImpl_base> inner_;
+  std::int64_t limit_;
+};
+
+TEST(ZipTest, TellsTheCauseOfTheStreamBelow) {
+  const std::string archive = make_zip({{"m", sample(300000)}});
+  IoError error;
+  EXPECT_FALSE(ZipArchive::open(std::make_shared<FailingStream>(archive, 1 << 30), "a.zip", error));
+  EXPECT_EQ(error.text, "a.zip: disk: is on fire");
+  // The directory at the end can be read, the member cannot.
+  EXPECT_FALSE(
+      open_zip_member(std::make_shared<FailingStream>(archive, 70000), "m", "a.zip", error));
+  EXPECT_EQ(error.text, "a.zip%7Czip/m: disk: is on fire");
+}
+
+TEST(UrlIoTest, OpensArchivesInsideArchivesToALimit) {
+  std::string archive = make_zip({{"leaf", "deep"}});
+  std::string member = "leaf";
+  for (int depth = 1; depth <= 9; ++depth) {
+    const std::string result = member_of(archive, member);
+    if (depth <= 8) {
+      EXPECT_EQ(result, "deep") << depth;
+    } else {
+      EXPECT_THAT(result, HasSubstr("nested too deep"));
+    }
+    archive = make_zip({{"x/in.zip", archive}});
+    member = "x/in.zip%7Czip/" + member;
+  }
+  // A damaged inner archive counts as unreadable as a whole.
+  ZipEntry inner{"in.zip", make_zip({{"leaf", "deep"}})};
+  inner.crc = 1;
+  EXPECT_THAT(member_of(make_zip({inner}), "in.zip%7Czip/leaf"), HasSubstr("CRC"));
+}
+
+class TestCallback : public IoCallback {
+ public:
+  using Create = std::function<std::shared_ptr<IOImpl_base>(std::string_view)>;
+  explicit TestCallback(Create create) : create_(std::move(create)) {}
+  std::shared_ptr<IOImpl_base> create(std::string_view url) override {
+    seen.emplace_back(url);
+    return create_(url);
+  }
+  std::vector<std::string> seen;
+
+ private:
+  Create create_;
+};
+
+/// A stream that opens "ext:good..." as the bytes given, and nothing else.
+class SchemeStream : public StreamBase {
+ public:
+  explicit SchemeStream(std::shared_ptr<const std::string> bytes)
+      : StreamBase("ext"), inner_(make_memory_stream(std::move(bytes), "x")) {}
+  bool open(std::string_view url) override {
+    if (url.starts_with("ext:good")) return true;
+    fail("is not installed");
+    return false;
+  }
+  void close() override {}
+  std::int64_t read(void* buffer, std::size_t size) override { return inner_->read(buffer, size); }
+  std::int64_t seek(std::int64_t offset, SeekOrigin origin) override {
+    return inner_->seek(offset, origin);
+  }
+  std::int64_t size() override { return inner_->size(); }
+  bool seekable() override { return true; }
+
+ private:
+  std::shared_ptr<IOImpl_base> inner_;
+};
+
+TEST(UrlIoTest, AsksTheCallbackForSchemesThatAreNotItsOwn) {
+  const auto archive = shared(make_zip({{"m", "member"}}));
+  const auto callback = std::make_shared<TestCallback>([&](std::string_view url) {
+    if (url.starts_with("err:")) throw std::runtime_error("broken option");
+    return url.starts_with("ext:") && url.find(kZipSeparator) == std::string_view::npos
+               ? std::make_shared<SchemeStream>(archive)
+               : nullptr;
+  });
+  const auto before = set_io_callback(callback);
+  EXPECT_EQ(fetch("ext:good"), *archive);
+  EXPECT_EQ(fetch("ext:good%7Czip/m"), "member");
+  EXPECT_EQ(fetch("ext:bad"), "error: ext: is not installed");
+  EXPECT_THAT(fetch("err:any"), HasSubstr("err:any: broken option"));
+  const MemoryFile file("f", shared("memory"));
+  EXPECT_EQ(fetch(file.url()), "memory");
+  fetch("/no/where");
+  fetch("file:///no/where");
+  EXPECT_THAT(callback->seen, testing::ElementsAre("ext:good", "ext:good%7Czip/m", "ext:good",
+                                                   "ext:bad", "err:any"))
+      << "the whole URL first, and only schemes that are not its own";
+  EXPECT_EQ(set_io_callback(before), callback);
+  EXPECT_THAT(fetch("ext:good"), StartsWith("error: ext:good: "));
+}
+
+}  // namespace
+}  // namespace zendro::framework
