@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 #include "app/options.h"
 #include "framework/files.h"
@@ -13,10 +15,14 @@ namespace {
 constexpr std::string_view kFileName = "options.json";
 constexpr std::uint64_t kFileLimit = 1 << 20;
 
-constexpr std::array kTextOptions = {
-    option::type,                option::cache_root,          option::install_root,
-    option::installer,           option::pkgs_available_name, option::pkgs_installed_name,
-    option::store_bootstrap_url, option::telemetry_url};
+constexpr std::array kTextOptions = {option::type,
+                                     option::cache_root,
+                                     option::install_root,
+                                     option::installer,
+                                     option::pkgs_available_name,
+                                     option::pkgs_installed_name,
+                                     option::store_bootstrap_url,
+                                     option::telemetry_url};
 constexpr std::array kBoolOptions = {option::log_remote_io, option::keep_references};
 
 template <typename Options>
@@ -56,7 +62,11 @@ std::string options_file_path() {
 
 std::optional<json::object> read_options_file(std::string_view path, std::string& error) {
   const std::filesystem::path file = framework::path_from_utf8(path);
-  if (path.empty() || !framework::file_exists(file)) return json::object();
+  std::error_code ignored;
+  if (path.empty() ||
+      std::filesystem::status(file, ignored).type() == std::filesystem::file_type::not_found) {
+    return json::object();
+  }
 
   std::string text;
   framework::IoError io_error;

@@ -26,9 +26,8 @@ PackageFileStart start_with_package_file(pkg::pkg_cache_t& cache, std::string_vi
     start.preselection = std::move(*provided);
   } else if (!messages.empty()) {
     msg::TextBuilder text;
-    text.begin_message().add(
-        packages_ui::ui_message(packages_ui::UiCode::PackageUILoadContainerError,
-                                {{L"path", msg::to_wide(path)}}));
+    text.begin_message().add(packages_ui::ui_message(
+        packages_ui::UiCode::PackageUILoadContainerError, {{L"path", msg::to_wide(path)}}));
     for (const msg::Message& message : messages) {
       text.begin_message().add(packages_ui::shown_text(message));
     }

@@ -12,7 +12,7 @@ namespace zendro::app {
 struct PackageFileStart {
   bool open_dialog = false;
   std::vector<std::string> preselection;  ///< what the file provides
-  std::wstring box_text;  ///< why the dialog is not opened; empty: nothing is shown
+  std::wstring box_text;                  ///< why the dialog is not opened; empty: nothing is shown
 };
 
 /// Takes over the package file into the cache. An empty path opens the dialog with nothing

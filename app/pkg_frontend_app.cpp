@@ -37,8 +37,8 @@ class DefaultSettingsOfRun {
 class PackageUrlsOfRun {
  public:
   explicit PackageUrlsOfRun(const json::object& options)
-      : previous_(framework::set_io_callback(std::make_shared<pkg::PkgIOCallback>(
-            std::make_shared<const json::object>(options)))) {}
+      : previous_(framework::set_io_callback(
+            std::make_shared<pkg::PkgIOCallback>(std::make_shared<const json::object>(options)))) {}
   ~PackageUrlsOfRun() { framework::set_io_callback(std::move(previous_)); }
   PackageUrlsOfRun(const PackageUrlsOfRun&) = delete;
   PackageUrlsOfRun& operator=(const PackageUrlsOfRun&) = delete;
@@ -104,10 +104,9 @@ void PkgFrontendApp::run() {
 
 void PkgFrontendApp::show_box(const std::wstring& text) const {
   using packages_ui::UiCode;
-  wxMessageBox(wxString(text),
-               wxString(packages_ui::ui_message(type_ == PackageType::xbrl
-                                                    ? UiCode::PackageUICaptionTaxonomy
-                                                    : UiCode::PackageUICaptionSchema)));
+  wxMessageBox(wxString(text), wxString(packages_ui::ui_message(
+                                   type_ == PackageType::xbrl ? UiCode::PackageUICaptionTaxonomy
+                                                              : UiCode::PackageUICaptionSchema)));
 }
 
 }  // namespace zendro::app

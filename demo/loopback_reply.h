@@ -28,8 +28,7 @@ struct Reply {
   static Reply redirect(std::string location, int status = 302);
 };
 
-/// What happens to the answers for a path. Faults that last end when the server does, or after 30
-/// s.
+/// What happens to the answers for a path. Lasting faults end with the server, or after 30 s.
 struct Fault {
   enum class Kind {
     none,      ///< the proper answer, after `delay`

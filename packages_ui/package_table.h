@@ -78,8 +78,8 @@ class PackageTable {
   std::string type_;
   pkg::merged_view_t view_;
   std::vector<Range> packages_;
-  std::vector<PackageId> package_of_;   ///< by row
-  std::vector<RowId> available_rows_;   ///< by index into the available list
+  std::vector<PackageId> package_of_;  ///< by row
+  std::vector<RowId> available_rows_;  ///< by index into the available list
   mutable std::vector<std::optional<std::vector<RowId>>> references_;
   mutable std::vector<bool> reported_;
   msg::MessageSink problem_sink_;

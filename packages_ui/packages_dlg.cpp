@@ -38,10 +38,13 @@ constexpr int kProgressHeight = 20;
 void register_form() {
   static bool registered = false;
   if (std::exchange(registered, true)) return;
-  const std::pair<const char*, int> kIds[] = {
-      {"treePackages", kIdTreePackages}, {"btnPatch", kIdPatch},       {"btnClear", kIdClear},
-      {"btnReset", kIdReset},            {"aniProgress", kIdProgress}, {"OK", kIdApply},
-      {"Cancel", kIdClose}};
+  const std::pair<const char*, int> kIds[] = {{"treePackages", kIdTreePackages},
+                                              {"btnPatch", kIdPatch},
+                                              {"btnClear", kIdClear},
+                                              {"btnReset", kIdReset},
+                                              {"aniProgress", kIdProgress},
+                                              {"OK", kIdApply},
+                                              {"Cancel", kIdClose}};
   for (const auto& [name, id] : kIds) wxXmlResource::GetXRCID(name, id);
 
   wxXmlResource::Get()->InitAllHandlers();
@@ -141,8 +144,8 @@ void PackagesDlg::bind_events() {
 
 void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
   event.Skip();
-  SetIcons(wxIconBundle(picture("PackageManager_cmd", kIconSize).GetIcon(
-      FromDIP(wxSize(kIconSize, kIconSize)))));
+  SetIcons(wxIconBundle(
+      picture("PackageManager_cmd", kIconSize).GetIcon(FromDIP(wxSize(kIconSize, kIconSize)))));
   SetTitle(wxString(ui_message(cache_->type() == "xbrl" ? UiCode::PackageUICaptionTaxonomy
                                                         : UiCode::PackageUICaptionSchema)));
   pane_->clear();
@@ -260,8 +263,8 @@ void PackagesDlg::update_buttons() {
   FindWindow(kIdPatch)->Enable(states.patchable);
   wxWindow* close = FindWindow(kIdClose);
   close->Enable();
-  close->SetLabel(wxString(ui_message(states.changed ? UiCode::PackageUIButtonCancel
-                                                     : UiCode::PackageUIButtonClose)));
+  close->SetLabel(wxString(
+      ui_message(states.changed ? UiCode::PackageUIButtonCancel : UiCode::PackageUIButtonClose)));
 }
 
 void PackagesDlg::disable_buttons() {
@@ -288,12 +291,12 @@ std::wstring PackagesDlg::summary() const {
 }
 
 OutputPane::Post PackagesDlg::post_to_this() const {
-  return [poster = window_thread_, alive = std::weak_ptr<bool>(alive_)](
-             std::function<void()> action) {
-    poster->post([alive, action = std::move(action)] {
-      if (!alive.expired()) action();
-    });
-  };
+  return
+      [poster = window_thread_, alive = std::weak_ptr<bool>(alive_)](std::function<void()> action) {
+        poster->post([alive, action = std::move(action)] {
+          if (!alive.expired()) action();
+        });
+      };
 }
 
 }  // namespace zendro::packages_ui

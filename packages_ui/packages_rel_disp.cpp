@@ -61,10 +61,9 @@ void PackagesRelDisp::add_columns() {
     return text.Left(1).Upper() + text.Mid(1);
   };
   constexpr int kFlags = wxDATAVIEW_COL_RESIZABLE;
-  auto* package = new wxDataViewColumn(caption(msg::Code::label_name),
-                                       new wxDataViewCheckIconTextRenderer(),
-                                       PackagesViewbase::kPackage, FromDIP(230), wxALIGN_LEFT,
-                                       kFlags);
+  auto* package =
+      new wxDataViewColumn(caption(msg::Code::label_name), new wxDataViewCheckIconTextRenderer(),
+                           PackagesViewbase::kPackage, FromDIP(230), wxALIGN_LEFT, kFlags);
   AppendColumn(package);
   SetExpanderColumn(package);
   const auto add_text = [&](const wxString& title, unsigned column, int width) {
@@ -229,8 +228,8 @@ void PackagesRelDisp::update_datatip(wxMouseEvent& event) {
   if (item == datatip_item_) return;
   datatip_item_ = item;
   const auto row = PackagesViewbase::version_of(item);
-  GetMainWindow()->SetToolTip(
-      row ? wxString(datatip_text(*selection_, *row, patch_caption_())) : wxString());
+  GetMainWindow()->SetToolTip(row ? wxString(datatip_text(*selection_, *row, patch_caption_()))
+                                  : wxString());
 }
 
 }  // namespace zendro::packages_ui

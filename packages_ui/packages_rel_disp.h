@@ -53,7 +53,7 @@ class PackagesRelDisp : public wxDataViewCtrl {
   std::function<std::wstring()> patch_caption_;
   Selection* selection_ = nullptr;
   bool locked_ = false;
-  bool changing_ = false;  ///< a change is under way and perhaps waits for an answer
+  bool changing_ = false;            ///< a change is under way and perhaps waits for an answer
   std::set<std::wstring> expanded_;  ///< names of the packages whose versions are shown
   wxDataViewItem datatip_item_;
   wxDataViewItem toggled_item_;  ///< by the mouse

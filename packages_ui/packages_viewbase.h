@@ -39,7 +39,8 @@ class PackagesViewbase : public wxDataViewModel {
   wxDataViewItem GetParent(const wxDataViewItem& item) const override;
   bool IsContainer(const wxDataViewItem& item) const override;
   bool HasContainerColumns(const wxDataViewItem& item) const override;
-  unsigned int GetChildren(const wxDataViewItem& item, wxDataViewItemArray& children) const override;
+  unsigned int GetChildren(const wxDataViewItem& item,
+                           wxDataViewItemArray& children) const override;
 
  private:
   ~PackagesViewbase() override = default;

@@ -16,9 +16,7 @@ struct PendingChanges {
   std::vector<RowId> patch;      ///< installed, checked and the patch chosen
   std::vector<RowId> install;    ///< checked and not installed
 
-  [[nodiscard]] bool empty() const {
-    return uninstall.empty() && patch.empty() && install.empty();
-  }
+  [[nodiscard]] bool empty() const { return uninstall.empty() && patch.empty() && install.empty(); }
 };
 
 PendingChanges pending_changes(const Selection& selection);

@@ -11,8 +11,8 @@ namespace {
 
 constexpr int kDots = 5;
 constexpr int kFrames = 8;
-constexpr int kCodeSize = 4;                   // bits of a pixel: 16 colours
-constexpr unsigned kTransparent = 0;           // colour index of the ground
+constexpr int kCodeSize = 4;          // bits of a pixel: 16 colours
+constexpr unsigned kTransparent = 0;  // colour index of the ground
 constexpr unsigned kShades = (1u << kCodeSize) - 1;
 
 void append_u16(std::string& out, unsigned value) {

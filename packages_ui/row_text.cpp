@@ -96,8 +96,8 @@ std::wstring datatip_text(const Selection& selection, RowId row, std::wstring_vi
     tip.begin_message().add(text_of(UiCode::PackageUIDatatipDeprecated));
   }
   if (version.patch == PatchState::available) {
-    tip.begin_message().add(ui_message(UiCode::PackageUIDatatipPatchHint,
-                                       {{L"btnName", std::wstring(patch_caption)}}));
+    tip.begin_message().add(
+        ui_message(UiCode::PackageUIDatatipPatchHint, {{L"btnName", std::wstring(patch_caption)}}));
   }
   return tip.text();
 }
