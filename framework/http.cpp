@@ -6,6 +6,7 @@
 
 #include <curl/curl.h>
 
+#include "framework/broken_pipe.h"
 #include "framework/files.h"
 #include "framework/http_trace.h"
 #include "framework/http_transfer.h"
@@ -171,7 +172,10 @@ class CurlResponse final : public HttpResponse {
 };
 
 CurlTransport::CurlTransport(const TransportSettings& settings) : settings_(settings) {
-  static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+  static const CURLcode initialised = [] {
+    ignore_broken_pipes();
+    return curl_global_init(CURL_GLOBAL_DEFAULT);
+  }();
   if (initialised == CURLE_OK) {
     multi_.reset(curl_multi_init());
     easy_.reset(curl_easy_init());

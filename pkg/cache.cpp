@@ -50,14 +50,13 @@ template <typename Result, typename Body>
 Result pkg_cache_t::guarded(Result failed, const Body& body) {
   std::string failure = "Unknown failure";
   try {
-    core_context_t context(type_, options_, message_sink_, log_sink_, make_transport_,
-                           global_lock_);
+    core_context_t context(type_, options_, outlets_, global_lock_);
     return body(context);
   } catch (const std::exception& exception) {
     failure = exception.what();
   } catch (...) {  // NOLINT(bugprone-empty-catch): the text above tells all that is known
   }
-  if (message_sink_) message_sink_(failure_message(failure));
+  if (outlets_.messages) outlets_.messages(failure_message(failure));
   return failed;
 }
 

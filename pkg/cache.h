@@ -39,10 +39,13 @@ class pkg_cache_t {
 
   // Sinks; each may be absent, which changes nothing but what is reported. They are called on the
   // thread of the operation.
-  void set_message_sink(msg::MessageSink sink) { message_sink_ = std::move(sink); }
-  void set_log_sink(std::shared_ptr<msg::Logger> sink) { log_sink_ = std::move(sink); }
+  void set_message_sink(msg::MessageSink sink) { outlets_.messages = std::move(sink); }
+  void set_log_sink(std::shared_ptr<msg::Logger> sink) { outlets_.log = std::move(sink); }
+  void set_progress_sink(progress_sink_t sink) { outlets_.progress = std::move(sink); }
   /// Makes the HTTP transport of each operation; the program's own unless set.
-  void set_transport_factory(transport_factory factory) { make_transport_ = std::move(factory); }
+  void set_transport_factory(transport_factory factory) {
+    outlets_.make_transport = std::move(factory);
+  }
 
   [[nodiscard]] const std::string& type() const { return type_; }
   [[nodiscard]] const json::object& options() const { return options_; }
@@ -81,9 +84,7 @@ class pkg_cache_t {
 
   std::string type_;
   json::object options_;
-  msg::MessageSink message_sink_;
-  std::shared_ptr<msg::Logger> log_sink_;
-  transport_factory make_transport_;
+  outlets_t outlets_;
   std::mutex global_lock_;
 };
 

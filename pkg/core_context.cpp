@@ -20,13 +20,13 @@ std::string folder_text(const json::value& value) {
 }  // namespace
 
 core_context_t::core_context_t(std::string_view type, const json::object& options,
-                               msg::MessageSink message_sink, std::shared_ptr<msg::Logger> log_sink,
-                               transport_factory make_transport, std::mutex& global_lock)
+                               outlets_t outlets, std::mutex& global_lock)
     : type_(type),
       options_(options),
-      reporter_(std::move(message_sink)),
-      log_sink_(std::move(log_sink)),
-      make_transport_(std::move(make_transport)),
+      reporter_(std::move(outlets.messages)),
+      progress_(std::move(outlets.progress)),
+      log_(std::move(outlets.log)),
+      make_transport_(std::move(outlets.make_transport)),
       global_lock_(global_lock) {
   const json::value cache_root = app::get_cache_root(&options_);
   const json::value install_root = app::get_install_root(&options_);
@@ -42,6 +42,11 @@ framework::HttpTransport& core_context_t::http() {
   if (!transport_)
     transport_ = make_transport_ ? make_transport_() : framework::make_http_transport();
   return *transport_;
+}
+
+std::shared_ptr<framework::HttpResponse> core_context_t::get(const framework::HttpRequest& request,
+                                                             framework::IoError& error) {
+  return progress_.watch(http().get(request, error));
 }
 
 std::string core_context_t::cache_file(std::string_view name) const {
@@ -67,8 +72,8 @@ void core_context_t::report(msg::Code code, const msg::Arguments& arguments, std
 }
 
 void core_context_t::log(msg::Code code, int level, const msg::Arguments& arguments) {
-  if (!log_sink_) return;
-  log_sink_->log(msg::kLogKind, msg::format_message(static_cast<int>(code), arguments), level);
+  if (!log_) return;
+  log_->log(msg::kLogKind, msg::format_message(static_cast<int>(code), arguments), level);
 }
 
 msg::Argument core_context_t::pkgtype() const {

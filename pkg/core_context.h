@@ -14,6 +14,7 @@
 #include "msg/logger.h"
 #include "msg/message.h"
 #include "pkg/name_semver.h"
+#include "pkg/progress.h"
 #include "pkg/reporter.h"
 
 namespace zendro::pkg {
@@ -22,12 +23,19 @@ namespace json = boost::json;
 
 using transport_factory = std::function<std::unique_ptr<framework::HttpTransport>()>;
 
+/// What an operation reports to, and how it reaches the network. Each may be absent; without a
+/// factory the program's own transport is used.
+struct outlets_t {
+  msg::MessageSink messages = {};
+  std::shared_ptr<msg::Logger> log = {};
+  progress_sink_t progress = {};
+  transport_factory make_transport = {};
+};
+
 class core_context_t {
  public:
-  /// `options` and `global_lock` outlive the context. `log_sink` may be null, the factory empty:
-  /// then the program's own transport is used.
-  core_context_t(std::string_view type, const json::object& options, msg::MessageSink message_sink,
-                 std::shared_ptr<msg::Logger> log_sink, transport_factory make_transport,
+  /// `options` and `global_lock` outlive the context.
+  core_context_t(std::string_view type, const json::object& options, outlets_t outlets,
                  std::mutex& global_lock);
 
   [[nodiscard]] const std::string& type() const { return type_; }
@@ -35,8 +43,12 @@ class core_context_t {
   [[nodiscard]] reporter_t& reporter() { return reporter_; }
   /// Held while the list of installed packages is read.
   [[nodiscard]] std::mutex& global_lock() { return global_lock_; }
+  [[nodiscard]] progress_reporter_t& progress() { return progress_; }
   /// The transport of the operation, made when first asked for.
   framework::HttpTransport& http();
+  /// GETs through that transport. Reading the answer counts as progress.
+  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
+                                               framework::IoError& error);
 
   // Folders end with a separator. A type without folders has empty ones.
   [[nodiscard]] const std::string& cache_root() const { return cache_root_; }
@@ -68,7 +80,8 @@ class core_context_t {
   std::string type_;
   const json::object& options_;
   reporter_t reporter_;
-  std::shared_ptr<msg::Logger> log_sink_;
+  progress_reporter_t progress_;
+  std::shared_ptr<msg::Logger> log_;
   transport_factory make_transport_;
   std::mutex& global_lock_;
   std::unique_ptr<framework::HttpTransport> transport_;

@@ -38,6 +38,7 @@ class package_download {
     for (const json::key_value_pair& file : *files) {
       const std::string_view member(file.key().data(), file.key().size());
       if (!provide(member, framework::as_string(file.value()))) return false;
+      context_.progress().member_done();
     }
     return true;
   }
@@ -112,7 +113,7 @@ class package_download {
     request.url = framework::resolve_url(*store_, member);
     request.trace_log = remote_io_log_path(context_, to_string(package_.identity));
     IoError error;
-    const std::shared_ptr<IOImpl_base> source = context_.http().get(request, error);
+    const std::shared_ptr<IOImpl_base> source = context_.get(request, error);
     const std::shared_ptr<IOImpl_base> file =
         source ? folder_->create_file(local_name, error) : nullptr;
     if (!file) {

@@ -174,11 +174,14 @@ bool install_pkgs(core_context_t& context, identity_set_t requests,
   for (const name_semver_t& request : plan.installed_already) requests.erase(request);
   log_plan(context, plan, requests);
   // A package that no catalog could be written from is refused while nothing is touched.
+  std::uint64_t members = 0;
   for (const name_semver_t& request : requests) {
-    if (const package_t* entry = find_exact(available.packages(), request)) {
-      check_catalog_entries(*entry);
-    }
+    const package_t* entry = find_exact(available.packages(), request);
+    if (entry == nullptr) continue;
+    check_catalog_entries(*entry);
+    if (const json::object* files = entry->meta.files()) members += files->size();
   }
+  context.progress().begin(members);
   for (const name_semver_t& request : requests) {
     if (!download_pkg(context, request, available)) return false;
   }

@@ -41,7 +41,7 @@ auto with_context(const json::object& options, IoError& error, const Body& body)
   const auto keep_message = [&error](const msg::Message& message) {
     error.text = msg::to_utf8(message.text());
   };
-  core_context_t context(type_of(options), options, keep_message, nullptr, {}, lock);
+  core_context_t context(type_of(options), options, {.messages = keep_message}, lock);
   return body(context);
 }
 

@@ -72,7 +72,7 @@ bootstrap_result_t bootstrap_store(core_context_t& context) {
   request.trace_log = remote_io_log_path(context, "bootstrap");
   if (app::is_staging()) request.trace_level = framework::kTraceStatusOnly;
   IoError error;
-  const auto response = context.http().get(request, error);
+  const auto response = context.get(request, error);
   context.reporter().report(error);
   if (!response) return failed(msg::Code::connect_pkg_store);
 
@@ -111,7 +111,7 @@ bool update_store_information(core_context_t& context, bool force) {
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
   IoError error;
   std::string archive;
-  const auto response = context.http().get(request, error);
+  const auto response = context.get(request, error);
   const bool received =
       response && framework::read_all(*response, archive, kArchiveBuffer, kArchiveLimit, error);
   context.reporter().report(error);

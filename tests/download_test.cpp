@@ -145,6 +145,24 @@ TEST_F(DownloadTest, TracesEachPackageToAFileOfItsOwnInTheLogFolder) {
   EXPECT_TRUE(fs::exists(cache_file("logs/io_pkgstore.log")));
 }
 
+TEST_F(DownloadTest, TellsHowFarItIs) {
+  const std::string big(300'000, 'x');
+  start_with(
+      {{"a-1.0.0", {{"one.zip", big}, {"two.zip", "x"}}}, {"b-1.0.0", {{"three.zip", big}}}});
+  std::vector<pkg::progress_t> seen;
+  cache().set_progress_sink([&seen](const pkg::progress_t& progress) { seen.push_back(progress); });
+  EXPECT_TRUE(cache().install({"a", "b"}));
+  ASSERT_FALSE(seen.empty());
+  bool complete = false;
+  for (std::size_t i = 1; i < seen.size(); ++i) {
+    EXPECT_GE(seen[i].members_done, seen[i - 1].members_done);
+    complete |= seen[i].bytes == big.size() && seen[i].bytes_done == big.size();
+  }
+  EXPECT_TRUE(complete);
+  EXPECT_EQ(seen.back().members_done, 3u);
+  EXPECT_EQ(seen.back().members, 3u);
+}
+
 // A transport whose transfers break off without anything being recorded.
 class SilentlyFailing : public framework::HttpTransport {
  public:
@@ -179,10 +197,12 @@ TEST_F(DownloadTest, TheRecordedErrorsDecide) {
   std::vector<std::wstring> messages;
   json::object options = options_;
   app::set_type(options, "xsd");
-  pkg::core_context_t context(
-      "xsd", options,
-      [&messages](const msg::Message& message) { messages.emplace_back(message.identifier()); },
-      nullptr, {}, lock);
+  pkg::core_context_t context("xsd", options,
+                              {.messages =
+                                   [&messages](const msg::Message& message) {
+                                     messages.emplace_back(message.identifier());
+                                   }},
+                              lock);
   const std::optional<pkg::pkgs_available_t> available = cache().load_available();
   ASSERT_TRUE(available);
   context.warn(msg::Code::access_pkg_store_telemetry, {});  // a warning is not an error

@@ -1,0 +1,69 @@
+#include "pkg/progress.h"
+
+#include <utility>
+
+namespace zendro::pkg {
+
+// Forwards everything; what is read is counted.
+class progress_reporter_t::watched_response : public framework::HttpResponse {
+ public:
+  watched_response(std::shared_ptr<framework::HttpResponse> inner, progress_reporter_t& reporter)
+      : inner_(std::move(inner)), reporter_(reporter) {}
+
+  [[nodiscard]] const framework::HttpHeaders& headers() const override { return inner_->headers(); }
+  [[nodiscard]] const framework::IoError& error() const override { return inner_->error(); }
+  bool open(std::string_view url) override { return inner_->open(url); }
+  void close() override { inner_->close(); }
+  void flush() override { inner_->flush(); }
+  std::int64_t read(void* buffer, std::size_t size) override {
+    const std::int64_t count = inner_->read(buffer, size);
+    if (count > 0) {
+      reporter_.progress_.bytes_done += static_cast<std::uint64_t>(count);
+      reporter_.tell();
+    }
+    return count;
+  }
+  std::int64_t write(const void* buffer, std::size_t size) override {
+    return inner_->write(buffer, size);
+  }
+  std::int64_t seek(std::int64_t offset, framework::SeekOrigin origin) override {
+    return inner_->seek(offset, origin);
+  }
+  [[nodiscard]] std::int64_t size() override { return inner_->size(); }
+  [[nodiscard]] bool seekable() override { return inner_->seekable(); }
+
+ private:
+  std::shared_ptr<framework::HttpResponse> inner_;
+  progress_reporter_t& reporter_;
+};
+
+void progress_reporter_t::begin(std::uint64_t members) {
+  progress_ = {};
+  progress_.members = members;
+  tell();
+}
+
+void progress_reporter_t::member_done() {
+  ++progress_.members_done;
+  progress_.bytes_done = 0;
+  progress_.bytes.reset();
+  tell();
+}
+
+std::shared_ptr<framework::HttpResponse> progress_reporter_t::watch(
+    std::shared_ptr<framework::HttpResponse> response) {
+  if (!sink_ || !response) return response;
+  progress_.bytes_done = 0;
+  progress_.bytes.reset();
+  if (const std::int64_t size = response->size(); size >= 0) {
+    progress_.bytes = static_cast<std::uint64_t>(size);
+  }
+  tell();
+  return std::make_shared<watched_response>(std::move(response), *this);
+}
+
+void progress_reporter_t::tell() const {
+  if (sink_) sink_(progress_);
+}
+
+}  // namespace zendro::pkg

@@ -1,0 +1,43 @@
+// How far an operation is, for whoever shows it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "framework/http.h"
+
+namespace zendro::pkg {
+
+struct progress_t {
+  std::uint64_t members_done = 0;
+  std::uint64_t members = 0;     ///< of all packages of the operation; 0: none are provided
+  std::uint64_t bytes_done = 0;  ///< of the transfer under way
+  std::optional<std::uint64_t> bytes = {};  ///< its size, where the server tells it
+};
+
+/// Called on the thread of the operation, often; it must be quick.
+using progress_sink_t = std::function<void(const progress_t&)>;
+
+/// Keeps the count of one operation. Without a sink it does nothing.
+class progress_reporter_t {
+ public:
+  explicit progress_reporter_t(progress_sink_t sink) : sink_(std::move(sink)) {}
+
+  /// From now on this many members are to be proved or downloaded.
+  void begin(std::uint64_t members);
+  void member_done();
+
+  /// The same answer, whose reading is reported.
+  std::shared_ptr<framework::HttpResponse> watch(std::shared_ptr<framework::HttpResponse> response);
+
+ private:
+  class watched_response;
+  void tell() const;
+
+  progress_sink_t sink_;
+  progress_t progress_;
+};
+
+}  // namespace zendro::pkg
