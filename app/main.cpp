@@ -1,4 +1,5 @@
 // Entry point: starts the toolkit, runs the application object, stops the toolkit.
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,10 @@ int main(int argc, char** argv) {
   std::vector<std::string> arguments(argv, argv + argc);
 
   wxApp::SetInstance(new wxApp);
-  if (!wxEntryStart(argc, argv)) return 1;
+  if (!wxEntryStart(argc, argv)) {
+    std::fputs("The window cannot be opened: there is no display.\n", stderr);
+    return 1;
+  }
   zendro::app::PkgFrontendApp(std::move(arguments)).InitInstance();
   wxEntryCleanup();
   return 0;

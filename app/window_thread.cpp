@@ -8,7 +8,7 @@
 
 namespace zendro::app {
 
-void WindowThread::post(std::function<void()> action) { toolkit_.CallAfter(std::move(action)); }
+void WindowThread::post(std::function<void()> action) { toolkit_.CallAfter(action); }
 
 void WindowThread::run(const std::function<void()>& action) {
   if (wxThread::IsMain()) {

@@ -1,5 +1,6 @@
 #include "demo/document.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace zendro::demo {
@@ -62,18 +63,9 @@ std::string first_url(std::string_view text) {
 }
 
 bool is_absolute(std::string_view location) {
-  const auto colon = location.find(':');
-  if (colon == std::string_view::npos || colon == 0 || !is_alpha(location.front())) {
-    return false;
-  }
-  return std::string_view::npos == location.substr(0, colon).find_first_of("/?#") && [&] {
-    for (const char c : location.substr(0, colon)) {
-      if (!is_scheme_char(c)) {
-        return false;
-      }
-    }
-    return true;
-  }();
+  const std::string_view scheme = location.substr(0, location.find(':'));
+  return scheme.size() < location.size() && !scheme.empty() && is_alpha(scheme.front()) &&
+         std::all_of(scheme.begin(), scheme.end(), is_scheme_char);
 }
 
 std::string resolve_path(std::string_view document, std::string_view location) {

@@ -27,8 +27,9 @@ using Entries = std::map<std::string, std::string>;
 Entries read_catalog(const fs::path& path) {
   const std::string bytes = read_whole_file(path);
   pugi::xml_document document;
-  const pugi::xml_node root =
-      document.load_buffer(bytes.data(), bytes.size()) ? document.child("catalog") : pugi::xml_node();
+  const pugi::xml_node root = document.load_buffer(bytes.data(), bytes.size())
+                                  ? document.child("catalog")
+                                  : pugi::xml_node();
   if (!root) {
     throw std::runtime_error(path.string() + " is no catalog");
   }

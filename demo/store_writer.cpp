@@ -109,7 +109,7 @@ std::string lines_of(const json::object& map) {
   return text + "\n}\n";
 }
 
-void write_list(json::object list, const fs::path& folder) {
+void write_list(const json::object& list, const fs::path& folder) {
   const std::string archive = write_zip({{kListName, lines_of(list)}});
   const std::string name = std::string(kListName) + ".zip";
   write_file(folder / name, archive);
@@ -153,7 +153,7 @@ void write_store(const StoreRecipe& store, const std::vector<Draft>& drafts,
   for (auto& [identity, meta] : available) {
     list[identity] = std::move(meta);
   }
-  write_list(std::move(list), folder);
+  write_list(list, folder);
 
   if (!package_file.empty()) {
     json::object meta_file;

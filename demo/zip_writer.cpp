@@ -49,7 +49,7 @@ void add_file(zip_t* archive, const SourceFile& file) {
   if (index < 0) {
     throw failure_of(archive);
   }
-  source.release();
+  static_cast<void>(source.release());  // the archive's from here on
   const auto at = static_cast<zip_uint64_t>(index);
   if (zip_set_file_compression(archive, at, ZIP_CM_DEFLATE, kBestCompression) != 0 ||
       zip_file_set_dostime(archive, at, kDosTime, kDosDate, 0) != 0 ||
@@ -96,7 +96,7 @@ std::string write_zip(std::vector<SourceFile> files) {
   if (zip_close(archive.get()) != 0) {
     throw failure_of(archive.get());
   }
-  archive.release();
+  static_cast<void>(archive.release());  // closing has freed it
   return read_back(buffer.get());
 }
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "msg/logger.h"
@@ -23,7 +23,7 @@ struct LoadedPackages {
 /// machine does: every failure is shown as text, and the lists are loaded all the same.
 class Operations {
  public:
-  using ShowText = std::function<void(std::wstring)>;
+  using ShowText = std::function<void(std::wstring_view)>;
 
   /// `show_text` receives the texts of messages, `log` the progress lines; both are called on the
   /// thread of the operation.

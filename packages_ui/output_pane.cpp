@@ -16,7 +16,7 @@ wxString control_text(std::wstring text) {
 OutputPane::OutputPane(wxTextCtrl* control, Post post)
     : control_(control), post_(std::move(post)) {}
 
-void OutputPane::append_line(std::wstring line) {
+void OutputPane::append_line(std::wstring_view line) {
   bool first;
   {
     const std::lock_guard lock(mutex_);

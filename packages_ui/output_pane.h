@@ -6,6 +6,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include <wx/textctrl.h>
 
@@ -20,7 +21,7 @@ class OutputPane {
   OutputPane(wxTextCtrl* control, Post post);
 
   /// Appends a line below what is shown and scrolls to it. Thread-safe.
-  void append_line(std::wstring line);
+  void append_line(std::wstring_view line);
 
   // On the window thread:
   /// Replaces the text; lines that were appended but are not shown yet come below it.

@@ -62,7 +62,7 @@ class PackagesDlg::LogHandler : public msg::LogHandler {
  public:
   explicit LogHandler(PackagesDlg* dialog) : dialog_(dialog) {}
   void handle_line(std::int64_t, std::wstring_view, std::wstring_view line) override {
-    dialog_->pane_->append_line(std::wstring(line));
+    dialog_->pane_->append_line(line);
   }
 
  private:
@@ -79,9 +79,9 @@ PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cac
   register_form();
   load_form(parent);
   create_controls();
-  operations_ = std::make_unique<Operations>(
-      cache_, std::make_shared<LogHandler>(this),
-      [this](std::wstring text) { pane_->append_line(std::move(text)); });
+  operations_ =
+      std::make_unique<Operations>(cache_, std::make_shared<LogHandler>(this),
+                                   [this](std::wstring_view text) { pane_->append_line(text); });
   bind_events();
 }
 

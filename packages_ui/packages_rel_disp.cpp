@@ -60,19 +60,20 @@ void PackagesRelDisp::add_columns() {
     wxString text(std::wstring(msg::message_text(static_cast<int>(code))));
     return text.Left(1).Upper() + text.Mid(1);
   };
-  constexpr int kFlags = wxDATAVIEW_COL_RESIZABLE;
-  auto* package =
-      new wxDataViewColumn(caption(msg::Code::label_name), new wxDataViewCheckIconTextRenderer(),
-                           PackagesViewbase::kPackage, FromDIP(230), wxALIGN_LEFT, kFlags);
-  AppendColumn(package);
-  SetExpanderColumn(package);
-  const auto add_text = [&](const wxString& title, unsigned column, int width) {
-    AppendColumn(new wxDataViewColumn(title, new wxDataViewTextRenderer(), column, FromDIP(width),
-                                      wxALIGN_LEFT, kFlags));
+  const auto add = [this](const wxString& title, wxDataViewRenderer* renderer, unsigned column,
+                          int width) {
+    renderer->EnableEllipsize(wxELLIPSIZE_END);
+    auto* added = new wxDataViewColumn(title, renderer, column, FromDIP(width), wxALIGN_LEFT,
+                                       wxDATAVIEW_COL_RESIZABLE);
+    AppendColumn(added);
+    return added;
   };
-  add_text(caption(msg::Code::label_title), PackagesViewbase::kTitle, 230);
-  add_text("State", PackagesViewbase::kState, 230);
-  add_text(caption(msg::Code::label_publisher), PackagesViewbase::kPublisher, 150);
+  SetExpanderColumn(add(caption(msg::Code::label_name), new wxDataViewCheckIconTextRenderer(),
+                        PackagesViewbase::kPackage, 270));
+  add(caption(msg::Code::label_title), new wxDataViewTextRenderer(), PackagesViewbase::kTitle, 220);
+  add("State", new wxDataViewTextRenderer(), PackagesViewbase::kState, 210);
+  add(caption(msg::Code::label_publisher), new wxDataViewTextRenderer(),
+      PackagesViewbase::kPublisher, 150);
 }
 
 void PackagesRelDisp::show(Selection& selection) {

@@ -37,6 +37,8 @@ enum class PackageCheck { none, some, all };
 class Selection {
  public:
   Selection(std::unique_ptr<PackageTable> table, SelectionQuestions& questions, ParentUI& parent);
+  Selection(const Selection&) = delete;
+  Selection& operator=(const Selection&) = delete;
 
   [[nodiscard]] const PackageTable& table() const { return *table_; }
   [[nodiscard]] const VersionRow& row(RowId row) const { return rows_[row]; }

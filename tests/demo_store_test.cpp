@@ -5,9 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "demo/installation_check.h"
 #include "demo/store_check.h"
 #include "demo/store_maker.h"
 #include "demo/zip_reader.h"
+#include "framework/digest.h"
 #include "framework/json.h"
 #include "tests/temp_folder.h"
 
@@ -253,6 +255,51 @@ TEST_F(DemoStore, CheckFindsDamage) {
   write(store / "pkgs-available.json.zip.sha256", "0");
   EXPECT_THAT(check_store(store, "xsd", "").faults, HasSubstr("wrong digest of pkgs-available"));
   EXPECT_THROW(make(folder_ / "store"), std::runtime_error);
+}
+
+std::string catalog(const std::string& entries) {
+  return "<?xml version=\"1.0\"?><catalog xmlns=\"urn:oasis:names:tc:entity:xmlns:xml:catalog\">" +
+         entries + "</catalog>";
+}
+
+TEST(InstallationCheck, FindsEveryDifference) {
+  const tests::TempFolder folder;
+  const fs::path cache = folder / ".xsd_cache";
+  const fs::path member = folder / "xsd/a-1.0.0/xsd%2Fa-1.0.0%2Fm.zip";
+  write(member, "bytes");
+  write(cache / "pkgs-installed.json",
+        R"({"a-1.0.0":{"_type":"xsd","_pkg_installdir":"a-1.0.0","files":{"xsd/a-1.0.0/m.zip":")" +
+            framework::to_hex(framework::sha256("bytes")) +
+            R"("},"catalogs":{"http://a/":"m"},"namespace_catalog":{"urn:a":"m"},)"
+            R"("uri_mappings":{"http://b/":"http://a/"}}})");
+  const std::string url = "zendro://pkg/a-1.0.0/xsd/a-1.0.0/m.zip%7Czip/";
+  const std::string two_steps = "<uri name='n' uri='" + url + "x.xsd'/>";
+  const std::string location =
+      "<rewriteURI uriStartString='http://a/' rewritePrefix='" + url + "'/>";
+  write(cache / "catalog.xml", catalog(location + two_steps));
+  write(cache / "namespace-mapping-catalog.xml", catalog("<uri name='urn:a' uri='n'/>"));
+  write(cache / "remapping.xml",
+        catalog("<rewriteURI uriStartString='http://b/' rewritePrefix='http://a/'/>"));
+  const auto faults = [&](const std::set<std::string>& expected) {
+    return check_installation(folder.path(), "xsd", expected);
+  };
+  EXPECT_EQ(faults({"a-1.0.0"}), "");
+  EXPECT_THAT(faults({}), HasSubstr("a-1.0.0 is in the installed list"));
+  EXPECT_THAT(faults({}), HasSubstr("a folder is left"));
+  EXPECT_THAT(faults({}), HasSubstr("mappings are left"));
+  EXPECT_THAT(faults({"a-1.0.0", "b-1.0.0"}), HasSubstr("b-1.0.0 is not in the installed list"));
+
+  write(cache / "catalog.xml", catalog(location));
+  EXPECT_THAT(faults({"a-1.0.0"}), HasSubstr("urn:a leads to n, which is not installed"));
+  write(cache / "catalog.xml", catalog(two_steps));
+  EXPECT_THAT(faults({"a-1.0.0"}), HasSubstr("no catalog entry for http://a/"));
+  write(member, "other");
+  EXPECT_THAT(faults({"a-1.0.0"}), HasSubstr("wrong digest"));
+  fs::remove(member);
+  EXPECT_THAT(faults({"a-1.0.0"}), HasSubstr("no file"));
+  EXPECT_THAT(faults({"a-1.0.0"}), HasSubstr("where no file is"));
+  write(cache / "remapping.xml", "");
+  EXPECT_THROW(faults({"a-1.0.0"}), std::runtime_error);
 }
 
 }  // namespace
