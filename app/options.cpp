@@ -83,6 +83,11 @@ void set_bool(json::object& options, std::string_view key, const json::value& va
 
 }  // namespace
 
+const std::string_view kBootstrapUrl =
+    "https://" ZENDRO_STORE_HOST "/api/package-manager/v1/bootstrap";
+const std::string_view kStagingBootstrapUrl =
+    "https://" ZENDRO_STAGING_STORE_HOST "/api/package-manager/v1/bootstrap";
+
 json::value get_type(const json::object* options) { return lookup(options, option::type, nullptr); }
 
 json::value get_cache_root(const json::object* options) {

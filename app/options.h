@@ -36,6 +36,11 @@ inline constexpr std::string_view reset_initialize = "pkg.reset.initialize";
 inline constexpr std::string_view reset_update = "pkg.reset.update";
 }  // namespace option
 
+/// Fixed addresses of the production and the staging store, for a client that serves all types. No
+/// default is one of them.
+extern const std::string_view kBootstrapUrl;
+extern const std::string_view kStagingBootstrapUrl;
+
 // The values are strings; null where a type-dependent default is asked for an unknown type.
 json::value get_type(const json::object* options);
 json::value get_cache_root(const json::object* options);

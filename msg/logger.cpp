@@ -46,13 +46,17 @@ bool Logger::log(std::wstring_view kind, std::wstring_view text, int level) {
 
 bool Logger::log(std::wstring_view kind, int code, const std::vector<std::wstring>& values,
                  int level) {
-  const Handlers handlers = handlers_for(level);
-  if (handlers.empty()) return false;
   constexpr std::size_t kMostValues = 5;
   Arguments arguments;
   for (std::size_t i = 0; i < std::min(values.size(), kMostValues); ++i) {
     arguments.emplace_back(L"arg" + std::to_wstring(i + 1), values[i]);
   }
+  return log_message(kind, code, arguments, level);
+}
+
+bool Logger::log_message(std::wstring_view kind, int code, const Arguments& arguments, int level) {
+  const Handlers handlers = handlers_for(level);
+  if (handlers.empty()) return false;
   deliver(handlers, kind, format_message(code, arguments));
   return true;
 }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "msg/format.h"
+
 namespace zendro::msg {
 
 inline constexpr int kLevelDetail = 10;
@@ -38,6 +40,8 @@ class Logger {
   /// meanwhile stays valid until its call returns. False when the line was dropped: its level is
   /// below the threshold, or there is no handler.
   bool log(std::wstring_view kind, std::wstring_view text, int level);
+  /// Logs the message `code` of the table with its named arguments.
+  bool log_message(std::wstring_view kind, int code, const Arguments& arguments, int level);
   /// Logs the message `code` of the table with up to five values filled in as "arg1" to "arg5".
   bool log(std::wstring_view kind, int code, const std::vector<std::wstring>& values, int level);
 

@@ -24,7 +24,6 @@ std::size_t type_name_hash::operator()(std::string_view name) const {
 
 active_type_set make_active_type_set(std::initializer_list<std::string_view> names) {
   active_type_set set(kInitialBuckets);
-  set.max_load_factor(1.0F);
   for (const std::string_view name : names) set.emplace(name);
   return set;
 }

@@ -16,7 +16,7 @@ struct type_name_hash {
 
 using active_type_set = std::unordered_set<std::string, type_name_hash>;
 
-/// A set holding `names`, with 8 buckets at first and a load factor of at most 1.0.
+/// A set holding `names`, made for 8 buckets, with a load factor of at most 1.0.
 active_type_set make_active_type_set(std::initializer_list<std::string_view> names);
 
 /// Makes the known types among `names` the active ones of the process. Called once at start-up,

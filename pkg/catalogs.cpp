@@ -126,7 +126,13 @@ bool update_catalogs(core_context_t& context) {
   const std::optional<pkgs_available_t> installed = load_installed(context);
   if (!installed) return false;
   catalog_entries_t entries;
-  for (const package_t& package : installed->packages()) collect(package, entries);
+  for (const package_t& package : installed->packages()) {
+    try {
+      collect(package, entries);
+    } catch (const framework::JsonError& error) {
+      return fail_metadata(context, context.installed_path(), package, error);
+    }
+  }
 
   struct catalog_t {
     const char* name;

@@ -1,10 +1,13 @@
 #include "pkg/core_context.h"
 
+#include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include "app/options.h"
 #include "framework/files.h"
 #include "msg/utf.h"
+#include "pkg/ascii_case.h"
 
 namespace zendro::pkg {
 namespace {
@@ -15,6 +18,16 @@ std::string folder_text(const json::value& value) {
   const std::string_view folder = framework::as_string(value);
   if (folder.empty()) return {};
   return framework::path_to_utf8(framework::path_from_utf8(folder) / std::filesystem::path());
+}
+
+// Comparable form of a folder: resolved as far as it exists, ASCII letters in lower case, since
+// some file systems do not tell them apart, and with a trailing separator.
+std::string comparable(const std::string& folder) {
+  std::error_code failed;
+  const std::filesystem::path given = framework::path_from_utf8(folder);
+  std::filesystem::path resolved = std::filesystem::weakly_canonical(given, failed);
+  if (failed) resolved = given.lexically_normal();
+  return ascii_lower(framework::path_to_utf8(resolved / std::filesystem::path()));
 }
 
 }  // namespace
@@ -53,6 +66,24 @@ std::string core_context_t::cache_file(std::string_view name) const {
   return cache_root_ + std::string(name);
 }
 
+bool core_context_t::touches_cache(const std::string& folder) {
+  if (cache_roots_.empty()) {
+    if (!cache_root_.empty()) cache_roots_.push_back(comparable(cache_root_));
+    for (const std::string_view type : {"xsd", "xbrl"}) {
+      json::object defaults;
+      app::set_type(defaults, type);
+      const json::value root = app::get_cache_root(&defaults);
+      if (root.is_string()) {
+        cache_roots_.push_back(comparable(std::string(framework::as_string(root))));
+      }
+    }
+  }
+  const std::string own = comparable(folder);
+  return std::any_of(cache_roots_.begin(), cache_roots_.end(), [&own](const std::string& root) {
+    return own.starts_with(root) || root.starts_with(own);
+  });
+}
+
 bool core_context_t::is_initialised() const {
   return has_folders_ && framework::file_exists(framework::path_from_utf8(available_path_));
 }
@@ -73,7 +104,7 @@ void core_context_t::report(msg::Code code, const msg::Arguments& arguments, std
 
 void core_context_t::log(msg::Code code, int level, const msg::Arguments& arguments) {
   if (!log_) return;
-  log_->log(msg::kLogKind, msg::format_message(static_cast<int>(code), arguments), level);
+  log_->log_message(msg::kLogKind, static_cast<int>(code), arguments, level);
 }
 
 msg::Argument core_context_t::pkgtype() const {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "framework/http.h"
 #include "framework/json.h"
@@ -61,6 +62,9 @@ class core_context_t {
   /// A file of the cache root.
   [[nodiscard]] std::string cache_file(std::string_view name) const;
 
+  /// Whether a folder is a cache root of any package type, holds one or lies in one.
+  [[nodiscard]] bool touches_cache(const std::string& folder);
+
   /// Whether the cache has folders and a list of available packages.
   [[nodiscard]] bool is_initialised() const;
 
@@ -85,6 +89,7 @@ class core_context_t {
   transport_factory make_transport_;
   std::mutex& global_lock_;
   std::unique_ptr<framework::HttpTransport> transport_;
+  std::vector<std::string> cache_roots_;  ///< comparable; found out when first asked for
   bool has_folders_ = false;
   std::string cache_root_;
   std::string install_root_;

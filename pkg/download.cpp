@@ -1,5 +1,6 @@
 #include "pkg/download.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +69,13 @@ class package_download {
                             text_argument(L"sum", digest_text), context_.pkgtype()});
     }
     const std::string local_name = local_member_name(member);
+    const auto [first, is_new] = provided_.try_emplace(local_name, *expected);
+    if (!is_new && first->second != *expected) {
+      return context_.fail(msg::Code::checksum_invalid,
+                           {pkg_argument(package_.identity), text_argument(L"file", member),
+                            text_argument(L"sum", digest_text), context_.pkgtype()},
+                           "Another member has the same local name.");
+    }
     if (folder_->kind_of(local_name) != EntryKind::absent) {
       context_.log(msg::Code::log_file_exists, msg::kLevelDetail,
                    {path_argument(place_.path() + local_name)});
@@ -148,7 +156,8 @@ class package_download {
   package_folder_t place_;
   std::vector<char> block_;
   std::unique_ptr<Folder> folder_;
-  std::optional<std::string> store_;  ///< the store URL once it is known
+  std::map<std::string, Sha256Digest> provided_;  ///< by local name
+  std::optional<std::string> store_;              ///< the store URL once it is known
 };
 
 }  // namespace

@@ -1,15 +1,16 @@
 #include "pkg/install.h"
 
-#include <iterator>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "pkg/catalogs.h"
 #include "pkg/download.h"
+#include "pkg/identity_index.h"
 #include "pkg/list_files.h"
+#include "pkg/package_folder.h"
 #include "pkg/references.h"
 #include "pkg/requests.h"
-#include "pkg/substring_index.h"
 #include "pkg/telemetry.h"
 #include "pkg/uninstall.h"
 
@@ -55,23 +56,13 @@ bool add_references(core_context_t& context, const pkgs_available_t& available,
 // request (whose name contains the conflicting one, without regard to case).
 bool check_conflicts(core_context_t& context, const pkgs_available_t& available,
                      const pkgs_available_t& installed, const identity_set_t& requests) {
-  std::vector<std::string_view> names;
-  std::vector<semver_t> versions;
-  for (const name_semver_t& request : requests) {
-    names.push_back(request.name);
-    versions.push_back(request.version);
-  }
-  const substring_index index(names);
-  const auto is_requested = [&](const name_semver_t& conflict) {
-    for (const std::size_t position : index.find(conflict.name)) {
-      if (matches(conflict.version, versions[position])) return true;
-    }
-    return false;
-  };
+  const identity_index index({requests.begin(), requests.end()});
   for (const name_semver_t& request : requests) {
     const package_t* entry = find_exact(available.packages(), request);
     if (entry == nullptr) continue;
-    for (const std::string_view text : entry->meta.conflicting_pkgs()) {
+    const std::vector<std::string_view> conflicts =
+        read_metadata(*entry, [](const meta_t& meta) { return meta.conflicting_pkgs(); });
+    for (const std::string_view text : conflicts) {
       const name_semver_t conflict = parse_identity(text);
       if (const package_t* found = find_best(installed.packages(), conflict)) {
         return context.fail(
@@ -79,7 +70,7 @@ bool check_conflicts(core_context_t& context, const pkgs_available_t& available,
             {pkg_argument(request), text_argument(L"conflict", to_string(found->identity)),
              context.pkgtype()});
       }
-      if (is_requested(conflict)) {
+      if (index.contains(conflict)) {
         return context.fail(
             msg::Code::pkg_conflict,
             {pkg_argument(request), text_argument(L"conflict", text), context.pkgtypes()});
@@ -128,6 +119,52 @@ void log_plan(core_context_t& context, const plan_t& plan, const identity_set_t&
   }
 }
 
+// Refuses, while nothing is touched, what could not be carried through: metadata of the wrong
+// types, folders that lead elsewhere, and folders in which a package of another name lives. Tells
+// how many members there are.
+class request_check {
+ public:
+  request_check(core_context_t& context, const pkgs_available_t& installed) : context_(context) {
+    for (const package_t& package : installed.packages()) {
+      const package_folder_t folder = read_metadata(
+          package, [&context](const meta_t& meta) { return package_folder_t(context, meta); });
+      owners_.try_emplace(folder.path(), package.identity.name);
+    }
+  }
+
+  bool check(const package_t& package) {
+    try {
+      check_catalog_entries(package);
+      if (const json::object* files = package.meta.files()) {
+        for (const json::key_value_pair& file : *files) framework::as_string(file.value());
+        members_ += files->size();
+      }
+      return check_folder(package);
+    } catch (const framework::JsonError& error) {
+      return fail_metadata(context_, context_.available_path(), package, error);
+    }
+  }
+
+  [[nodiscard]] std::uint64_t members() const { return members_; }
+
+ private:
+  bool check_folder(const package_t& package) {
+    const package_folder_t folder(context_, package.meta);
+    std::string cause;
+    if (folder.is_safe(context_, cause)) {
+      const std::string& owner =
+          owners_.try_emplace(folder.path(), package.identity.name).first->second;
+      if (owner == package.identity.name) return true;
+      cause = "The folder is that of " + owner + ".";
+    }
+    return context_.fail(msg::Code::create_folder, {path_argument(folder.path())}, cause);
+  }
+
+  core_context_t& context_;
+  std::unordered_map<std::string, std::string> owners_;  ///< folder to package name
+  std::uint64_t members_ = 0;
+};
+
 bool record(core_context_t& context, const identity_set_t& requests,
             const pkgs_available_t& available, pkgs_available_t& installed) {
   std::vector<const package_t*> added;
@@ -173,15 +210,12 @@ bool install_pkgs(core_context_t& context, identity_set_t requests,
   const plan_t plan = classify(*installed, requests);
   for (const name_semver_t& request : plan.installed_already) requests.erase(request);
   log_plan(context, plan, requests);
-  // A package that no catalog could be written from is refused while nothing is touched.
-  std::uint64_t members = 0;
+  request_check check(context, *installed);
   for (const name_semver_t& request : requests) {
     const package_t* entry = find_exact(available.packages(), request);
-    if (entry == nullptr) continue;
-    check_catalog_entries(*entry);
-    if (const json::object* files = entry->meta.files()) members += files->size();
+    if (entry != nullptr && !check.check(*entry)) return false;
   }
-  context.progress().begin(members);
+  context.progress().begin(check.members());
   for (const name_semver_t& request : requests) {
     if (!download_pkg(context, request, available)) return false;
   }

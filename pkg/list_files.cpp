@@ -1,5 +1,7 @@
 #include "pkg/list_files.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "framework/files.h"
@@ -60,10 +62,20 @@ std::optional<pkgs_available_t> load_available(core_context_t& context) {
 
 std::optional<pkgs_available_t> load_installed(core_context_t& context) {
   const std::lock_guard lock(context.global_lock());
-  if (!framework::file_exists(framework::path_from_utf8(context.installed_path()))) {
+  // Only a list that is known to be missing is empty. Anything else that cannot be looked at is an
+  // error, or the next write would replace a list that is merely out of reach.
+  std::error_code ignored;
+  const std::filesystem::path path = framework::path_from_utf8(context.installed_path());
+  if (std::filesystem::status(path, ignored).type() == std::filesystem::file_type::not_found) {
     return pkgs_available_t();
   }
   return load(context, context.installed_path());
+}
+
+bool fail_metadata(core_context_t& context, const std::string& path, const package_t& package,
+                   const framework::JsonError& error) {
+  return context.fail(msg::Code::invalid_pkg_information, {context.pkgtype(), path_argument(path)},
+                      to_string(package.identity) + ": " + error.what());
 }
 
 bool write_available(core_context_t& context, const pkgs_available_t& list) {

@@ -19,6 +19,11 @@ std::optional<pkgs_available_t> load_available(core_context_t& context);
 /// Takes the cache's global lock while it reads. A list that does not exist yet is empty.
 std::optional<pkgs_available_t> load_installed(core_context_t& context);
 
+/// Reports "invalid_pkg_information" for a package of the list at `path` whose metadata has a
+/// member of the wrong type; the hint names the package. Returns false.
+bool fail_metadata(core_context_t& context, const std::string& path, const package_t& package,
+                   const framework::JsonError& error);
+
 /// Replaces a list in place: "write_pkg_information" for the available one when that fails,
 /// "update_pkgs_installed" for the installed one, with what the I/O layer said before it.
 bool write_available(core_context_t& context, const pkgs_available_t& list);

@@ -26,7 +26,8 @@ semver_t parse_version(std::string_view text) {
   semver_t version;
   for (std::uint16_t semver_t::*part : {&semver_t::major, &semver_t::minor, &semver_t::patch}) {
     const std::optional<std::uint16_t> number = take_number(text);
-    if (!number) break;
+    // A number that wraps to the value for "not given" is not given, and no part after it is.
+    if (!number || *number == kAnyPart) break;
     version.*part = *number;
     // Whatever stands between two numbers is one character.
     if (!text.empty()) text.remove_prefix(1);

@@ -154,7 +154,10 @@ class package_file_reader {
     std::optional<pkgs_available_t> available = load_available(context_);
     if (!available) return false;
     std::vector<const package_t*> added;
-    for (const package_t& package : packages.packages()) added.push_back(&package);
+    for (const package_t& package : packages.packages()) {
+      // What the store gave stands, also what it gave as deprecated.
+      if (available->find_entry(package.identity) == nullptr) added.push_back(&package);
+    }
     available->add(added, packages);
     return write_available(context_, *available);
   }

@@ -1,11 +1,11 @@
 #include "pkg/package_folder.h"
 
-#include <algorithm>
 #include <filesystem>
+#include <system_error>
 #include <vector>
 
-#include "app/options.h"
 #include "framework/files.h"
+#include "pkg/ascii_case.h"
 #include "pkg/percent_encoding.h"
 
 namespace zendro::pkg {
@@ -19,34 +19,13 @@ using framework::IoError;
 // Folders nest in a package only where another program made them; deeper than this is a trap.
 constexpr int kDeepestFolder = 64;
 
-// Comparable form of a folder: resolved as far as it exists, ASCII letters in lower case, since
-// some file systems do not tell them apart, and with a trailing separator.
-std::string comparable(const std::string& folder) {
-  std::error_code ignored;
-  const fs::path given = framework::path_from_utf8(folder);
-  fs::path resolved = fs::weakly_canonical(given, ignored);
-  if (ignored) resolved = given.lexically_normal();
-  std::string text = framework::path_to_utf8(resolved / fs::path());
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return text;
-}
-
-bool overlap(const std::string& a, const std::string& b) {
-  return a.starts_with(b) || b.starts_with(a);
-}
-
-// The cache roots that no package may touch: that of the run, and the defaults of all types.
-std::vector<std::string> all_cache_roots(const core_context_t& context) {
-  std::vector<std::string> roots = {context.cache_root()};
+// Whether this is the folder word of another package type. Case is no difference: some file systems
+// know none.
+bool is_other_type(std::string_view word, std::string_view own_type) {
   for (const std::string_view type : {"xsd", "xbrl"}) {
-    json::object defaults;
-    app::set_type(defaults, type);
-    const json::value root = app::get_cache_root(&defaults);
-    if (root.is_string()) roots.emplace_back(framework::as_string(root));
+    if (type != own_type && ascii_lower(word) == type) return true;
   }
-  std::erase(roots, std::string());
-  return roots;
+  return false;
 }
 
 bool remove_contents(core_context_t& context, const Folder& folder, const std::string& path,
@@ -96,19 +75,18 @@ std::string package_folder_t::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
 }
 
-bool package_folder_t::is_safe(const core_context_t& context, std::string& cause) const {
+bool package_folder_t::is_safe(core_context_t& context, std::string& cause) const {
   for (const std::string& part : {type_, name_}) {
     if (!framework::is_plain_name(part)) {
       cause = "'" + part + "' is not the name of a folder";
       return false;
     }
   }
-  const std::string own = comparable(path_);
-  const std::vector<std::string> roots = all_cache_roots(context);
-  const bool hits_cache = std::any_of(roots.begin(), roots.end(), [&own](const std::string& root) {
-    return overlap(own, comparable(root));
-  });
-  if (hits_cache) {
+  if (is_other_type(type_, context.type())) {
+    cause = path_ + ": the folder belongs to another package type";
+    return false;
+  }
+  if (context.touches_cache(path_)) {
     cause = path_ + ": the folder belongs to the cache";
     return false;
   }
@@ -121,9 +99,10 @@ bool package_folder_t::is_safe(const core_context_t& context, std::string& cause
 }
 
 std::unique_ptr<Folder> package_folder_t::open_parent(IoError& error) const {
-  if (!fs::exists(framework::path_from_utf8(install_root_))) return nullptr;
-  const std::unique_ptr<Folder> root =
-      Folder::open(framework::path_from_utf8(install_root_), error);
+  const fs::path root_path = framework::path_from_utf8(install_root_);
+  std::error_code ignored;
+  if (fs::status(root_path, ignored).type() == fs::file_type::not_found) return nullptr;
+  const std::unique_ptr<Folder> root = Folder::open(root_path, error);
   if (!root || root->kind_of(type_) == EntryKind::absent) return nullptr;
   return root->open_folder(type_, error);
 }

@@ -24,9 +24,10 @@ class package_folder_t {
   /// The full path of a member's local file.
   [[nodiscard]] std::string member_path(std::string_view member) const;
 
-  /// Whether "_type" and "_pkg_installdir" are each one plain name, the folder is no cache root and
-  /// neither holds one nor lies in one, and no link stands in its way. `cause` tells why not.
-  [[nodiscard]] bool is_safe(const core_context_t& context, std::string& cause) const;
+  /// Whether "_type" and "_pkg_installdir" are each one plain name and "_type" not that of another
+  /// package type, the folder is no cache root and neither holds one nor lies in one, and no link
+  /// stands in its way. `cause` tells why not.
+  [[nodiscard]] bool is_safe(core_context_t& context, std::string& cause) const;
 
   /// Opens the folder if it exists: null without an error when it does not.
   [[nodiscard]] std::unique_ptr<framework::Folder> open(framework::IoError& error) const;

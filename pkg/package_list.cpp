@@ -34,13 +34,6 @@ package_map_t::const_iterator lower_bound(const package_map_t& packages, const n
                           });
 }
 
-// Whether no entry after `candidate` (of the same name) can match `key` any more.
-bool is_past(const semver_t& key, const semver_t& candidate) {
-  if (key.major == kAnyPart) return false;
-  if (key.major != candidate.major) return true;
-  return key.minor != kAnyPart && key.minor != candidate.minor;
-}
-
 std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
 
 }  // namespace
@@ -57,14 +50,12 @@ const package_t* find_exact(const package_map_t& packages, const name_semver_t& 
 }
 
 const package_t* find_best(const package_map_t& packages, const name_semver_t& key) {
-  // A part that is not given sorts before every number, so nothing that matches stands before the
-  // key's own place.
-  for (auto candidate = lower_bound(packages, key);
-       candidate != packages.end() && candidate->identity.name == key.name; ++candidate) {
-    if (matches(key.version, candidate->identity.version)) return &*candidate;
-    if (is_past(key.version, candidate->identity.version)) break;
-  }
-  return nullptr;
+  // A part that is not given sorts before every number: what stands at the key's own place is the
+  // entry of exactly the key, else the newest one that can match.
+  const auto found = lower_bound(packages, key);
+  const bool fits = found != packages.end() && found->identity.name == key.name &&
+                    matches(key.version, found->identity.version);
+  return fits ? &*found : nullptr;
 }
 
 pkgs_available_t::pkgs_available_t(std::shared_ptr<const document_t> document,

@@ -37,6 +37,17 @@ struct package_t {
   meta_t meta;
 };
 
+/// Reads a package's metadata through `read`. A framework::JsonError is thrown on with the identity
+/// in front of its text, so that whoever reads it knows which package is meant.
+template <typename Read>
+auto read_metadata(const package_t& package, const Read& read) {
+  try {
+    return read(package.meta);
+  } catch (const framework::JsonError& error) {
+    throw framework::JsonError(to_string(package.identity) + ": " + error.what());
+  }
+}
+
 /// Entries sorted by identity, each identity once.
 using package_map_t = std::vector<package_t>;
 

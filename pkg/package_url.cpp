@@ -6,11 +6,15 @@ namespace zendro::pkg {
 
 std::string package_url(const name_semver_t& identity, std::string_view member_path) {
   constexpr std::string_view marker = "|zip";
-  std::string url = std::string(kPackageUrlPrefix) + to_string(identity) + "/";
-  url += member_path;
-  for (std::size_t at = url.find(marker); at != std::string::npos; at = url.find(marker, at)) {
-    url.replace(at, 1, "%7C");
+  const std::string plain = to_string(identity) + "/" + std::string(member_path);
+  std::string url(kPackageUrlPrefix);
+  std::string_view rest = plain;
+  for (std::size_t at = 0; (at = rest.find(marker)) != std::string_view::npos;) {
+    url += rest.substr(0, at);
+    url += "%7C";
+    rest.remove_prefix(at + 1);
   }
+  url += rest;
   return url;
 }
 

@@ -13,7 +13,9 @@ void collect_references(const name_semver_t& package, const pkgs_available_t& av
   while (!open.empty()) {
     const package_t& current = *open.back();
     open.pop_back();
-    for (const std::string_view reference : current.meta.references()) {
+    const std::vector<std::string_view> references =
+        read_metadata(current, [](const meta_t& meta) { return meta.references(); });
+    for (const std::string_view reference : references) {
       name_semver_t key = parse_identity(reference);
       const package_t* found = find_best(available.packages(), key);
       if (found == nullptr) {

@@ -5,7 +5,10 @@
 
 namespace zendro::pkg {
 
-bool send_install_telemetry(core_context_t& context, const std::set<name_semver_t>& packages) {
+namespace {
+
+framework::SendOutcome send(core_context_t& context, const std::set<name_semver_t>& packages,
+                            framework::IoError& error) {
   json::array names;
   for (const name_semver_t& package : packages) names.emplace_back(to_string(package));
   json::object document;
@@ -18,17 +21,25 @@ bool send_install_telemetry(core_context_t& context, const std::set<name_semver_
   request.url = framework::as_string(app::get_telemetry_url(&context.options()));
   request.headers.emplace_back("Content-Type", "application/json; charset=utf-8");
   request.trace_log = remote_io_log_path(context, "pkgstore");
+  return context.http().post(request, body, error);
+}
+
+}  // namespace
+
+bool send_install_telemetry(core_context_t& context, const std::set<name_semver_t>& packages) {
   framework::IoError error;
-  switch (context.http().post(request, body, error)) {
-    case framework::SendOutcome::sent:
-      return true;
-    case framework::SendOutcome::not_opened:
-      context.warn(msg::Code::access_pkg_store_telemetry, {context.pkgtype()}, error.text);
-      return false;
-    case framework::SendOutcome::not_sent:
-      break;
+  framework::SendOutcome outcome = framework::SendOutcome::not_opened;
+  try {
+    outcome = send(context, packages, error);
+  } catch (const framework::JsonError& bad_option) {
+    // The packages are installed by now; an option that is of no use changes nothing about that.
+    error.text = bad_option.what();
   }
-  context.warn(msg::Code::update_pkg_store_telemetry, {context.pkgtype()}, error.text);
+  if (outcome == framework::SendOutcome::sent) return true;
+  context.warn(outcome == framework::SendOutcome::not_opened
+                   ? msg::Code::access_pkg_store_telemetry
+                   : msg::Code::update_pkg_store_telemetry,
+               {context.pkgtype()}, error.text);
   return false;
 }
 

@@ -7,24 +7,16 @@
 
 #include "app/options.h"
 #include "pkg/catalogs.h"
+#include "pkg/identity_index.h"
 #include "pkg/list_files.h"
 #include "pkg/package_folder.h"
 #include "pkg/references.h"
 #include "pkg/requests.h"
-#include "pkg/substring_index.h"
 
 namespace zendro::pkg {
 namespace {
 
 using identity_set_t = std::set<name_semver_t>;
-
-template <typename Identities>
-substring_index index_names(const Identities& identities) {
-  std::vector<std::string_view> names;
-  names.reserve(identities.size());
-  for (const auto& identity : identities) names.push_back(identity.name);
-  return substring_index(names);
-}
 
 std::vector<name_semver_t> identities_of(const package_map_t& packages) {
   std::vector<name_semver_t> identities;
@@ -35,17 +27,12 @@ std::vector<name_semver_t> identities_of(const package_map_t& packages) {
 
 // Adds the installed packages that each filter selects.
 void select(core_context_t& context, const std::vector<std::string>& filters,
-            const std::vector<name_semver_t>& installed, const substring_index& index,
+            const std::vector<name_semver_t>& installed, const identity_index& index,
             identity_set_t& removal) {
   for (const std::string& filter : filters) {
-    const name_semver_t key = parse_identity(filter);
-    bool selected = false;
-    for (const std::size_t position : index.find(key.name)) {
-      if (!matches(key.version, installed[position].version)) continue;
-      removal.insert(installed[position]);
-      selected = true;
-    }
-    if (!selected) {
+    const std::vector<std::size_t> selected = index.find(parse_identity(filter));
+    for (const std::size_t position : selected) removal.insert(installed[position]);
+    if (selected.empty()) {
       context.log(msg::Code::log_pkg_not_installed_ignored, msg::kLevelProgress,
                   {context.pkgtype(), text_argument(L"pkg", filter)});
     }
@@ -71,21 +58,20 @@ class reference_keeper {
  public:
   explicit reference_keeper(const identity_set_t& removal)
       : removal_(removal.begin(), removal.end()),
-        index_(index_names(removal_)),
+        index_(removal_),
         referrers_(removal_.size(), nullptr) {}
 
   /// Notes `package` as one that stays. Of several that reference a package the first one counts,
   /// so a reference text that has been seen before has nothing new to say.
   void note(const package_t& package) {
-    for (const std::string_view text : package.meta.references()) {
+    const std::vector<std::string_view> references =
+        read_metadata(package, [](const meta_t& meta) { return meta.references(); });
+    for (const std::string_view text : references) {
       if (!seen_.insert(text).second) continue;
-      const name_semver_t reference = parse_identity(text);
-      for (const std::size_t position : index_.find(reference.name)) {
-        if (referrers_[position] == nullptr &&
-            matches(reference.version, removal_[position].version)) {
-          referrers_[position] = &package;
-          found_.insert(position);
-        }
+      for (const std::size_t position : index_.find(parse_identity(text))) {
+        if (referrers_[position] != nullptr) continue;
+        referrers_[position] = &package;
+        found_.insert(position);
       }
     }
   }
@@ -100,7 +86,7 @@ class reference_keeper {
 
  private:
   std::vector<name_semver_t> removal_;
-  substring_index index_;
+  identity_index index_;
   std::vector<const package_t*> referrers_;
   std::set<std::size_t> found_;
   std::unordered_set<std::string_view> seen_;
@@ -132,7 +118,8 @@ class folder_removal {
                  const identity_set_t& removal)
       : context_(context) {
     for (const package_t& package : installed.packages()) {
-      package_folder_t folder(context, package.meta);
+      package_folder_t folder = read_metadata(
+          package, [&context](const meta_t& meta) { return package_folder_t(context, meta); });
       if (removal.contains(package.identity)) {
         folders_.push_back(std::move(folder));
       } else {
@@ -183,7 +170,7 @@ bool uninstall(core_context_t& context, const std::vector<std::string>& filters)
   if (!installed) return false;
   const filters_t sorted = sort_filters(context, filters);
   const std::vector<name_semver_t> identities = identities_of(installed->packages());
-  const substring_index index = index_names(identities);
+  const identity_index index(identities);
   identity_set_t removal;
   select(context, sorted.names, identities, index, removal);
   std::vector<std::string> provided;

@@ -22,7 +22,8 @@ TEST(NameSemver, ParsesVersions) {
   EXPECT_EQ(parse_version(""), kNoVersion);
   // Numbers wrap at 16 bits, and one that wraps to the value for "not given" is not given.
   EXPECT_EQ(parse_version("70000.65536.65537"), (semver_t{4464, 0, 1}));
-  EXPECT_EQ(parse_version("65535"), kNoVersion);
+  EXPECT_EQ(parse_version("65535.2.3"), kNoVersion);
+  EXPECT_EQ(parse_version("1.65535.3"), (semver_t{1, any, any}));
 }
 
 TEST(NameSemver, ParsesIdentitiesAtTheLastHyphen) {

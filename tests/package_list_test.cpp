@@ -4,10 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include "pkg/ascii_case.h"
+#include "pkg/identity_index.h"
 #include "pkg/list_files.h"
 #include "pkg/merged_view.h"
 #include "pkg/references.h"
-#include "pkg/substring_index.h"
 
 namespace zendro::pkg {
 namespace {
@@ -119,8 +120,7 @@ TEST(PackageList, FindsTheExactElseTheNewestMatching) {
   EXPECT_EQ(best(list, "mypkg-2.2"), "");
   EXPECT_EQ(best(list, "mypkg-4"), "");
   EXPECT_EQ(best(list, "mypk"), "");
-  EXPECT_EQ(best(list, "mypkg-65535.0"), "mypkg-3.0.0");  // any major number, minor 0
-  EXPECT_EQ(best(list, "odd-2"), "odd-2");                // exactly this entry before a match
+  EXPECT_EQ(best(list, "odd-2"), "odd-2");  // exactly this entry before a match
 }
 
 TEST(PackageList, ReferencesAreFollowedOnceAndKeptAsWrittenWhereUnknown) {
@@ -175,28 +175,35 @@ TEST(Meta, PublisherIsNamedOrTheHostOfTheHomepage) {
   EXPECT_THROW(publisher(R"({"publisher":7})"), framework::JsonError);
 }
 
-TEST(SubstringIndex, AgreesWithSearchingEveryName) {
+TEST(IdentityIndex, AgreesWithLookingAtEveryIdentity) {
   std::mt19937 random(7);
-  std::vector<std::string> names = {"", "A", std::string(400, 'a') + "B", "abc", "ABC", "xAbCy"};
-  for (int i = 0; i < 200; ++i) {
-    std::string name;
-    for (unsigned length = random() % 9; length > 0; --length) name += "abAB-"[random() % 5];
-    names.push_back(name);
-  }
-  const std::vector<std::string_view> views(names.begin(), names.end());
-  const substring_index index(views);
-  const auto lower = [](std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
+  std::vector<name_semver_t> identities;
+  const auto add = [&](const std::string& name) {
+    const auto part = [&] { return static_cast<std::uint16_t>(random() % 3); };
+    identities.push_back({name, {part(), part(), part()}});
   };
-  std::vector<std::string> parts = {"", "ab", "AABB", "zz", "aaaaaaaaaaab"};
-  parts.insert(parts.end(), names.begin(), names.end());
-  for (const std::string& part : parts) {
+  for (const std::string& name : {std::string(), std::string("A"), std::string(400, 'a') + "B"}) {
+    add(name);
+  }
+  for (int i = 0; i < 300; ++i) {
+    std::string name;
+    for (unsigned length = random() % 6; length > 0; --length) name += "abAB-"[random() % 5];
+    add(name);
+  }
+  std::vector<std::string> keys = {"", "-1", "ab", "AABB-2", "zz", "aaaaaaaaaaab", "a-1.0.2"};
+  for (const name_semver_t& identity : identities) keys.push_back(identity.name + "-1.2");
+  const identity_index index(identities);
+  for (const std::string& text : keys) {
+    const name_semver_t key = parse_identity(text);
     std::vector<std::size_t> expected;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      if (lower(names[i]).find(lower(part)) != std::string::npos) expected.push_back(i);
+    for (std::size_t i = 0; i < identities.size(); ++i) {
+      if (ascii_lower(identities[i].name).find(ascii_lower(key.name)) != std::string::npos &&
+          matches(key.version, identities[i].version)) {
+        expected.push_back(i);
+      }
     }
-    EXPECT_EQ(index.find(part), expected) << part;
+    EXPECT_EQ(index.find(key), expected) << text;
+    EXPECT_EQ(index.contains(key), !expected.empty()) << text;
   }
 }
 

@@ -81,6 +81,49 @@ TEST_F(TrustTest, FolderNamesThatLeadElsewhereAreRefusedEverywhere) {
   }
 }
 
+TEST_F(TrustTest, AFolderBelongsToOnePackageName) {
+  const TestPackage good{"good-1.0.0", {{"m.zip", "good"}}};
+  TestPackage evil{"evil-1.0.0", {{"m.zip", "evil"}}, {}, {}, {{"_pkg_installdir", "good-1.0.0"}}};
+  start_with({good, evil});
+  server_.serve("/store/m.zip", demo::Reply::bytes("good"));
+  EXPECT_FALSE(cache().install({"good", "evil"}));
+  EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/xsd/good-1.0.0/"));
+  EXPECT_FALSE(fs::exists(package_folder("good-1.0.0")));
+  ASSERT_TRUE(cache().install({"good"}));
+  const auto before = snapshot();
+  EXPECT_FALSE(cache().install({"evil"}));
+  EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/xsd/good-1.0.0/"));
+  // Nor may one type reach into the folders of the other.
+  evil.more = {{"_type", "XBRL"}};
+  publish({good, evil}, 2);
+  ASSERT_TRUE(cache().update_store_information(true));
+  EXPECT_FALSE(cache().install({"evil"}));
+  EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/XBRL/evil-1.0.0/"));
+  EXPECT_THAT(installed(), ElementsAre("good-1.0.0"));
+  EXPECT_EQ(file_text(package_folder("good-1.0.0") / "m.zip"), "good");
+}
+
+// An installed list that is merely out of reach must not be replaced by one that knows nothing.
+TEST_F(TrustTest, AListThatCannotBeLookedAtIsNotAnEmptyOne) {
+  start_with({{"a-1.0.0", {{"m.zip", "x"}}}});
+  fs::create_symlink("pkgs-installed.json", cache_file("pkgs-installed.json"));  // leads to itself
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
+                                           "path=$/pkgs/.xsd_cache/pkgs-installed.json"));
+  EXPECT_FALSE(fs::exists(package_folder("a-1.0.0")));
+}
+
+TEST_F(TrustTest, ABadEntryOfTheInstalledListIsNamed) {
+  start_with({{"a-1.0.0", {}}});
+  write_text(cache_file("pkgs-installed.json"),
+             R"({"old-1.0.0":{"_type":"xsd","_pkg_installdir":"old","catalogs":5}})");
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(texts().front(), testing::EndsWith("old-1.0.0: Cannot cast value to JSON map!"));
+  EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
+                                           "path=$/pkgs/.xsd_cache/pkgs-installed.json",
+                                           "update_cache_catalog pkgtype=XML Schema"));
+}
+
 TEST_F(TrustTest, LinksAreNeverFollowed) {
   start_with({{"a-1.0.0", {{"m.zip", "x"}}}});
   const fs::path outside = folder_ / "outside";
@@ -144,8 +187,8 @@ TEST_F(TrustTest, PipesInThePlaceOfFilesAreErrors) {
 
 TEST_F(TrustTest, TextsOfTheStoreStayOnTheirLine) {
   const std::string identity = "a\n2026-01-01T00:00:00 PKG Install everything.\x1b[31m-1.0.0";
-  publish_document(json::serialize(
-      json::object{{identity, {{"_type", "xsd"}, {"_pkg_installdir", "a"}}}}));
+  publish_document(
+      json::serialize(json::object{{identity, {{"_type", "xsd"}, {"_pkg_installdir", "a"}}}}));
   ASSERT_TRUE(cache().update_store_information(true));
   take_log();
   EXPECT_TRUE(cache().install({identity}));
