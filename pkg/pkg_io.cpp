@@ -1,5 +1,6 @@
 #include "pkg/pkg_io.h"
 
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -11,7 +12,6 @@
 #include "msg/message_table.h"
 #include "msg/utf.h"
 #include "pkg/core_context.h"
-#include "pkg/list_files.h"
 #include "pkg/package_folder.h"
 #include "pkg/package_url.h"
 #include "pkg/percent_encoding.h"
@@ -23,26 +23,27 @@ using framework::IoError;
 using framework::IOImpl_base;
 
 std::string type_of(const json::object& options) {
-  return std::string(framework::as_string(app::get_type(&options)));
+  const json::value type = app::get_type(&options);
+  return type.is_string() ? std::string(framework::as_string(type)) : std::string();
 }
 
 IoError message_error(msg::Code code, const msg::Arguments& arguments) {
   return {msg::to_utf8(msg::format_message(static_cast<int>(code), arguments))};
 }
 
-std::uint64_t state_of(const core_context_t& context) {
-  return framework::file_stamp(framework::path_from_utf8(context.installed_path()));
-}
-
-// Runs `body` with a context whose messages end in `error`.
+// Runs `body` with a context that reports nowhere. What it throws becomes the error, and a null or
+// zero result.
 template <typename Body>
 auto with_context(const json::object& options, IoError& error, const Body& body) {
-  std::mutex lock;
-  const auto keep_message = [&error](const msg::Message& message) {
-    error.text = msg::to_utf8(message.text());
-  };
-  core_context_t context(type_of(options), options, {.messages = keep_message}, lock);
-  return body(context);
+  using Result = decltype(body(std::declval<core_context_t&>()));
+  try {
+    std::mutex lock;
+    core_context_t context(type_of(options), options, {}, lock);
+    return body(context);
+  } catch (const std::exception& exception) {
+    error.text = exception.what();
+    return Result{};
+  }
 }
 
 // Opens "<member>" or "<archive>%7Czip/<member inside>..." below the folder of a package.
@@ -73,7 +74,13 @@ std::shared_ptr<IOImpl_base> open_member(const package_folder_t& place, std::str
 }  // namespace
 
 PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options)
-    : options_(std::move(options)), state_(with_context(*options_, error_, state_of)) {}
+    : PkgIOImpl(std::move(options), std::make_shared<installed_packages_t>()) {}
+
+PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options,
+                     std::shared_ptr<installed_packages_t> installed)
+    : options_(std::move(options)),
+      installed_(std::move(installed)),
+      state_(with_context(*options_, error_, installed_packages_t::state_of)) {}
 
 const IoError& PkgIOImpl::error() const {
   return inner_ && inner_->error() ? inner_->error() : error_;
@@ -95,11 +102,11 @@ bool PkgIOImpl::open(std::string_view url) {
   inner_ =
       with_context(*options_, error_, [&](core_context_t& context) -> std::shared_ptr<IOImpl_base> {
         pkgtype_ = msg::to_utf8(msg::type_label(context.type(), false));
-        if (state_of(context) != state_) {
+        if (installed_packages_t::state_of(context) != state_) {
           error_ = message_error(msg::Code::msg_pkg_remap, {context.pkgtype()});
           return nullptr;
         }
-        const std::optional<pkgs_available_t> installed = load_installed(context);
+        const auto installed = installed_->list(context, error_);
         if (!installed) return nullptr;
         const package_map_t& packages = installed->packages();
         const package_t* package = find_exact(packages, parse_identity(pkg_));
@@ -156,7 +163,7 @@ bool PkgIOImpl::seekable() { return inner_ && forwarded(inner_->seekable()); }
 
 std::shared_ptr<IOImpl_base> PkgIOCallback::create(std::string_view url) {
   if (!url.starts_with(kPackageUrlPrefix)) return nullptr;
-  return std::make_shared<PkgIOImpl>(options_);
+  return std::make_shared<PkgIOImpl>(options_, installed_);
 }
 
 }  // namespace zendro::pkg

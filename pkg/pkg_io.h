@@ -9,6 +9,7 @@
 
 #include "framework/json.h"
 #include "framework/url_io.h"
+#include "pkg/installed_packages.h"
 
 namespace zendro::pkg {
 
@@ -20,6 +21,9 @@ class PkgIOImpl : public framework::IOImpl_base {
   /// `options` tell the package type and the folders. The handler belongs to the state that the
   /// list of installed packages has now: it cannot be opened after the list has changed.
   explicit PkgIOImpl(std::shared_ptr<const json::object> options);
+  /// The same, sharing what is known of the list with other handlers.
+  PkgIOImpl(std::shared_ptr<const json::object> options,
+            std::shared_ptr<installed_packages_t> installed);
   ~PkgIOImpl() override = default;
 
   [[nodiscard]] const framework::IoError& error() const override;
@@ -41,6 +45,7 @@ class PkgIOImpl : public framework::IOImpl_base {
   Result forwarded(Result result);
 
   std::shared_ptr<const json::object> options_;
+  std::shared_ptr<installed_packages_t> installed_;
   std::shared_ptr<framework::IOImpl_base> inner_;
   std::string uri_;
   std::string pkgtype_;
@@ -58,6 +63,7 @@ class PkgIOCallback : public framework::IoCallback {
 
  private:
   std::shared_ptr<const json::object> options_;
+  std::shared_ptr<installed_packages_t> installed_ = std::make_shared<installed_packages_t>();
 };
 
 }  // namespace zendro::pkg

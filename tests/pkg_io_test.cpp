@@ -85,6 +85,8 @@ TEST_F(PkgIOTest, AHandlerIsGoodForTheCacheAsItWas) {
   EXPECT_FALSE(io->open("zendro://pkg/my-pkg-1.2.0/d/plain.xsd"));
   EXPECT_EQ(io->error().text, "XML Schema cache was updated.");
   EXPECT_EQ(read("zendro://pkg/my-pkg-1.2.0/d/plain.xsd"), "0123456789");
+  write_text(cache_file("pkgs-installed.json"), R"({"my-pkg-1.2.0":{"_type":5}})");
+  EXPECT_EQ(read("zendro://pkg/my-pkg-1.2.0/d/plain.xsd"), "! Cannot cast value to JSON string!");
   write_text(cache_file("pkgs-installed.json"), "{");
   EXPECT_EQ(read("zendro://pkg/my-pkg-1.2.0/d/plain.xsd")
                 .find("! Can't read XML Schema "
