@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::string_view kFileName = "options.json";
 constexpr std::uint64_t kFileLimit = 1 << 20;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::array kTextOptions = {option::type,
                                      option::cache_root,
@@ -74,8 +75,11 @@ std::optional<json::object> read_options_file(std::string_view path, std::string
     error = io_error.text;
     return std::nullopt;
   }
+  // Editors on Windows begin a file with a byte order mark.
+  std::string_view json_text = text;
+  if (json_text.starts_with(kByteOrderMark)) json_text.remove_prefix(kByteOrderMark.size());
   json::value document;
-  if (!framework::parse_json(text, document, error)) return std::nullopt;
+  if (!framework::parse_json(json_text, document, error)) return std::nullopt;
   return options_of(document, error);
 }
 

@@ -1,6 +1,6 @@
-#include "framework/broken_pipe.h"
-
 #include <csignal>
+
+#include "framework/broken_pipe.h"
 
 namespace zendro::framework {
 

@@ -1,5 +1,7 @@
 #include "framework/descriptor_posix.h"
 
+#include <csignal>
+#include <ctime>
 #include <system_error>
 
 #include <fcntl.h>
@@ -7,6 +9,40 @@
 #include <unistd.h>
 
 namespace zendro::framework {
+namespace {
+
+/// Keeps SIGXFSZ, which a write beyond the limit on the size of files sends to its thread, from
+/// ending the program.
+class FileSizeSignalHeld {
+ public:
+  FileSizeSignalHeld() {
+    sigemptyset(&signal_);
+    sigaddset(&signal_, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  }
+  ~FileSizeSignalHeld() {
+    const int code = errno;
+    // Taken off the queue before it could be delivered.
+    if (sent_ && sigismember(&before_, SIGXFSZ) == 0) {
+      const timespec no_wait{};
+      retry_interrupted([&] { return sigtimedwait(&signal_, nullptr, &no_wait); });
+    }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    errno = code;
+  }
+  FileSizeSignalHeld(const FileSizeSignalHeld&) = delete;
+  FileSizeSignalHeld& operator=(const FileSizeSignalHeld&) = delete;
+
+  /// To be called when a write has failed with EFBIG.
+  void note_sent() { sent_ = true; }
+
+ private:
+  sigset_t signal_;
+  sigset_t before_;
+  bool sent_ = false;
+};
+
+}  // namespace
 
 bool Descriptor::close() {
   if (fd_ < 0) return true;
@@ -18,6 +54,21 @@ std::string system_cause(int code) { return std::generic_category().message(code
 
 IoError system_error(std::string_view label, int code) {
   return {std::string(label) + ": " + system_cause(code)};
+}
+
+bool write_all(int file, std::string_view bytes) {
+  FileSizeSignalHeld held;
+  while (!bytes.empty()) {
+    const ssize_t count =
+        retry_interrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+    if (count <= 0) {
+      if (count == 0) errno = EIO;
+      if (errno == EFBIG) held.note_sent();
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
 }
 
 Descriptor open_regular(int folder, const std::string& name, int flags, std::string_view label,

@@ -1,4 +1,5 @@
-// File descriptors with an owner, and the one way in which regular files are opened (POSIX).
+// File descriptors with an owner, and the one way in which regular files are opened and
+// written (POSIX).
 #pragma once
 
 #include <cerrno>
@@ -47,6 +48,10 @@ std::string system_cause(int code);
 
 /// "<label>: <the system's text>".
 IoError system_error(std::string_view label, int code);
+
+/// Writes all of `bytes` at the position of `file`; false, with the cause in errno. A limit on the
+/// size of files is such a cause (EFBIG) and does not end the program with a signal.
+bool write_all(int file, std::string_view bytes);
 
 /// Opens `name`, relative to the open folder `folder` (or AT_FDCWD), with the access mode and the
 /// O_CREAT, O_EXCL and O_NOFOLLOW of `flags`. Only a regular file is accepted, and a pipe never

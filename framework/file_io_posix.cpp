@@ -33,12 +33,8 @@ class FileStream : public StreamBase {
 
   std::int64_t write(const void* buffer, std::size_t size) override {
     if (access_ != FileAccess::write) return StreamBase::write(buffer, size);
-    const char* bytes = static_cast<const char*>(buffer);
-    for (std::size_t written = 0; written < size;) {
-      const ssize_t count =
-          retry_interrupted([&] { return ::write(file_.get(), bytes + written, size - written); });
-      if (count <= 0) return fail(system_cause(count < 0 ? errno : EIO));
-      written += static_cast<std::size_t>(count);
+    if (!write_all(file_.get(), {static_cast<const char*>(buffer), size})) {
+      return fail(system_cause(errno));
     }
     return static_cast<std::int64_t>(size);
   }

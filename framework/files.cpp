@@ -35,17 +35,8 @@ bool read_file(const fs::path& path, std::string& out, std::uint64_t limit, IoEr
                   path_to_utf8(path));
 }
 
-WriteOutcome write_file(const fs::path& path, std::string_view bytes, IoError& error) {
-  const auto stream = create_file(path, error);
-  if (!stream) return WriteOutcome::not_opened;
-  if (stream->write(bytes.data(), bytes.size()) >= 0) stream->flush();
-  stream->close();
-  if (!stream->error()) return WriteOutcome::written;
-  error = stream->error();
-  return WriteOutcome::not_written;
-}
-
 bool create_folders(const fs::path& path, IoError& error) {
+  if (path.empty()) return true;
   std::error_code code;
   if (holds_nul(path)) {
     code = std::make_error_code(std::errc::invalid_argument);

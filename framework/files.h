@@ -36,11 +36,18 @@ bool read_file(const std::filesystem::path& path, std::string& out, std::uint64_
 /// What a failed write_file had come to.
 enum class WriteOutcome { written, not_opened, not_written };
 
-/// Replaces the contents of a file in place (create or truncate, write, flush to storage, close).
-/// A failed flush or close counts as not_written. What a failed write left in the file stays.
+/// Replaces the contents of a regular file in place, created when missing: reserves the space,
+/// writes from the beginning, cuts the file to its new length, flushes to storage and closes; a
+/// failure of any of these is not_written. Where there is no room (a full disk, a quota, a limit on
+/// the size of files), the file keeps its old contents byte for byte, provided that its file system
+/// can reserve space, as those of local disks can; one that writes to new places all the same (copy
+/// on write) may still run out of room. A failure after the reservation, or a crash, leaves the
+/// beginning of the new contents before the rest of the old. A file that was created is removed
+/// again after a failure.
 WriteOutcome write_file(const std::filesystem::path& path, std::string_view bytes, IoError& error);
 
-/// Creates a folder with its missing parents; true when it exists afterwards.
+/// Creates a folder with its missing parents; true when it exists afterwards. The empty path is the
+/// current folder.
 bool create_folders(const std::filesystem::path& path, IoError& error);
 
 /// Whether a regular file stands there, reached through links or not.

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,6 +43,38 @@ std::uint64_t mixed(std::uint64_t value) {
   return value ^ (value >> 31);
 }
 
+// Makes room for the first `size` bytes of a file without changing its contents or its length;
+// false, with the cause in errno, where there is none.
+bool reserve(int file, std::size_t size) {
+  // The kernel checks the limit on the size of files only when a reservation changes the length.
+  rlimit limit{};
+  if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && size > limit.rlim_cur) {
+    errno = EFBIG;
+    return false;
+  }
+  struct stat status {};
+  if (fstat(file, &status) != 0) return false;
+  if (size == 0 || retry_interrupted([&] {
+                     return fallocate(file, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
+                   }) == 0) {
+    return true;
+  }
+  const int code = errno;
+  // Not every file system can reserve space.
+  if (code != ENOSPC && code != EDQUOT && code != EFBIG) return true;
+  // What could be reserved lies behind the end of the file and is given back.
+  static_cast<void>(retry_interrupted([&] { return ftruncate(file, status.st_size); }));
+  errno = code;
+  return false;
+}
+
+bool replace_contents(int file, std::string_view bytes) {
+  return reserve(file, bytes.size()) && write_all(file, bytes) &&
+         retry_interrupted([&] { return ftruncate(file, static_cast<off_t>(bytes.size())); }) ==
+             0 &&
+         retry_interrupted([&] { return fsync(file); }) == 0;
+}
+
 }  // namespace
 
 std::shared_ptr<IOImpl_base> open_file(const fs::path& path, IoError& error) {
@@ -60,6 +93,20 @@ std::shared_ptr<IOImpl_base> create_file(const fs::path& path, IoError& error) {
     return nullptr;
   }
   return make_file_stream(std::move(file), FileAccess::write, label);
+}
+
+WriteOutcome write_file(const fs::path& path, std::string_view bytes, IoError& error) {
+  const std::string& label = path.native();
+  IoError ignored;
+  Descriptor file = open_regular(AT_FDCWD, label, O_WRONLY | O_CREAT | O_EXCL, label, ignored);
+  const bool created = static_cast<bool>(file);
+  if (!created) file = open_regular(AT_FDCWD, label, O_WRONLY | O_CREAT, label, error);
+  if (!file) return WriteOutcome::not_opened;
+  // Some file systems tell only at the closing that an earlier write was lost.
+  if (replace_contents(file.get(), bytes) && file.close()) return WriteOutcome::written;
+  error = system_error(label, errno);
+  if (created) unlink(label.c_str());
+  return WriteOutcome::not_written;
 }
 
 std::uint64_t file_stamp(const fs::path& path) {

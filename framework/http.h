@@ -74,7 +74,8 @@ struct TransportSettings {
 std::unique_ptr<HttpTransport> make_http_transport(const TransportSettings& settings = {});
 
 /// Resolves a relative reference against a base URL (RFC 3986, section 5); characters that a URL
-/// may not hold are percent-encoded first. Empty where the result would not be a URL.
+/// may not hold are percent-encoded first. Empty where the result would not be a URL, or where
+/// either is longer than 64 KiB.
 std::string resolve_url(std::string_view base, std::string_view reference);
 
 }  // namespace zendro::framework

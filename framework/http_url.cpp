@@ -17,6 +17,9 @@ struct CurlUrlFree {
 };
 using CurlUrl = std::unique_ptr<CURLU, CurlUrlFree>;
 
+/// RFC 9110 asks for 8,000 at least (section 4.1). libcurl takes far more, but removes the dot
+/// segments of such references in quadratic time.
+constexpr std::size_t kMaxUrlLength = 65536;
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
 bool is_alpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
@@ -62,6 +65,45 @@ CurlUrl parse(const std::string& url) {
   return parsed;
 }
 
+/// Whether a colon stands in `authority` that begins no port.
+bool lacks_port(std::string_view authority) {
+  const std::size_t colon = authority.rfind(':');
+  return colon != std::string_view::npos && authority.back() != ']' &&
+         !std::all_of(authority.begin() + static_cast<std::ptrdiff_t>(colon) + 1, authority.end(),
+                      is_digit);
+}
+
+/// Finds the words of a text, asked for positions that never go back; each word is searched once,
+/// however many positions in it are asked for.
+class WordFinder {
+ public:
+  struct Word {
+    std::size_t end;      ///< of the word, or of the text
+    std::size_t last_at;  ///< the last '@' from the position asked for; npos where there is none
+  };
+
+  WordFinder(std::string_view text, std::string_view delimiters)
+      : text_(text), delimiters_(delimiters) {}
+
+  /// The rest of a word from `position`.
+  Word at(std::size_t position) {
+    if (!searched_ || position > word_.end) {
+      searched_ = true;
+      word_.end = std::min(text_.find_first_of(delimiters_, position), text_.size());
+      const std::size_t last = text_.substr(position, word_.end - position).rfind('@');
+      word_.last_at = last == std::string_view::npos ? last : position + last;
+    }
+    const bool ahead = word_.last_at != std::string_view::npos && word_.last_at >= position;
+    return {word_.end, ahead ? word_.last_at : std::string_view::npos};
+  }
+
+ private:
+  std::string_view text_;
+  std::string_view delimiters_;
+  Word word_{};
+  bool searched_ = false;
+};
+
 }  // namespace
 
 std::string percent_encode_url(std::string_view text) {
@@ -99,7 +141,11 @@ std::string http_request_url(std::string_view text, std::string& cause) {
     cause = "a URL has no control characters";
     return {};
   }
-  const std::string url = percent_encode_url(text);
+  std::string url = percent_encode_url(text);
+  if (url.size() > kMaxUrlLength) {
+    cause = "a URL has " + std::to_string(kMaxUrlLength) + " bytes at most";
+    return {};
+  }
   const CurlUrl parsed = parse(url);
   const std::string scheme = parsed ? url_part(parsed.get(), CURLUPART_SCHEME) : std::string();
   const auto [authority_begin, authority_end] = authority_range(url);
@@ -126,6 +172,8 @@ bool same_origin(const std::string& a, const std::string& b) {
 std::string presentable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
+  WordFinder url_words(text, " \t\r\n\"<>");
+  WordFinder quoted_words(text, " \t\r\n'");
   std::size_t i = 0;
   while (i < text.size()) {
     // Credentials stand after "//" or, in remarks of libcurl on proxies, after an opening quote.
@@ -133,19 +181,15 @@ std::string presentable(std::string_view text) {
     const std::size_t opening = text.substr(i, 2) == "//" ? 2 : quote ? 1 : 0;
     if (opening != 0) {
       const std::size_t start = i + opening;
-      const std::size_t word_end =
-          std::min(text.find_first_of(quote ? " \t\r\n'" : " \t\r\n\"<>", start), text.size());
-      std::size_t end = std::min(text.find_first_of("/?#", start), word_end);
+      const WordFinder::Word word = (quote ? quoted_words : url_words).at(start);
+      const std::string_view rest = text.substr(start, word.end - start);
+      const std::string_view authority = rest.substr(0, rest.find_first_of("/?#"));
+      std::size_t at = authority.rfind('@');
       // An unescaped "/" in a password ends the authority early: what is then no port tells.
-      const std::string_view authority = text.substr(start, end - start);
-      const std::size_t colon = authority.rfind(':');
-      if (authority.find('@') == std::string_view::npos && colon != std::string_view::npos &&
-          authority.back() != ']' &&
-          !std::all_of(authority.begin() + static_cast<std::ptrdiff_t>(colon) + 1, authority.end(),
-                       is_digit)) {
-        end = word_end;
+      if (at == std::string_view::npos && lacks_port(authority) &&
+          word.last_at != std::string_view::npos) {
+        at = word.last_at - start;
       }
-      const std::size_t at = text.substr(start, end - start).rfind('@');
       out += text.substr(i, opening);
       i = start;
       if (at != std::string_view::npos) {
@@ -167,6 +211,7 @@ std::string presentable(std::string_view text) {
 }
 
 std::string resolve_url(std::string_view base, std::string_view reference) {
+  if (base.size() > kMaxUrlLength || reference.size() > kMaxUrlLength) return {};
   const std::string base_url = percent_encode_url(base);
   const CurlUrl url = parse(base_url);
   if (!url || lacks_host(base_url)) return {};

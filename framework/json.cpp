@@ -1,6 +1,8 @@
 #include "framework/json.h"
 
+#include <charconv>
 #include <cmath>
+#include <system_error>
 
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/src.hpp>
@@ -10,8 +12,9 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 32;
 
-// Builds values like the library's own parser, but refuses numbers that became infinite: they
-// could not be written as JSON again.
+// Builds values like the library's own parser, but keeps numbers: that parser is up to one unit in
+// the last place off, makes 0 of -0, and infinity, which could not be written as JSON again, of
+// what is too large. A document is one buffer, so that the text of a number comes in one piece.
 struct ValueBuilder {
   static constexpr std::size_t max_object_size = json::object::max_size();
   static constexpr std::size_t max_array_size = json::array::max_size();
@@ -49,18 +52,27 @@ struct ValueBuilder {
     return true;
   }
   bool on_number_part(json::string_view, json::error_code&) { return true; }
-  bool on_int64(std::int64_t number, json::string_view, json::error_code&) {
-    stack.push_int64(number);
+  bool on_int64(std::int64_t number, json::string_view text, json::error_code&) {
+    if (number == 0 && text[0] == '-') {
+      stack.push_double(-0.0);
+    } else {
+      stack.push_int64(number);
+    }
     return true;
   }
   bool on_uint64(std::uint64_t number, json::string_view, json::error_code&) {
     stack.push_uint64(number);
     return true;
   }
-  bool on_double(double number, json::string_view, json::error_code& error) {
-    if (!std::isfinite(number)) {
-      error = json::error::exponent_overflow;
-      return false;
+  bool on_double(double approximate, json::string_view text, json::error_code& error) {
+    double number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec == std::errc::result_out_of_range) {
+      if (std::abs(approximate) > 1) {
+        error = json::error::exponent_overflow;
+        return false;
+      }
+      number = std::copysign(0.0, text[0] == '-' ? -1.0 : 1.0);  // closer to 0 than to any other
     }
     stack.push_double(number);
     return true;

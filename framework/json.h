@@ -22,6 +22,11 @@ class JsonError : public std::runtime_error {
 /// monotonic_resource for large ones. Never throws; false, with the cause in `error`, for anything
 /// that is not JSON, is nested deeper than 32, holds invalid UTF-8 or a number beyond a double's
 /// range.
+///
+/// Kept are the order of members (of several with one name, the last value), the text of strings,
+/// and numbers: exactly, where they are integers of 64 bits, and as the nearest double otherwise
+/// (larger integers, fractions, exponents, and -0, which no integer type tells from 0). JsonWriter
+/// writes the shortest digits that give the same double again.
 bool parse_json(std::string_view text, json::value& out, std::string& error);
 
 /// Typed reading. Each throws JsonError with the text given.

@@ -13,6 +13,7 @@ namespace {
 
 /// Archives inside archives beyond this depth are refused.
 constexpr int kMaxArchiveDepth = 8;
+constexpr std::string_view kTooDeep = "is nested too deep in archives";
 /// An archive inside an archive is unpacked into memory, as its directory stands at its end; this
 /// is the most that it may need.
 constexpr std::uint64_t kMaxNestedArchive = 256U << 20;
@@ -39,52 +40,61 @@ std::string scheme_of(std::string_view url) {
   return {};
 }
 
-std::shared_ptr<IOImpl_base> open_at_depth(std::string_view url, int depth, IoError& error);
-
-std::shared_ptr<IOImpl_base> open_member_url(std::string_view url, std::size_t separator, int depth,
-                                             IoError& error) {
-  if (depth == kMaxArchiveDepth) {
-    error.text = std::string(url) + ": is nested too deep in archives";
-    return nullptr;
-  }
-  const std::string_view archive_url = url.substr(0, separator);
-  auto archive = open_at_depth(archive_url, depth + 1, error);
-  if (!archive) return nullptr;
-  if (archive_url.find(kZipSeparator) != std::string_view::npos) {
-    auto bytes = std::make_shared<std::string>();
-    if (!read_all(*archive, *bytes, 0, kMaxNestedArchive, error, archive_url)) return nullptr;
-    archive = make_memory_stream(std::move(bytes), std::string(archive_url));
-  }
-  return open_zip_member(std::move(archive), url.substr(separator + kZipSeparator.size()),
-                         archive_url, error);
+// The bytes of `stream` as a stream in memory.
+std::shared_ptr<IOImpl_base> unpacked(IOImpl_base& stream, std::string_view label, IoError& error) {
+  auto bytes = std::make_shared<std::string>();
+  if (!read_all(stream, *bytes, 0, kMaxNestedArchive, error, label)) return nullptr;
+  return make_memory_stream(std::move(bytes), std::string(label));
 }
 
-std::shared_ptr<IOImpl_base> open_at_depth(std::string_view url, int depth, IoError& error) {
-  const auto fail = [&error, url](std::string_view cause) {
-    error.text = std::string(url) + ": " + std::string(cause);
-    return nullptr;
-  };
-  const std::string scheme = scheme_of(url);
-  const bool own_scheme = scheme.empty() || scheme == "file" || scheme == "memory";
-  // A callback may know members of its own archives, so it sees the URL before it is taken apart.
-  if (const auto callback = own_scheme ? nullptr : io_callback()) {
-    if (auto stream = callback->create(url)) {
-      if (stream->open(url)) return stream;
-      if (!stream->error()) return fail("cannot be opened");
-      error = stream->error();
-      return nullptr;
-    }
-  }
-  const std::size_t separator = url.rfind(kZipSeparator);
-  if (separator != std::string_view::npos) return open_member_url(url, separator, depth, error);
+std::shared_ptr<IOImpl_base> fail(std::string_view url, std::string_view cause, IoError& error) {
+  error.text = std::string(url) + ": " + std::string(cause);
+  return nullptr;
+}
+
+// Opens a URL that is no member of an archive and that no callback knows.
+std::shared_ptr<IOImpl_base> open_plain(std::string_view url, const std::string& scheme,
+                                        IoError& error) {
   if (scheme == "memory") return open_memory_file(url, error);
   if (scheme == "file") {
     const auto path = path_from_file_url(url);
-    return path.empty() ? fail("names no file of this machine") : open_file(path, error);
+    return path.empty() ? fail(url, "names no file of this machine", error)
+                        : open_file(path, error);
   }
   if (scheme.empty()) return open_file(path_from_utf8(url), error);
-  if (scheme == "http" || scheme == "https") return fail("is not a local file");
-  return fail("nothing can open URLs of the scheme '" + scheme + "'");
+  if (scheme == "http" || scheme == "https") return fail(url, "is not a local file", error);
+  return fail(url, "nothing can open URLs of the scheme '" + scheme + "'", error);
+}
+
+std::shared_ptr<IOImpl_base> open_any(std::string_view url, IoError& error) {
+  const std::string scheme = scheme_of(url);
+  const bool own_scheme = scheme.empty() || scheme == "file" || scheme == "memory";
+  const auto callback = own_scheme ? nullptr : io_callback();
+  // A callback may know members of its own archives, so it sees the URL before it is taken apart.
+  std::string_view base = url;
+  std::shared_ptr<IOImpl_base> stream;
+  for (int depth = 0;; ++depth) {
+    if (callback && (stream = callback->create(base))) {
+      if (stream->open(base)) break;
+      if (!stream->error()) return fail(base, "cannot be opened", error);
+      error = stream->error();
+      return nullptr;
+    }
+    const std::size_t separator = base.rfind(kZipSeparator);
+    if (separator == std::string_view::npos) {
+      stream = open_plain(base, scheme, error);
+      break;
+    }
+    if (depth == kMaxArchiveDepth) return fail(url, kTooDeep, error);
+    base = base.substr(0, separator);
+  }
+  if (!stream || base.size() == url.size()) return stream;
+  if (base.find(kZipSeparator) != std::string_view::npos) {
+    stream = unpacked(*stream, base, error);
+    if (!stream) return nullptr;
+  }
+  return open_archive_path(std::move(stream), url.substr(base.size() + kZipSeparator.size()), base,
+                           error);
 }
 
 }  // namespace
@@ -96,10 +106,26 @@ std::shared_ptr<IoCallback> set_io_callback(std::shared_ptr<IoCallback> callback
 
 std::shared_ptr<IOImpl_base> open_url(std::string_view url, IoError& error) {
   try {
-    return open_at_depth(url, 0, error);
+    return open_any(url, error);
   } catch (const std::exception& failure) {  // of a callback, or no memory left
-    error.text = std::string(url) + ": " + failure.what();
-    return nullptr;
+    return fail(url, failure.what(), error);
+  }
+}
+
+std::shared_ptr<IOImpl_base> open_archive_path(std::shared_ptr<IOImpl_base> archive,
+                                               std::string_view path_inside, std::string_view label,
+                                               IoError& error) {
+  std::string name(label);
+  for (int depth = 1;; ++depth) {
+    const std::size_t end = path_inside.find(kZipSeparator);
+    const std::string_view member_name = path_inside.substr(0, end);
+    auto member = open_zip_member(std::move(archive), member_name, name, error);
+    if (!member || end == std::string_view::npos) return member;
+    name.append(kZipSeparator).append(member_name);
+    if (depth == kMaxArchiveDepth) return fail(name, kTooDeep, error);
+    archive = unpacked(*member, name, error);
+    if (!archive) return nullptr;
+    path_inside.remove_prefix(end + kZipSeparator.size());
   }
 }
 

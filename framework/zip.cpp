@@ -17,6 +17,11 @@
 namespace zendro::framework {
 namespace {
 
+/// Members that an archive may have, as many as without the zip64 extension: libzip's table of
+/// names takes quadratic time for names that were made to collide in it.
+constexpr int kMaxMembers = 65535;
+constexpr std::string_view kDirectoryEntry = "PK\1\2";
+
 /// The bytes of an archive as libzip wants them: a callback over one of our streams.
 class ArchiveSource {
  public:
@@ -26,6 +31,12 @@ class ArchiveSource {
   ~ArchiveSource() { zip_error_fini(&error_); }
   ArchiveSource(const ArchiveSource&) = delete;
   ArchiveSource& operator=(const ArchiveSource&) = delete;
+
+  /// Tells that libzip has read the directory; whether it came upon too many members there.
+  bool finish_directory() {
+    in_directory_ = false;
+    return members_ > kMaxMembers;
+  }
 
   /// The callback; `state` is an ArchiveSource, which the command ZIP_SOURCE_FREE deletes.
   static zip_int64_t call(void* state, void* data, zip_uint64_t length, zip_source_cmd_t command) {
@@ -72,6 +83,13 @@ class ArchiveSource {
         const std::int64_t count = stream_->read(data, static_cast<std::size_t>(length));
         if (count < 0) return failed(ZIP_ER_READ);
         position_ += count;
+        // A directory that is too long for libzip's buffer is read entry by entry.
+        if (in_directory_ &&
+            std::string_view(static_cast<const char*>(data), static_cast<std::size_t>(count))
+                .starts_with(kDirectoryEntry) &&
+            ++members_ > kMaxMembers) {
+          return failed(ZIP_ER_READ);
+        }
         return count;
       }
       default:
@@ -106,13 +124,15 @@ class ArchiveSource {
   std::shared_ptr<IOImpl_base> stream_;
   std::int64_t size_ = -1;
   std::int64_t position_ = 0;
+  bool in_directory_ = true;
+  int members_ = 0;  ///< met in the directory
   zip_error_t error_;
 };
 
 /// A libzip archive with the stream that it reads.
 struct OpenArchive {
   struct Discard {
-    void operator()(zip_t* zip) const { zip_discard(zip); }
+    void operator()(zip_t* archive) const { zip_discard(archive); }
   };
 
   /// The text for a failure of libzip: where the stream below failed, its cause says more.
@@ -252,13 +272,17 @@ std::unique_ptr<ZipArchive> ZipArchive::open(std::shared_ptr<IOImpl_base> stream
   zip_error_init(&zip_error);
   zip_source_t* const source =
       zip_source_function_create(&ArchiveSource::call, state.get(), &zip_error);
+  bool too_many = false;
   if (source != nullptr) {
-    static_cast<void>(state.release());  // belongs to the source now
+    ArchiveSource* const reader = state.release();  // belongs to the source now
     archive->zip.reset(zip_open_from_source(source, ZIP_RDONLY, &zip_error));
+    too_many = reader->finish_directory();
     if (!archive->zip) zip_source_free(source);
   }
   if (!archive->zip) {
-    error.text = archive->label + ": " + archive->cause(zip_error_strerror(&zip_error));
+    error.text = archive->label + ": " +
+                 (too_many ? "has more than " + std::to_string(kMaxMembers) + " members"
+                           : archive->cause(zip_error_strerror(&zip_error)));
     zip_error_fini(&zip_error);
     return nullptr;
   }

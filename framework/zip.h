@@ -14,8 +14,8 @@ namespace zendro::framework {
 class ZipArchive {
  public:
   /// Opens the archive that `stream` (seekable, read from its beginning, used by nobody else
-  /// meanwhile) holds; null, with the cause in `error`, on failure. `label` names the archive in
-  /// error texts.
+  /// meanwhile) holds; null, with the cause in `error`, on failure. It may have 65,535 members.
+  /// `label` names the archive in error texts.
   static std::unique_ptr<ZipArchive> open(std::shared_ptr<IOImpl_base> stream,
                                           std::string_view label, IoError& error);
   virtual ~ZipArchive() = default;

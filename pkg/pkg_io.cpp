@@ -8,7 +8,6 @@
 #include "framework/files.h"
 #include "framework/folder.h"
 #include "framework/percent.h"
-#include "framework/zip.h"
 #include "msg/message_table.h"
 #include "msg/utf.h"
 #include "pkg/core_context.h"
@@ -49,26 +48,18 @@ auto with_context(const json::object& options, IoError& error, const Body& body)
 // Opens "<member>" or "<archive>%7Czip/<member inside>..." below the folder of a package.
 std::shared_ptr<IOImpl_base> open_member(const package_folder_t& place, std::string_view path,
                                          IoError& error) {
-  const auto take_part = [&path] {
-    const std::size_t end = path.find(framework::kZipSeparator);
-    const std::string_view part = path.substr(0, end);
-    path.remove_prefix(end == std::string_view::npos ? path.size()
-                                                     : end + framework::kZipSeparator.size());
-    return part;
-  };
-  const std::string_view member = take_part();
+  const std::size_t end = path.find(framework::kZipSeparator);
+  const std::string_view member = path.substr(0, end);
   const std::unique_ptr<framework::Folder> folder = place.open(error);
-  std::shared_ptr<IOImpl_base> stream;
-  if (folder) {
-    stream = folder->open_file(local_member_name(member), error);
-  } else if (!error) {
-    error.text = place.path() + ": the folder does not exist";
+  if (!folder) {
+    if (!error) error.text = place.path() + ": the folder does not exist";
+    return nullptr;
   }
-  while (stream && !path.empty()) {
-    stream = framework::open_zip_member(std::move(stream), take_part(), place.member_path(member),
-                                        error);
-  }
-  return stream;
+  std::shared_ptr<IOImpl_base> stream = folder->open_file(local_member_name(member), error);
+  if (!stream || end == std::string_view::npos) return stream;
+  return framework::open_archive_path(std::move(stream),
+                                      path.substr(end + framework::kZipSeparator.size()),
+                                      place.member_path(member), error);
 }
 
 }  // namespace

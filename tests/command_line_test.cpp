@@ -75,6 +75,10 @@ TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   ASSERT_TRUE(options) << error;
   EXPECT_EQ(json::serialize(*options),
             R"({"pkg.cache_root":"","pkg.log-remote-io":true,"pkg.new":[1]})");
+  write_text(path, "\xEF\xBB\xBF{\"pkg.cache_root\": \"x\"}");  // as some editors write it
+  const auto marked = app::read_options_file(path, error);
+  ASSERT_TRUE(marked) << error;
+  EXPECT_EQ(marked->size(), 1u);
 
   const std::pair<const char*, const char*> kBad[] = {
       {"[]", "Cannot cast value to JSON map!"},

@@ -8,7 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -86,20 +88,97 @@ TEST(FilesTest, RefusesWhatIsNoRegularFileWithoutWaiting) {
   EXPECT_EQ(contents(folder / "file"), "keep");
 }
 
-TEST(FilesTest, AWriteThatStopsHalfWayIsNotWritten) {
+TEST(FilesTest, BeyondTheLimitOnSizesTheOldContentsStayAndTheProgramLives) {
   const TempFolder folder;
-  rlimit before{};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  const auto handler = signal(SIGXFSZ, SIG_IGN);
-  const rlimit small{100000, before.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const fs::path old = folder / "old";
+  const std::string before(90000, 'o');
   IoError error;
-  const WriteOutcome outcome = write_file(folder / "list", std::string(150000, 'x'), error);
-  setrlimit(RLIMIT_FSIZE, &before);
-  signal(SIGXFSZ, handler);
-  EXPECT_EQ(outcome, WriteOutcome::not_written);
-  EXPECT_THAT(error.text, StartsWith((folder / "list").string() + ": "));
-  EXPECT_EQ(fs::file_size(folder / "list"), 100000U);
+  ASSERT_EQ(write_file(old, before, error), WriteOutcome::written) << error.text;
+  const auto stream = create_file(folder / "stream", error);
+  ASSERT_TRUE(stream) << error.text;
+
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+  const rlimit small{100000, usual.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const std::string large(150000, 'n');
+  const WriteOutcome replaced = write_file(old, large, error);
+  IoError new_error;
+  const WriteOutcome added = write_file(folder / "new", large, new_error);
+  const std::int64_t count = stream->write(large.data(), large.size());
+  sigset_t pending;
+  sigpending(&pending);
+  IoError ignored;
+  const WriteOutcome up_to_it = write_file(folder / "fits", large.substr(0, 100000), ignored);
+  setrlimit(RLIMIT_FSIZE, &usual);
+
+  EXPECT_EQ(replaced, WriteOutcome::not_written);
+  EXPECT_THAT(error.text, StartsWith(old.string() + ": "));
+  EXPECT_TRUE(contents(old) == before);
+  EXPECT_EQ(added, WriteOutcome::not_written);
+  EXPECT_TRUE(new_error);
+  EXPECT_FALSE(fs::exists(folder / "new"));
+  EXPECT_EQ(count, -1);
+  EXPECT_THAT(stream->error().text, StartsWith((folder / "stream").string() + ": "));
+  EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);
+  EXPECT_EQ(up_to_it, WriteOutcome::written) << ignored.text;
+}
+
+constexpr int kNoMount = 77;
+
+// In a process of its own, whose mounts nobody else sees.
+[[noreturn]] void fill_a_disk(const fs::path& folder) {
+  const int uid = static_cast<int>(getuid());
+  const bool own_mounts = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+  if (!own_mounts || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=512k") != 0) {
+    fprintf(stderr, "user %d may not mount\n", uid);
+    _exit(kNoMount);
+  }
+  const auto check = [](bool holds, const char* what) {
+    if (holds) return;
+    fprintf(stderr, "%s\n", what);
+    _exit(1);
+  };
+  const auto holds = [](const fs::path& path, const std::string& expected) {
+    std::string bytes;
+    IoError ignored;
+    return read_file(path, bytes, kNoLimit, ignored) && bytes == expected;
+  };
+  IoError error;
+  const std::string list(100000, 'o');
+  check(write_file(folder / "list", list, error) == WriteOutcome::written, "list");
+  check(write_file(folder / "other", std::string(300000, 'x'), error) == WriteOutcome::written,
+        "other");
+  const std::uintmax_t room = fs::space(folder).free;
+  check(write_file(folder / "list", std::string(250000, 'n'), error) == WriteOutcome::not_written,
+        "there was room");
+  check(error.text.starts_with((folder / "list").string() + ": "), error.text.c_str());
+  check(holds(folder / "list", list), "the old contents are gone");
+  check(write_file(folder / "new", std::string(250000, 'n'), error) == WriteOutcome::not_written,
+        "there was room for a new file");
+  check(!fs::exists(folder / "new"), "a part of the new file stayed");
+  check(fs::space(folder).free == room, "room was lost");
+
+  // The last byte taken, what needs no more room is still written.
+  check(write_file(folder / "rest", std::string(room, 'x'), error) == WriteOutcome::written,
+        "rest");
+  check(fs::space(folder).free == 0, "the disk is not full");
+  check(write_file(folder / "list", std::string(99999, 's'), error) == WriteOutcome::written,
+        "shorter contents");
+  check(holds(folder / "list", std::string(99999, 's')), "other contents");
+  _exit(0);
+}
+
+TEST(FilesTest, OnAFullDiskTheOldContentsStay) {
+  const TempFolder folder;
+  const pid_t child = fork();
+  if (child == 0) fill_a_disk(folder.path());
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  if (WEXITSTATUS(status) == kNoMount) GTEST_SKIP() << "no small disk may be mounted here";
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST(FilesTest, StreamsMoveRefuseAndClose) {
@@ -139,6 +218,7 @@ TEST(FilesTest, CreatesFoldersWithTheirParents) {
   IoError error;
   EXPECT_TRUE(create_folders(folder / "a/b/c/", error)) << error.text;
   EXPECT_TRUE(create_folders(folder / "a/b", error)) << error.text;
+  EXPECT_TRUE(create_folders("", error)) << error.text;
   EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
   ASSERT_EQ(write_file(folder / "a/file", "keep", error), WriteOutcome::written);
   for (const std::string& blocked : {std::string("a/file"), std::string("a/file/"),

@@ -17,6 +17,7 @@
 
 #include "demo/loopback_server.h"
 #include "demo/self_signed.h"
+#include "framework/http_url.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::framework {
@@ -627,6 +628,45 @@ TEST_F(HttpsTest, APeerThatNeverShakesHandsTimesOut) {
             SendOutcome::not_opened)
       << error.text;
   EXPECT_LT(steady_clock::now() - start, seconds(10));
+}
+
+TEST(Presentable, HidesCredentialsAndKeepsTheRest) {
+  const std::pair<const char*, const char*> texts[] = {
+      {"see http://u:p@h:1/a@b, <ftp://u@h>", "see http://***@h:1/a@b, <ftp://***@h>"},
+      {"http://u:p/q//r:s@h/x", "http://***@h/x"},
+      {"http://h:80//a:b@c/ x@y", "http://h:80//***@c/ x@y"},
+      {"http://[::1]:8080/a@b http://[::1]/a@b", "http://[::1]:8080/a@b http://[::1]/a@b"},
+      {"proxy 'u:p@h:1/' 'x", "proxy '***@h:1/' 'x"},
+      {"'a@b' it's u@h", "'a@b' it's u@h"},
+      {"\x1B[2J\xC3\xA9", "\\x1B[2J\\xC3\\xA9"},
+  };
+  for (const auto& [text, expected] : texts) EXPECT_EQ(presentable(text), expected);
+}
+
+TEST(Presentable, TakesTimeInProportionToTheLength) {
+  constexpr std::size_t kLength = 1 << 20;
+  for (const std::string part : {"/", "//a:b", " 'a", "//a:b@", "//a 'b:c"}) {
+    std::string text;
+    while (text.size() < kLength) text += part;
+    const auto start = steady_clock::now();
+    EXPECT_GE(presentable(text).size(), 4U);
+    EXPECT_LT(steady_clock::now() - start, seconds(5)) << part;
+  }
+}
+
+TEST(ResolveUrl, RefusesUrlsWhoseDotSegmentsWouldTakeMinutes) {
+  std::string slashes;
+  std::string ups;
+  while (slashes.size() < 65000) slashes += "a/";
+  while (ups.size() < 65000) ups += "../";
+  const auto start = steady_clock::now();
+  EXPECT_EQ(resolve_url("http://h/" + slashes, ups + "x").substr(0, 11), "http://h/a/");
+  EXPECT_EQ(resolve_url("http://h/", std::string(1 << 20, 'x')), "");
+  EXPECT_EQ(resolve_url("http://h/" + std::string(1 << 20, '/'), "x"), "");
+  std::string cause;
+  EXPECT_EQ(http_request_url("http://h/" + std::string(1 << 20, 'x'), cause), "");
+  EXPECT_EQ(cause, "a URL has 65536 bytes at most");
+  EXPECT_LT(steady_clock::now() - start, seconds(5));
 }
 
 TEST(ResolveUrl, FollowsRfc3986) {

@@ -1,5 +1,7 @@
 #include "pkg/package_list.h"
 
+#include <bit>
+#include <cmath>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -81,6 +83,32 @@ TEST(PackageList, WritesWhatItRead) {
       "\"_DEPRECATED\":{\"a-1.0.0\":{}}\n}\n";
   EXPECT_EQ(list_of(text).serialise(), text);
   EXPECT_EQ(list_of("{}").serialise(), "{\n}\n");
+}
+
+TEST(PackageList, KeepsNumbers) {
+  const std::string numbers =
+      "[9223372036854775807,-9223372036854775808,18446744073709551615,0,-0E0,1.234567891234568E8,"
+      "1E-1,5E-324,-1.7976931348623157E308,9.007199254740994E15,1.2345678901234568E29]";
+  EXPECT_EQ(list_of("{\"_META\":{\"x\":" + numbers + "}}").serialise(),
+            "{\n\"_META\":{\"x\":" + numbers + "}\n}\n");
+  const pkgs_available_t read = list_of(
+      R"({"_META":{"x":[123456789.123456789,-0,1e-400,-1e-400,123456789012345678901234567890,0.1]}})");
+  EXPECT_EQ(
+      read.serialise(),
+      "{\n\"_META\":{\"x\":[1.2345678912345679E8,-0E0,0E0,-0E0,1.2345678901234568E29,1E-1]}\n}"
+      "\n");
+
+  std::mt19937_64 random(11);
+  json::array values;
+  while (values.size() < 2000) {
+    const double value = std::bit_cast<double>(random());
+    if (std::isfinite(value)) values.push_back(value);
+  }
+  const std::string text = json::serialize(json::object{{"_META", json::object{{"x", values}}}});
+  std::string error;
+  json::value back;
+  ASSERT_TRUE(framework::parse_json(text, back, error)) << error;
+  EXPECT_EQ(back.at("_META").at("x").as_array(), values);
 }
 
 TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {

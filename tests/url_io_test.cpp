@@ -17,6 +17,7 @@
 namespace zendro::framework {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 using tests::make_zip;
@@ -305,6 +306,68 @@ TEST(UrlIoTest, OpensArchivesInsideArchivesToALimit) {
   ZipEntry inner{"in.zip", make_zip({{"leaf", "deep"}})};
   inner.crc = 1;
   EXPECT_THAT(member_of(make_zip({inner}), "in.zip%7Czip/leaf"), HasSubstr("CRC"));
+}
+
+/// What a path inside an archive in memory leads to, or "error: <text>".
+std::string inside(const std::string& archive, std::string_view path) {
+  IoError error;
+  std::string bytes;
+  const auto stream = open_archive_path(make_memory_stream(shared(archive), "a"), path, "a", error);
+  if (stream && read_all(*stream, bytes, 0, 1 << 24, error)) return bytes;
+  return "error: " + error.text;
+}
+
+TEST(UrlIoTest, PathsInsideAnOpenArchiveHaveTheSameLimits) {
+  std::string archive = make_zip({{"leaf", "deep"}});
+  std::string path = "leaf";
+  for (int depth = 1; depth <= 9; ++depth) {
+    const std::string result = inside(archive, path);
+    if (depth <= 8) {
+      EXPECT_EQ(result, "deep") << depth;
+    } else {
+      EXPECT_THAT(result, AllOf(StartsWith("error: a%7Czip/"), HasSubstr("nested too deep")));
+    }
+    archive = make_zip({{"in.zip", archive}});
+    path = "in.zip%7Czip/" + path;
+  }
+  EXPECT_EQ(inside(archive, "in.zip%7Czip/none"),
+            "error: a%7Czip/in.zip%7Czip/none: the archive holds no such member");
+
+  // An inner archive that is larger than it may be, though it takes little space where it is.
+  constexpr std::size_t kPart = 1 << 20;
+  const std::string zeros(kPart, '\0');
+  std::string part(kPart, '\0');
+  z_stream deflater{};
+  ASSERT_EQ(deflateInit2(&deflater, 6, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY), Z_OK);
+  deflater.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.data()));
+  deflater.avail_in = static_cast<uInt>(zeros.size());
+  deflater.next_out = reinterpret_cast<Bytef*>(part.data());
+  deflater.avail_out = static_cast<uInt>(part.size());
+  ASSERT_EQ(deflate(&deflater, Z_FULL_FLUSH), Z_OK);
+  part.resize(deflater.total_out);
+  deflateEnd(&deflater);
+  ZipEntry bomb{"in.zip", "", false};
+  for (int i = 0; i < 300; ++i) bomb.data += part;
+  bomb.method = 8;
+  bomb.size = 300 * kPart;
+  for (const std::string& result : {inside(make_zip({bomb}), "in.zip%7Czip/leaf"),
+                                    member_of(make_zip({bomb}), "in.zip%7Czip/leaf")}) {
+    EXPECT_THAT(result, HasSubstr("in.zip: holds more than 268435456 bytes"));
+  }
+}
+
+TEST(ZipTest, TakesNoMoreMembersThanItsTableOfNamesCanBear) {
+  std::vector<ZipEntry> entries;
+  for (int i = 0; i < 65535; ++i) entries.push_back({"m" + std::to_string(i), "", false});
+  EXPECT_EQ(member_of(make_zip(entries, true), "m65534"), "");
+  entries.push_back({"one more", "", false});
+  std::string archive = make_zip(entries, true);
+  // The counts in the directory's zip64 record, which are wider than those of the builder.
+  const std::size_t record = archive.size() - 98;
+  ASSERT_EQ(archive.substr(record, 4), "PK\6\6");
+  archive[record + 26] = 1;
+  archive[record + 34] = 1;
+  EXPECT_THAT(member_of(archive, "one more"), HasSubstr("has more than 65535 members"));
 }
 
 class TestCallback : public IoCallback {
