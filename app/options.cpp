@@ -48,9 +48,10 @@ const TypeTraits* traits_of(std::string_view type) {
   return found == kTypes.end() ? nullptr : found;
 }
 
-json::value lookup(const json::object* options, std::string_view key, json::value fallback) {
+json::value lookup(const json::object* options, std::string_view key, const json::value& fallback) {
   const json::value* value = options == nullptr ? nullptr : options->if_contains(key);
-  return value == nullptr ? std::move(fallback) : *value;
+  if (value != nullptr) return *value;
+  return fallback;
 }
 
 // The type word of the option set; empty where it is missing or no text.
@@ -97,7 +98,7 @@ json::value get_cache_root(const json::object* options) {
   json::value fallback;
   if (settings)
     fallback = type == "xbrl" ? settings->taxonomy_cache_root : settings->schema_cache_root;
-  return lookup(options, option::cache_root, std::move(fallback));
+  return lookup(options, option::cache_root, fallback);
 }
 
 json::value get_install_root(const json::object* options) {

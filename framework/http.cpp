@@ -290,7 +290,7 @@ std::string CurlTransport::redirect_target(int redirects, std::string& cause) co
     cause = "redirect without a location";
     return {};
   }
-  const std::string target = http_request_url(resolve_url(transfer_->url, location->second), cause);
+  std::string target = http_request_url(resolve_url(transfer_->url, location->second), cause);
   if (redirects == kMaxRedirects) {
     cause = "more than " + std::to_string(kMaxRedirects) + " redirects";
   } else if (!target.empty() && is_https(transfer_->url) && !is_https(target)) {

@@ -15,16 +15,16 @@
 namespace zendro::pkg {
 namespace {
 
-pkgs_available_t list_of(std::string text) {
+pkgs_available_t list_of(std::string_view text) {
   std::string cause;
-  std::optional<pkgs_available_t> list = parse_list(std::move(text), cause);
+  std::optional<pkgs_available_t> list = parse_list(text, cause);
   EXPECT_TRUE(list) << cause;
   return list ? std::move(*list) : pkgs_available_t();
 }
 
-std::string failure_of(std::string text) {
+std::string failure_of(std::string_view text) {
   std::string cause;
-  EXPECT_FALSE(parse_list(std::move(text), cause));
+  EXPECT_FALSE(parse_list(text, cause));
   return cause;
 }
 
