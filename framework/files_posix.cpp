@@ -130,7 +130,7 @@ fs::path common_appdata_folder() {
     return folder;
   }
   if (geteuid() == 0) return "/var/lib";
-  // The XDG Base Directory Specification has relative paths ignored.
+  // A relative path counts for nothing (XDG Base Directory, section "Environment variables").
   if (fs::path folder = environment_value("XDG_DATA_HOME"); folder.is_absolute()) return folder;
   const fs::path home = home_folder();
   return home.empty() ? fs::path() : home / ".local" / "share";
