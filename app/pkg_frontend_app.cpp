@@ -1,6 +1,7 @@
 #include "app/pkg_frontend_app.h"
 
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
@@ -8,12 +9,14 @@
 
 #include <wx/app.h>
 #include <wx/msgdlg.h>
+#include <wx/stdpaths.h>
 
 #include "app/command_line.h"
 #include "app/options.h"
 #include "app/options_file.h"
 #include "app/package_file_start.h"
 #include "app/window_thread.h"
+#include "framework/files.h"
 #include "framework/url_io.h"
 #include "msg/utf.h"
 #include "packages_ui/packages_dlg.h"
@@ -46,6 +49,14 @@ class PackageUrlsOfRun {
  private:
   std::shared_ptr<framework::IoCallback> previous_;
 };
+
+// A file of the user's own settings, by the rules of the system.
+std::filesystem::path window_state_file(PackageType type) {
+  wxStandardPaths& places = wxStandardPaths::Get();
+  places.SetFileLayout(wxStandardPaths::FileLayout_XDG);
+  return framework::path_from_utf8(places.GetUserConfigDir().utf8_string()) /
+         "zendro-package-manager" / ("window-" + std::string(type_name(type)) + ".json");
+}
 
 }  // namespace
 
@@ -86,7 +97,8 @@ void PkgFrontendApp::run() {
 
   const auto cache = std::make_shared<pkg::pkg_cache_t>(type_name(type_), *options);
   const auto open_dialog = [&](std::vector<std::string> preselection) {
-    packages_ui::PackagesDlg dialog(nullptr, cache, window_thread, std::move(preselection));
+    packages_ui::PackagesDlg dialog(nullptr, cache, window_thread, std::move(preselection),
+                                    window_state_file(type_));
     dialog.ShowModal();
   };
   if (command_line.ids_mode && !command_line.arguments.empty()) {

@@ -9,8 +9,12 @@
 namespace zendro::packages_ui {
 
 Operations::Operations(std::shared_ptr<pkg::pkg_cache_t> cache,
-                       std::shared_ptr<msg::LogHandler> log, ShowText show_text)
-    : cache_(std::move(cache)), log_(std::move(log)), show_text_(std::move(show_text)) {}
+                       std::shared_ptr<msg::LogHandler> log, ShowText show_text,
+                       pkg::progress_sink_t show_progress)
+    : cache_(std::move(cache)),
+      log_(std::move(log)),
+      show_text_(std::move(show_text)),
+      show_progress_(std::move(show_progress)) {}
 
 LoadedPackages Operations::update_and_load() {
   // Forced, so that a machine without a list gets one.
@@ -30,7 +34,9 @@ LoadedPackages Operations::run_and_load(const std::function<void()>& operation) 
   logger->add_handler(log_);
   cache_->set_log_sink(std::move(logger));
   cache_->set_message_sink([this](const msg::Message& message) { show(message); });
+  cache_->set_progress_sink(show_progress_);
   guarded(operation);
+  cache_->set_progress_sink({});
 
   LoadedPackages loaded;
   guarded([&] {

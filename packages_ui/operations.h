@@ -25,10 +25,10 @@ class Operations {
  public:
   using ShowText = std::function<void(std::wstring_view)>;
 
-  /// `show_text` receives the texts of messages, `log` the progress lines; both are called on the
-  /// thread of the operation.
+  /// `show_text` receives the texts of messages, `log` the log lines, `show_progress` how far the
+  /// operation is; all are called on the thread of the operation.
   Operations(std::shared_ptr<pkg::pkg_cache_t> cache, std::shared_ptr<msg::LogHandler> log,
-             ShowText show_text);
+             ShowText show_text, pkg::progress_sink_t show_progress);
 
   [[nodiscard]] LoadedPackages update_and_load();
   /// Removes, then, if that succeeded, installs.
@@ -42,6 +42,7 @@ class Operations {
   std::shared_ptr<pkg::pkg_cache_t> cache_;
   std::shared_ptr<msg::LogHandler> log_;
   ShowText show_text_;
+  pkg::progress_sink_t show_progress_;
 };
 
 }  // namespace zendro::packages_ui

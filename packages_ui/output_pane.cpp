@@ -2,8 +2,13 @@
 
 #include <utility>
 
+#include "packages_ui/native_text.h"
+
 namespace zendro::packages_ui {
 namespace {
+
+// So many characters at a time take the control far less than what a user notices.
+constexpr std::size_t kBatch = 64 << 10;
 
 // The control breaks lines at "\n" and writes it as the system does.
 wxString control_text(std::wstring text) {
@@ -13,38 +18,68 @@ wxString control_text(std::wstring text) {
 
 }  // namespace
 
-OutputPane::OutputPane(wxTextCtrl* control, Post post)
-    : control_(control), post_(std::move(post)) {}
+OutputPane::OutputPane(wxTextCtrl* control, PostAction post)
+    : control_(control), flush_(std::move(post), [this] { flush(kBatch); }) {}
 
 void OutputPane::append_line(std::wstring_view line) {
-  bool first;
   {
     const std::lock_guard lock(mutex_);
-    first = pending_.empty();
     pending_ += line;
     pending_ += L'\n';
   }
-  // Lines that come before the action runs go with it.
-  if (first) post_([this] { flush(); });
+  flush_.request();
 }
 
 void OutputPane::replace(const std::wstring& text) {
   at_line_start_ = text.empty();
+  following_ = true;
+  scroll_position_ = 0;
   control_->ChangeValue(control_text(text));
   control_->Update();
 }
 
-void OutputPane::flush() {
+// Shows whole lines, up to the first one that reaches `limit`.
+void OutputPane::flush(std::size_t limit) {
   std::wstring lines;
   {
     const std::lock_guard lock(mutex_);
     lines.swap(pending_);
+    const std::size_t end = limit < lines.size() ? lines.find(L'\n', limit) + 1 : lines.size();
+    pending_.assign(lines, end);
+    lines.resize(end);
+    if (!pending_.empty()) flush_.request();
   }
+  if (lines.empty()) return;
   if (!at_line_start_) lines.insert(0, 1, L'\n');
   at_line_start_ = true;
-  control_->AppendText(control_text(std::move(lines)));
-  control_->ShowPosition(control_->GetLastPosition());
+
+  const wxString text = control_text(std::move(lines));
+  if (follows_newest_line()) {
+    long selected_from = 0;
+    long selected_to = 0;
+    control_->GetSelection(&selected_from, &selected_to);
+    control_->AppendText(text);
+    if (selected_from != selected_to) control_->SetSelection(selected_from, selected_to);
+    control_->ShowPosition(control_->GetLastPosition());
+  } else {
+    append_quietly(*control_, text);
+  }
   control_->Update();
+}
+
+// The control scrolls to a line some time after it was told to, so a position short of the end does
+// not mean that the user has left it; one above an earlier position does.
+bool OutputPane::follows_newest_line() {
+  const int position = control_->GetScrollPos(wxVERTICAL);
+  const int seen = control_->GetScrollThumb(wxVERTICAL);
+  const int line = control_->GetCharHeight();
+  if (position + seen + line >= control_->GetScrollRange(wxVERTICAL)) {
+    following_ = true;
+  } else if (position < scroll_position_) {
+    following_ = false;
+  }
+  scroll_position_ = position;
+  return following_;
 }
 
 }  // namespace zendro::packages_ui

@@ -3,39 +3,44 @@
 // Lines are gathered and put into the control in batches, in the order in which they came.
 #pragma once
 
-#include <functional>
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 #include <wx/textctrl.h>
 
+#include "packages_ui/paced_action.h"
+
 namespace zendro::packages_ui {
 
 class OutputPane {
  public:
-  /// Hands an action to the window thread; the action is dropped once the window is gone.
-  using Post = std::function<void(std::function<void()>)>;
-
   /// `control` outlives the pane's use on the window thread.
-  OutputPane(wxTextCtrl* control, Post post);
+  OutputPane(wxTextCtrl* control, PostAction post);
 
-  /// Appends a line below what is shown and scrolls to it. Thread-safe.
+  /// Appends a line below what is shown and scrolls to it, unless the user has scrolled up. What
+  /// the user has selected stays so. Thread-safe.
   void append_line(std::wstring_view line);
 
   // On the window thread:
   /// Replaces the text; lines that were appended but are not shown yet come below it.
   void replace(const std::wstring& text);
   void clear() { replace({}); }
+  /// Shows at once what has been appended so far.
+  void show_pending() { flush(std::wstring::npos); }
 
  private:
-  void flush();
+  void flush(std::size_t limit);
+  [[nodiscard]] bool follows_newest_line();
 
   wxTextCtrl* control_;
-  Post post_;
   bool at_line_start_ = true;
+  bool following_ = true;
+  int scroll_position_ = 0;  ///< when the newest line was last looked for
   std::mutex mutex_;
   std::wstring pending_;  ///< guarded by mutex_
+  PacedAction flush_;
 };
 
 }  // namespace zendro::packages_ui

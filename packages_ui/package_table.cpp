@@ -1,5 +1,6 @@
 #include "packages_ui/package_table.h"
 
+#include <algorithm>
 #include <cassert>
 #include <unordered_set>
 #include <utility>
@@ -75,8 +76,14 @@ std::wstring PackageTable::name(PackageId package) const {
   return shown(version(packages_[package].first).identity.name);
 }
 
-std::wstring PackageTable::title(RowId row) const {
-  return guarded<std::wstring>(row, [](const pkg::meta_t& meta) { return shown(meta.title()); });
+std::wstring PackageTable::title(RowId row) const { return shown(title_bytes(row)); }
+
+std::string_view PackageTable::title_bytes(RowId row) const {
+  return guarded<std::string_view>(row, [](const pkg::meta_t& meta) { return meta.title(); });
+}
+
+std::string_view PackageTable::description_bytes(RowId row) const {
+  return guarded<std::string_view>(row, [](const pkg::meta_t& meta) { return meta.description(); });
 }
 
 std::wstring PackageTable::publisher(RowId row) const {
@@ -100,6 +107,32 @@ RowId PackageTable::latest(PackageId package) const {
   const Range range = packages_[package];
   for (RowId row = range.end; row-- > range.first;) {
     if (version(row).available) return row;
+  }
+  return kNoRow;
+}
+
+RowId PackageTable::representative(PackageId package) const {
+  const RowId row = latest(package);
+  return row != kNoRow ? row : packages_[package].end - 1;
+}
+
+std::optional<PackageId> PackageTable::find_package(std::string_view name) const {
+  const auto name_of = [this](Range range) -> std::string_view {
+    return version(range.first).identity.name;
+  };
+  const auto found =
+      std::lower_bound(packages_.begin(), packages_.end(), name,
+                       [&](Range range, std::string_view other) { return name_of(range) < other; });
+  if (found == packages_.end() || name_of(*found) != name) return std::nullopt;
+  return static_cast<PackageId>(found - packages_.begin());
+}
+
+RowId PackageTable::find_version(const pkg::name_semver_t& identity) const {
+  const auto package = find_package(identity.name);
+  if (!package) return kNoRow;
+  const Range range = versions_of(*package);
+  for (RowId row = range.first; row < range.end; ++row) {
+    if (version(row).identity == identity) return row;
   }
   return kNoRow;
 }

@@ -54,6 +54,9 @@ class PackageTable {
   [[nodiscard]] std::wstring name(PackageId package) const;
   [[nodiscard]] std::wstring title(RowId row) const;
   [[nodiscard]] std::wstring publisher(RowId row) const;
+  /// What the metadata says, in its own words.
+  [[nodiscard]] std::string_view title_bytes(RowId row) const;
+  [[nodiscard]] std::string_view description_bytes(RowId row) const;
   /// The references as the metadata writes them.
   [[nodiscard]] std::vector<std::wstring> reference_texts(RowId row) const;
 
@@ -62,6 +65,13 @@ class PackageTable {
   [[nodiscard]] bool choosable(RowId row) const;
   /// The newest version of a package that can be installed; kNoRow if there is none.
   [[nodiscard]] RowId latest(PackageId package) const;
+  /// The version whose metadata describes the package as a whole: the newest that can be
+  /// installed, else the newest.
+  [[nodiscard]] RowId representative(PackageId package) const;
+  /// The package of this name, in the spelling of the list.
+  [[nodiscard]] std::optional<PackageId> find_package(std::string_view name) const;
+  /// The version of this identity; kNoRow if there is none.
+  [[nodiscard]] RowId find_version(const pkg::name_semver_t& identity) const;
   /// The version that an install request of this text would choose; kNoRow if there is none.
   [[nodiscard]] RowId find_best(std::string_view identity_text) const;
   /// The versions that the version references, each being the one that an install request of the

@@ -7,9 +7,8 @@
 
 #include <wx/animate.h>
 #include <wx/button.h>
-#include <wx/display.h>
 #include <wx/mstream.h>
-#include <wx/sizer.h>
+#include <wx/stattext.h>
 #include <wx/utils.h>
 #include <wx/xml/xml.h>
 #include <wx/xrc/xmlres.h>
@@ -22,17 +21,17 @@
 #include "packages_ui/pictures.h"
 #include "packages_ui/shown_text.h"
 #include "packages_ui/ui_messages.h"
+#include "packages_ui/window_placement.h"
 
 namespace zendro::packages_ui {
 namespace {
 
 constexpr char kFormName[] = "IDD_PACKAGESUI_PACKAGESDLG";
 // In device-independent pixels.
-constexpr int kInitialWidth = 880;
+constexpr int kInitialWidth = 960;
 constexpr int kInitialHeight = 760;
 constexpr int kIconSize = 32;
-constexpr int kProgressWidth = 60;
-constexpr int kProgressHeight = 20;
+constexpr int kFormBorder = 8;
 
 // Makes the form known to the toolkit, with the numbers of its controls. Once per process.
 void register_form() {
@@ -71,17 +70,20 @@ class PackagesDlg::LogHandler : public msg::LogHandler {
 
 PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
                          std::shared_ptr<framework::ActionPoster> window_thread,
-                         std::vector<std::string> preselection)
+                         std::vector<std::string> preselection, std::filesystem::path state_file)
     : cache_(std::move(cache)),
       window_thread_(std::move(window_thread)),
       preselection_(std::move(preselection)),
+      state_file_(std::move(state_file)),
+      state_(state_file_.empty() ? std::nullopt : read_window_state(state_file_)),
       questions_(std::make_unique<DialogQuestions>(this)) {
   register_form();
   load_form(parent);
   create_controls();
-  operations_ =
-      std::make_unique<Operations>(cache_, std::make_shared<LogHandler>(this),
-                                   [this](std::wstring_view text) { pane_->append_line(text); });
+  operations_ = std::make_unique<Operations>(
+      cache_, std::make_shared<LogHandler>(this),
+      [this](std::wstring_view text) { pane_->append_line(text); },
+      [this](const pkg::progress_t& progress) { progress_->report(progress); });
   bind_events();
 }
 
@@ -111,20 +113,15 @@ void PackagesDlg::create_controls() {
   };
   grid_ = new PackagesRelDisp(place_of("treePackages"), [this] { return caption_of(kIdPatch); });
   wxXmlResource::Get()->AttachUnknownControl("treePackages", grid_, this);
+  search_ = new SearchField(this, *grid_, kFormBorder);
 
-  progress_ = new wxAnimationCtrl(place_of("aniProgress"), wxID_ANY);
-  progress_->SetAnimation(
-      progress_picture(*progress_, FromDIP(wxSize(kProgressWidth, kProgressHeight))));
-  progress_->InvalidateBestSize();  // it was found out without the picture
-  wxXmlResource::Get()->AttachUnknownControl("aniProgress", progress_, this);
-  progress_->Hide();
+  auto* animation = new wxAnimationCtrl(place_of("aniProgress"), wxID_ANY);
+  progress_ = std::make_unique<ProgressDisplay>(
+      animation, XRCCTRL(*this, "txtProgress", wxStaticText), post_to_this());
+  wxXmlResource::Get()->AttachUnknownControl("aniProgress", animation, this);
 
-  GetSizer()->SetSizeHints(this);
-  const wxRect screen = wxDisplay(this).GetClientArea();
-  wxSize size = FromDIP(wxSize(kInitialWidth, kInitialHeight));
-  size.DecTo(screen.GetSize());
-  SetSize(size);
-  CentreOnScreen();
+  set_smallest_size(*this, grid_->GetParent());
+  place_window(*this, *grid_, state_, wxSize(kInitialWidth, kInitialHeight));
 }
 
 void PackagesDlg::bind_events() {
@@ -182,6 +179,7 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
       // Shared, because a posted action is copied and a table is not.
       const auto loaded = std::make_shared<LoadedPackages>(operation());
       post([this, loaded, completion] {
+        pane_->show_pending();
         set_idle(true);
         const wxBusyCursor busy;
         completion(std::move(*loaded));
@@ -210,6 +208,10 @@ void PackagesDlg::OnClose(wxCloseEvent& event) {
     event.Veto();
     return;
   }
+  if (!state_file_.empty()) {
+    // Where it cannot be kept, the window opens as before; the user need not hear of that.
+    write_window_state(state_file_, window_state(*this, *grid_, state_));
+  }
   if (IsModal()) {
     EndModal(kIdClose);
   } else {
@@ -218,6 +220,7 @@ void PackagesDlg::OnClose(wxCloseEvent& event) {
 }
 
 void PackagesDlg::OnCharHook(wxKeyEvent& event) {
+  if (search_->handle_key(event)) return;
   const int key = event.GetKeyCode();
   if (event.GetModifiers() == wxMOD_NONE) {
     if (key == WXK_ESCAPE) {
@@ -234,8 +237,6 @@ void PackagesDlg::OnCharHook(wxKeyEvent& event) {
         grid_->toggle_current();
         return;
       }
-      // Letters would open the control's own search, which swallows the keys that follow.
-      if (key > WXK_SPACE && key < WXK_DELETE && key != '+' && key != '-') return;
     }
   }
   event.Skip();
@@ -274,11 +275,10 @@ void PackagesDlg::disable_buttons() {
 void PackagesDlg::set_idle(bool idle) {
   idle_ = idle;
   grid_->set_locked(!idle);
-  progress_->Show(!idle);
   if (idle) {
-    progress_->Stop();
+    progress_->stop();
   } else {
-    progress_->Play();
+    progress_->start();
   }
 }
 
@@ -290,7 +290,7 @@ std::wstring PackagesDlg::summary() const {
   return summary_text(*selection_, caption_of(kIdApply));
 }
 
-OutputPane::Post PackagesDlg::post_to_this() const {
+PostAction PackagesDlg::post_to_this() const {
   return
       [poster = window_thread_, alive = std::weak_ptr<bool>(alive_)](std::function<void()> action) {
         poster->post([alive, action = std::move(action)] {

@@ -5,8 +5,10 @@
 // window only through posted actions, which are dropped once the window is gone.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,13 +18,15 @@
 #include "msg/logger.h"
 #include "packages_ui/operations.h"
 #include "packages_ui/output_pane.h"
+#include "packages_ui/paced_action.h"
 #include "packages_ui/packages_rel_disp.h"
 #include "packages_ui/parent_ui.h"
+#include "packages_ui/progress_display.h"
 #include "packages_ui/questions.h"
+#include "packages_ui/search_field.h"
 #include "packages_ui/selection.h"
+#include "packages_ui/window_state.h"
 #include "packages_ui/worker.h"
-
-class wxAnimationCtrl;
 
 namespace zendro::packages_ui {
 
@@ -39,9 +43,11 @@ class PackagesDlg : public wxDialog, public ParentUI {
  public:
   /// The cache's sinks are the dialog's from now on. `window_thread` posts to the thread that
   /// makes the dialog. `preselection` holds identities to be ticked once the packages are known.
+  /// Size, place and columns are taken from `state_file` and kept there when the user closes the
+  /// dialog; an empty path keeps nothing.
   PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
               std::shared_ptr<framework::ActionPoster> window_thread,
-              std::vector<std::string> preselection);
+              std::vector<std::string> preselection, std::filesystem::path state_file = {});
   ~PackagesDlg() override;
 
   /// Whether no operation runs.
@@ -72,16 +78,19 @@ class PackagesDlg : public wxDialog, public ParentUI {
   [[nodiscard]] bool grid_has_focus() const;
   [[nodiscard]] std::wstring caption_of(int id) const;
   [[nodiscard]] std::wstring summary() const;
-  [[nodiscard]] OutputPane::Post post_to_this() const;
+  [[nodiscard]] PostAction post_to_this() const;
 
   std::shared_ptr<pkg::pkg_cache_t> cache_;
   std::shared_ptr<framework::ActionPoster> window_thread_;
   std::vector<std::string> preselection_;
+  std::filesystem::path state_file_;
+  std::optional<WindowState> state_;  ///< as it was kept
   /// Posted actions hold this weakly: they run only while the dialog exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 
   PackagesRelDisp* grid_ = nullptr;
-  wxAnimationCtrl* progress_ = nullptr;
+  SearchField* search_ = nullptr;
+  std::unique_ptr<ProgressDisplay> progress_;
   std::unique_ptr<OutputPane> pane_;
   std::unique_ptr<SelectionQuestions> questions_;
   std::unique_ptr<Selection> selection_;

@@ -1,12 +1,13 @@
 #include "packages_ui/packages_rel_disp.h"
 
+#include <iterator>
 #include <utility>
 
 #include <wx/menu.h>
 #include <wx/time.h>
 #include <wx/utils.h>
-#include <wx/wupdlock.h>
 
+#include "packages_ui/native_tree.h"
 #include "packages_ui/row_text.h"
 #include "packages_ui/ui_messages.h"
 
@@ -16,6 +17,11 @@ namespace {
 // A double click on a box arrives as toggles and then as an activation of the row; an activation
 // this soon after a toggle, in milliseconds, belongs to it.
 constexpr int kDoubleClickTime = 600;
+
+// By column of the view.
+constexpr SortColumn kSortColumns[] = {SortColumn::name, SortColumn::title, SortColumn::state,
+                                       SortColumn::publisher};
+static_assert(std::size(kSortColumns) == PackagesViewbase::kColumnCount);
 
 constexpr int kSmallestRowHeight = 10;  // in device-independent pixels
 
@@ -37,12 +43,29 @@ PackagesRelDisp::PackagesRelDisp(wxWindow* parent, std::function<std::wstring()>
                      wxDV_SINGLE | wxDV_ROW_LINES | wxBORDER_THEME),
       patch_caption_(std::move(patch_caption)) {
   add_columns();
-  Bind(wxEVT_DATAVIEW_ITEM_EXPANDED,
-       [this](wxDataViewEvent& event) { remember_expansion(event.GetItem(), true); });
-  Bind(wxEVT_DATAVIEW_ITEM_COLLAPSED,
-       [this](wxDataViewEvent& event) { remember_expansion(event.GetItem(), false); });
+  native_tree::make_accessible(*this, *GetColumn(PackagesViewbase::kPackage), "Packages");
+  native_tree::disable_own_search(*this);
+  bind_events();
+}
+
+void PackagesRelDisp::bind_events() {
+  Bind(wxEVT_DATAVIEW_ITEM_EXPANDED, [this](wxDataViewEvent& event) {
+    if (const auto package = PackagesViewbase::package_of(event.GetItem())) {
+      expanded_.insert(*package);
+    }
+  });
+  Bind(wxEVT_DATAVIEW_ITEM_COLLAPSED, [this](wxDataViewEvent& event) {
+    if (const auto package = PackagesViewbase::package_of(event.GetItem())) {
+      expanded_.erase(*package);
+    }
+  });
   Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED,
        [this](wxDataViewEvent& event) { choose_patch(event.GetItem()); });
+  Bind(wxEVT_DATAVIEW_COLUMN_HEADER_CLICK, [this](wxDataViewEvent& event) {
+    const auto column = kSortColumns[event.GetColumn()];
+    // The rows change, which must not happen inside the control's own handler.
+    CallAfter([this, column] { sort_by(column); });
+  });
   Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { OwnPopupMenu(); });
   Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent& event) {
     // Asked for by key; a click comes as the event above.
@@ -52,6 +75,7 @@ PackagesRelDisp::PackagesRelDisp(wxWindow* parent, std::function<std::wstring()>
       event.Skip();
     }
   });
+  GetMainWindow()->Bind(wxEVT_CHAR, &PackagesRelDisp::on_char, this);
   GetMainWindow()->Bind(wxEVT_MOTION, &PackagesRelDisp::update_datatip, this);
 }
 
@@ -77,10 +101,27 @@ void PackagesRelDisp::add_columns() {
 }
 
 void PackagesRelDisp::show(Selection& selection) {
-  const std::wstring current = row_text(GetCurrentItem());
+  const Place before = place();
+  const std::optional<RowName> current = name_of(before.current);
+  const std::optional<RowName> top = name_of(before.top);
+  std::vector<std::string> expanded;
+  for (const PackageId package : expanded_) {
+    expanded.push_back(name_of(PackagesViewbase::package_item(package))->package);
+  }
+
   selection_ = &selection;
   datatip_item_ = {};
-  // The view is complete before the control gets it: rows added one by one take far longer.
+  toggled_item_ = {};
+  type_ahead_.forget();
+  filter_ = std::make_unique<PackageFilter>(selection.table());
+  order_ = sorted_packages(selection, sort_order_);
+  expanded_.clear();
+  for (const std::string& name : expanded) {
+    if (const auto package = selection.table().find_package(name)) expanded_.insert(*package);
+  }
+  for (PackageId package = 0; package < selection.table().package_count(); ++package) {
+    if (selection.expanded(package)) expanded_.insert(package);
+  }
   wxObjectDataPtr<PackagesViewbase> view(
       new PackagesViewbase(selection, [this](const wxDataViewItem& item) {
         toggled_item_ = item;
@@ -88,13 +129,98 @@ void PackagesRelDisp::show(Selection& selection) {
         // The change may ask a question, which must not happen inside the control's own handler.
         CallAfter([this, item] { toggle(item); });
       }));
-  AssociateModel(view.get());
-  restore_place(current);
+  native_tree::show_nothing(*this);
+  view_ = view;
+  show_rows({find(current), find(top)});
 }
 
 void PackagesRelDisp::show_nothing() {
-  AssociateModel(nullptr);
+  native_tree::show_nothing(*this);
+  view_.reset(nullptr);
+  filter_.reset();
+  order_.clear();
+  expanded_.clear();
   selection_ = nullptr;
+}
+
+void PackagesRelDisp::set_filter(std::wstring text) {
+  if (text == filter_text_) return;
+  filter_text_ = std::move(text);
+  if (selection_ != nullptr) show_rows(place());
+}
+
+void PackagesRelDisp::sort_by(SortColumn column) {
+  sort_order_ = next_order(sort_order_, column);
+  if (selection_ == nullptr) return;
+  order_ = sorted_packages(*selection_, sort_order_);
+  // The row under the cursor stays in sight rather than the one on top, which is now elsewhere.
+  show_rows({place().current, {}});
+}
+
+void PackagesRelDisp::mark_sorted_column() {
+  for (unsigned int position = 0; position < GetColumnCount(); ++position) {
+    wxDataViewColumn* column = GetColumn(position);
+    const bool sorted =
+        sort_order_ && kSortColumns[column->GetModelColumn()] == sort_order_->column;
+    native_tree::mark_sorted(*column,
+                             sorted ? std::optional(sort_order_->ascending) : std::nullopt);
+  }
+}
+
+PackagesRelDisp::Place PackagesRelDisp::place() const {
+  if (selection_ == nullptr) return {};
+  return {GetCurrentItem(), GetTopItem()};
+}
+
+// Shows the rows in their order, as far as they pass the filter.
+void PackagesRelDisp::show_rows(const Place& place) {
+  native_tree::show(*this, *view_,
+                    GridRows(selection_->table(), order_, filter_->matches(filter_text_)));
+  mark_sorted_column();  // headers forget it together with the rows
+  native_tree::expand(*this, std::vector<PackageId>(expanded_.begin(), expanded_.end()));
+  const wxDataViewItem current = nearest_shown(place.current);
+  if (current.IsOk()) go_to(current);
+  const wxDataViewItem top = nearest_shown(place.top);
+  if (top.IsOk()) native_tree::scroll_to_top(*this, top);
+}
+
+// The row itself, else its package, else the first row.
+wxDataViewItem PackagesRelDisp::nearest_shown(const wxDataViewItem& item) const {
+  const GridRows& rows = view_->rows();
+  if (!item.IsOk() || rows.packages().empty()) return {};
+  const auto row = PackagesViewbase::version_of(item);
+  const PackageId package =
+      row ? selection_->table().package_of(*row) : *PackagesViewbase::package_of(item);
+  if (rows.position(package) == GridRows::kNotShown) {
+    return PackagesViewbase::package_item(rows.packages().front());
+  }
+  const bool row_shown =
+      row && expanded_.count(package) != 0 && rows.position(package, *row) != GridRows::kNotShown;
+  return row_shown ? item : PackagesViewbase::package_item(package);
+}
+
+std::optional<PackagesRelDisp::RowName> PackagesRelDisp::name_of(const wxDataViewItem& item) const {
+  if (selection_ == nullptr) return std::nullopt;
+  const PackageTable& table = selection_->table();
+  if (const auto row = PackagesViewbase::version_of(item)) {
+    const pkg::name_semver_t& identity = table.version(*row).identity;
+    return RowName{std::string(identity.name), identity.version};
+  }
+  const auto package = PackagesViewbase::package_of(item);
+  if (!package) return std::nullopt;
+  const RowId row = table.versions_of(*package).first;
+  return RowName{std::string(table.version(row).identity.name), std::nullopt};
+}
+
+wxDataViewItem PackagesRelDisp::find(const std::optional<RowName>& name) const {
+  if (!name) return {};
+  const PackageTable& table = selection_->table();
+  if (name->version) {
+    const RowId row = table.find_version({name->package, *name->version});
+    if (row != kNoRow) return PackagesViewbase::version_item(row);
+  }
+  const auto package = table.find_package(name->package);
+  return package ? PackagesViewbase::package_item(*package) : wxDataViewItem();
 }
 
 void PackagesRelDisp::selection_changed() {
@@ -110,41 +236,15 @@ void PackagesRelDisp::selection_changed() {
   }
 }
 
-std::wstring PackagesRelDisp::row_text(const wxDataViewItem& item) const {
-  if (selection_ == nullptr) return {};
-  if (const auto package = PackagesViewbase::package_of(item)) {
-    return selection_->table().name(*package);
-  }
-  const auto row = PackagesViewbase::version_of(item);
-  return row ? selection_->table().text(*row) : std::wstring();
+void PackagesRelDisp::EnsureVisible(const wxDataViewItem& item, const wxDataViewColumn*) {
+  // The toolkit does it once more when it is idle, and the row may be gone by then.
+  native_tree::make_visible(*this, item);
 }
 
-void PackagesRelDisp::restore_place(const std::wstring& current) {
-  const std::set<std::wstring> expanded = std::exchange(expanded_, {});
-  const PackageTable& table = selection_->table();
-  wxDataViewItem current_item;
-  for (PackageId package = 0; package < table.package_count(); ++package) {
-    const wxDataViewItem item = PackagesViewbase::package_item(package);
-    const std::wstring name = table.name(package);
-    if (name == current) current_item = item;
-    if (!selection_->expanded(package) && expanded.count(name) == 0) continue;
-    Expand(item);
-    const PackageTable::Range range = table.versions_of(package);
-    for (RowId row = range.first; row < range.end; ++row) {
-      if (table.text(row) == current) current_item = PackagesViewbase::version_item(row);
-    }
-  }
-  if (!current_item.IsOk()) return;
-  SetCurrentItem(current_item);
-  EnsureVisible(current_item);
-}
-
-void PackagesRelDisp::remember_expansion(const wxDataViewItem& item, bool expanded) {
-  if (expanded) {
-    expanded_.insert(row_text(item));
-  } else {
-    expanded_.erase(row_text(item));
-  }
+wxRect PackagesRelDisp::GetItemRect(const wxDataViewItem& item,
+                                    const wxDataViewColumn* column) const {
+  native_tree::introduce(*const_cast<PackagesRelDisp*>(this), item);
+  return wxDataViewCtrl::GetItemRect(item, column);
 }
 
 void PackagesRelDisp::toggle_current() { toggle(GetCurrentItem()); }
@@ -157,7 +257,7 @@ void PackagesRelDisp::toggle(const wxDataViewItem& item) {
   } else if (const auto package = PackagesViewbase::package_of(item)) {
     const bool expanded_before = selection_->expanded(*package);
     selection_->toggle_package(*package);
-    if (!expanded_before && selection_->expanded(*package)) Expand(item);
+    if (!expanded_before && selection_->expanded(*package)) expand({*package});
   }
 }
 
@@ -168,36 +268,92 @@ void PackagesRelDisp::choose_patch(const wxDataViewItem& item) {
   selection_->choose_patch(*row);
 }
 
-template <typename Visit>
-void PackagesRelDisp::for_each_package(Visit visit) {
-  if (selection_ == nullptr) return;
-  const std::size_t count = selection_->table().package_count();
-  const wxWindowUpdateLocker lock(this);
-  for (PackageId package = 0; package < count; ++package) {
-    visit(PackagesViewbase::package_item(package),
-          selection_->package_check(package) != PackageCheck::none);
+void PackagesRelDisp::on_char(wxKeyEvent& event) {
+  if (selection_ == nullptr || (event.GetModifiers() & ~wxMOD_SHIFT) != 0) {
+    event.Skip();
+    return;
+  }
+  const auto now = TypeAhead::Clock::now();
+  const auto key = static_cast<wchar_t>(event.GetUnicodeKey());
+  const bool typing = type_ahead_.active(now);
+  const wxDataViewItem current = GetCurrentItem();
+  if (key == L'+' && !typing) {
+    if (const auto package = PackagesViewbase::package_of(current)) expand({*package});
+    return;
+  }
+  if (key == L'-' && !typing) {
+    collapse_current();
+    return;
+  }
+  if (typing && event.GetKeyCode() == WXK_BACK) {
+    type_ahead_.erase_last(now);
+  } else if (TypeAhead::accepts(key)) {
+    std::optional<PackageId> package = PackagesViewbase::package_of(current);
+    if (!package && current.IsOk()) {
+      package = PackagesViewbase::package_of(GetModel()->GetParent(current));
+    }
+    type_ahead_.type(key, package, now);
+  } else {
+    type_ahead_.forget();
+    event.Skip();
+    return;
+  }
+  const auto found = type_ahead_.find(selection_->table(), view_->rows().packages());
+  if (found) {
+    go_to(PackagesViewbase::package_item(*found));
+  } else {
+    wxBell();
   }
 }
 
+void PackagesRelDisp::go_to(const wxDataViewItem& item) {
+  // The toolkit would select the row and leave the cursor where it is.
+  native_tree::set_current(*this, item);
+}
+
+void PackagesRelDisp::collapse_current() {
+  wxDataViewItem item = GetCurrentItem();
+  if (PackagesViewbase::version_of(item)) {
+    item = GetModel()->GetParent(item);
+    go_to(item);
+  }
+  if (const auto package = PackagesViewbase::package_of(item)) collapse({*package});
+}
+
+std::vector<PackageId> PackagesRelDisp::packages_where(bool any_checked) const {
+  std::vector<PackageId> packages;
+  if (selection_ == nullptr) return packages;
+  for (const PackageId package : view_->rows().packages()) {
+    if ((selection_->package_check(package) != PackageCheck::none) == any_checked) {
+      packages.push_back(package);
+    }
+  }
+  return packages;
+}
+
+void PackagesRelDisp::expand(std::vector<PackageId> packages) {
+  expanded_.insert(packages.begin(), packages.end());
+  native_tree::expand(*this, packages);
+}
+
+void PackagesRelDisp::collapse(std::vector<PackageId> packages) {
+  for (const PackageId package : packages) expanded_.erase(package);
+  native_tree::collapse(*this, packages);
+}
+
 void PackagesRelDisp::expand_all() {
-  for_each_package([this](const wxDataViewItem& item, bool) { Expand(item); });
+  expand(packages_where(true));
+  expand(packages_where(false));
 }
 
 void PackagesRelDisp::collapse_all() {
-  for_each_package([this](const wxDataViewItem& item, bool) { Collapse(item); });
+  collapse(packages_where(true));
+  collapse(packages_where(false));
 }
 
-void PackagesRelDisp::expand_selected() {
-  for_each_package([this](const wxDataViewItem& item, bool checked) {
-    if (checked) Expand(item);
-  });
-}
+void PackagesRelDisp::expand_selected() { expand(packages_where(true)); }
 
-void PackagesRelDisp::collapse_unselected() {
-  for_each_package([this](const wxDataViewItem& item, bool checked) {
-    if (!checked) Collapse(item);
-  });
-}
+void PackagesRelDisp::collapse_unselected() { collapse(packages_where(false)); }
 
 void PackagesRelDisp::OwnPopupMenu() {
   struct Command {

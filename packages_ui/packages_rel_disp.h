@@ -5,14 +5,21 @@
 #pragma once
 
 #include <functional>
+#include <memory>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <wx/dataview.h>
 #include <wx/longlong.h>
+#include <wx/object.h>
 
+#include "packages_ui/package_filter.h"
+#include "packages_ui/package_order.h"
 #include "packages_ui/packages_viewbase.h"
 #include "packages_ui/selection.h"
+#include "packages_ui/type_ahead.h"
 
 namespace zendro::packages_ui {
 
@@ -21,40 +28,76 @@ class PackagesRelDisp : public wxDataViewCtrl {
   /// `patch_caption` tells the caption of the Patch Selection button for datatips.
   PackagesRelDisp(wxWindow* parent, std::function<std::wstring()> patch_caption);
 
-  /// Shows this selection, which outlives being shown. Rows that were expanded stay so, and the
-  /// cursor stays on its row, where they still exist.
+  /// Shows this selection, which outlives being shown, sorted and filtered as before. The same
+  /// rows are expanded, in sight and under the cursor as before, where they still exist.
   void show(Selection& selection);
   void show_nothing();
   /// The ticks have changed.
   void selection_changed();
   /// While locked, the user can look but not change anything.
   void set_locked(bool locked) { locked_ = locked; }
+  /// Shows only versions that contain the text, see PackageFilter, and their packages.
+  void set_filter(std::wstring text);
 
   /// Toggles the row under the cursor.
   void toggle_current();
-  /// The popup menu of the grid, at the mouse or, asked for by key, at the cursor.
-  void OwnPopupMenu();
-
- private:
-  void add_columns();
-  void toggle(const wxDataViewItem& item);
-  void choose_patch(const wxDataViewItem& item);
+  /// The commands of the popup menu.
   void expand_all();
   void collapse_all();
   void expand_selected();
   void collapse_unselected();
-  template <typename Visit>
-  void for_each_package(Visit visit);
-  void remember_expansion(const wxDataViewItem& item, bool expanded);
-  void restore_place(const std::wstring& current);
-  [[nodiscard]] std::wstring row_text(const wxDataViewItem& item) const;
+  /// The popup menu of the grid, at the mouse or, asked for by key, at the cursor.
+  void OwnPopupMenu();
+
+  void EnsureVisible(const wxDataViewItem& item, const wxDataViewColumn* column = nullptr) override;
+  wxRect GetItemRect(const wxDataViewItem& item,
+                     const wxDataViewColumn* column = nullptr) const override;
+
+ private:
+  /// A row by its name, as it is found again after the packages have been loaded anew.
+  struct RowName {
+    std::string package;
+    std::optional<pkg::semver_t> version;
+  };
+  /// What the user sees of the rows.
+  struct Place {
+    wxDataViewItem current;
+    wxDataViewItem top;
+  };
+
+  void add_columns();
+  void bind_events();
+  void toggle(const wxDataViewItem& item);
+  void choose_patch(const wxDataViewItem& item);
+  void sort_by(SortColumn column);
+  void mark_sorted_column();
+
+  [[nodiscard]] Place place() const;
+  void show_rows(const Place& place);
+  [[nodiscard]] wxDataViewItem nearest_shown(const wxDataViewItem& item) const;
+  [[nodiscard]] std::optional<RowName> name_of(const wxDataViewItem& item) const;
+  [[nodiscard]] wxDataViewItem find(const std::optional<RowName>& name) const;
+
+  void on_char(wxKeyEvent& event);
+  void go_to(const wxDataViewItem& item);
+  void collapse_current();
+  /// The packages shown that have a checked version, or those that have none.
+  [[nodiscard]] std::vector<PackageId> packages_where(bool any_checked) const;
+  void expand(std::vector<PackageId> packages);
+  void collapse(std::vector<PackageId> packages);
   void update_datatip(wxMouseEvent& event);
 
   std::function<std::wstring()> patch_caption_;
   Selection* selection_ = nullptr;
+  wxObjectDataPtr<PackagesViewbase> view_;
+  std::optional<SortOrder> sort_order_;
+  std::vector<PackageId> order_;
+  std::wstring filter_text_;
+  std::unique_ptr<PackageFilter> filter_;
+  std::set<PackageId> expanded_;  ///< also of those that are filtered out
+  TypeAhead type_ahead_;
   bool locked_ = false;
-  bool changing_ = false;            ///< a change is under way and perhaps waits for an answer
-  std::set<std::wstring> expanded_;  ///< names of the packages whose versions are shown
+  bool changing_ = false;  ///< a change is under way and perhaps waits for an answer
   wxDataViewItem datatip_item_;
   wxDataViewItem toggled_item_;  ///< by the mouse
   wxLongLong toggled_at_;        ///< in milliseconds

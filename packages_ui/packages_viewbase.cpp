@@ -91,9 +91,7 @@ std::wstring PackagesViewbase::text_cell(const wxDataViewItem& item, unsigned in
     return package ? package_state_words(selection_, *package)
                    : version_state_words(selection_, *version);
   }
-  // A package is described by the newest version that can be had, else by the newest one.
-  RowId row = package ? table.latest(*package) : *version;
-  if (row == kNoRow) row = table.versions_of(*package).end - 1;
+  const RowId row = package ? table.representative(*package) : *version;
   return column == kTitle ? table.title(row) : table.publisher(row);
 }
 
@@ -126,15 +124,11 @@ bool PackagesViewbase::HasContainerColumns(const wxDataViewItem&) const { return
 
 unsigned int PackagesViewbase::GetChildren(const wxDataViewItem& item,
                                            wxDataViewItemArray& children) const {
-  const PackageTable& table = selection_.table();
   if (!item.IsOk()) {
-    children.reserve(table.package_count());
-    for (PackageId package = 0; package < table.package_count(); ++package) {
-      children.push_back(package_item(package));
-    }
+    children.reserve(rows_.packages().size());
+    for (const PackageId package : rows_.packages()) children.push_back(package_item(package));
   } else if (const auto package = package_of(item)) {
-    const PackageTable::Range range = table.versions_of(*package);
-    for (RowId row = range.first; row < range.end; ++row) children.push_back(version_item(row));
+    for (const RowId row : rows_.versions(*package)) children.push_back(version_item(row));
   }
   return static_cast<unsigned int>(children.size());
 }

@@ -1,6 +1,6 @@
 // The rows of the grid as the toolkit asks for them: an item view over the selection.
 //
-// Holds nothing of its own; every cell is read from the selection when it is drawn.
+// Knows which rows are shown; every cell is read from the selection when it is drawn.
 #pragma once
 
 #include <functional>
@@ -8,10 +8,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <wx/bmpbndl.h>
 #include <wx/dataview.h>
 
+#include "packages_ui/grid_rows.h"
 #include "packages_ui/selection.h"
 
 namespace zendro::packages_ui {
@@ -22,6 +24,10 @@ class PackagesViewbase : public wxDataViewModel {
 
   /// `selection` outlives the view. `on_check` is called when the user clicks the box of a row.
   PackagesViewbase(const Selection& selection, std::function<void(const wxDataViewItem&)> on_check);
+
+  /// The rows to show. The control has to be told by being given the view anew.
+  void set_rows(GridRows rows) { rows_ = std::move(rows); }
+  [[nodiscard]] const GridRows& rows() const { return rows_; }
 
   static wxDataViewItem package_item(PackageId package);
   static wxDataViewItem version_item(RowId row);
@@ -49,6 +55,7 @@ class PackagesViewbase : public wxDataViewModel {
   [[nodiscard]] wxBitmapBundle icon(std::string_view name) const;
 
   const Selection& selection_;
+  GridRows rows_;
   std::function<void(const wxDataViewItem&)> on_check_;
   mutable std::map<std::string_view, wxBitmapBundle> icons_;
 };

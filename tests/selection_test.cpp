@@ -13,8 +13,12 @@
 
 #include "msg/utf.h"
 #include "packages_ui/button_states.h"
+#include "packages_ui/grid_rows.h"
+#include "packages_ui/package_filter.h"
+#include "packages_ui/package_order.h"
 #include "packages_ui/pending_changes.h"
 #include "packages_ui/row_text.h"
+#include "packages_ui/type_ahead.h"
 #include "packages_ui/ui_messages.h"
 
 namespace zendro::packages_ui {
@@ -335,6 +339,95 @@ TEST_F(SelectionTest, PreselectionTakesIdentitiesAsFilters) {
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0", "lib-2.0.0", "util-1.4.0"));
   EXPECT_TRUE(selection.expanded(selection.table().package_of(find(selection, L"util-1.4.0"))));
   EXPECT_THAT(desk_.reports, ElementsAre("No information found for XML Schema nothing-1."));
+}
+
+TEST_F(SelectionTest, PackagesAreSortedWithoutRegardToCase) {
+  Selection selection = make(R"({"a-1.0.0": {"title": "zebra"}, "a-2.0.0": {"title": "\u00c9toile"},
+               "b-1.0.0": {"title": "APPLE"}, "c-1.0.0": {"title": "\u00e9tage"},
+               "d-1.0.0": {"title": "apple"}, "e-1.0.0": {}})",
+                             R"({"d-1.0.0": {"title": "apple"}})");
+  const auto names = [&](std::optional<SortOrder> order) {
+    std::string result;
+    for (const PackageId package : sorted_packages(selection, order)) {
+      result += msg::to_utf8(selection.table().name(package));
+    }
+    return result;
+  };
+  EXPECT_EQ(names({}), "abcde");
+  EXPECT_EQ(names(SortOrder{SortColumn::title}), "ebdca") << "equal ones stay in package order";
+  EXPECT_EQ(names(SortOrder{SortColumn::title, false}), "acbde");
+  EXPECT_EQ(names(SortOrder{SortColumn::name, false}), "edcba");
+  EXPECT_EQ(names(SortOrder{SortColumn::state, false}), "dabce") << "what is installed";
+
+  std::optional<SortOrder> order = next_order({}, SortColumn::state);
+  EXPECT_EQ(order, (SortOrder{SortColumn::state, true}));
+  order = next_order(order, SortColumn::state);
+  EXPECT_EQ(order, (SortOrder{SortColumn::state, false}));
+  EXPECT_EQ(next_order(order, SortColumn::name), (SortOrder{SortColumn::name, true}));
+  EXPECT_EQ(next_order(order, SortColumn::state), std::nullopt);
+}
+
+TEST_F(SelectionTest, SearchFindsVersionsByWhatIsWrittenOfThem) {
+  const Selection selection =
+      make(R"({"app-1.0.0": {"description": "Needs a G\u00c4teway"}, "app-2.0.0": {},
+               "core-1.0.0": {"title": "Application core", "description": 5},
+               "zoo-1.0.0": {"title": "ends", "description": "starts"}})");
+  const PackageFilter filter(selection.table());
+  const auto found = [&](std::wstring_view text) { return filter.matches(text); };
+  EXPECT_THAT(found(L""), ElementsAre(0, 1, 2, 3));
+  EXPECT_THAT(found(L"APP"), ElementsAre(0, 1, 2));
+  EXPECT_THAT(found(L"g\u00e4te"), ElementsAre(0));
+  EXPECT_THAT(found(L"-2."), ElementsAre(1));
+  EXPECT_THAT(found(L"zoo-1.0.0"), ElementsAre(3)) << "the last one";
+  EXPECT_THAT(found(L"endsstarts"), IsEmpty()) << "texts are looked at one by one";
+  EXPECT_THAT(found(L"core-1.0.0app"), IsEmpty());
+}
+
+TEST_F(SelectionTest, GridRowsKnowTheirPlaces) {
+  const Selection selection = make(kLibraries);
+  const std::vector<PackageId> order = {4, 3, 2, 1, 0};
+  const GridRows rows(selection.table(), order, {1, 3, 4, 6, 7});
+  EXPECT_THAT(rows.packages(), ElementsAre(4, 2, 1));
+  EXPECT_THAT(rows.versions(2), ElementsAre(3, 4));
+  EXPECT_THAT(rows.versions(0), IsEmpty());
+  EXPECT_EQ(rows.position(2), 1u);
+  EXPECT_EQ(rows.position(0), GridRows::kNotShown);
+  EXPECT_EQ(rows.position(2, 4), 1u);
+  EXPECT_EQ(rows.position(2, 2), GridRows::kNotShown);
+  EXPECT_EQ(GridRows().position(0), GridRows::kNotShown);
+}
+
+TEST_F(SelectionTest, RowsAreFoundByName) {
+  const Selection selection = make(kLibraries);
+  const PackageTable& packages = selection.table();
+  EXPECT_EQ(packages.find_package("lib"), 2u);
+  EXPECT_EQ(packages.find_package("li"), std::nullopt);
+  EXPECT_EQ(packages.find_package("zzz"), std::nullopt);
+  EXPECT_EQ(packages.find_version(pkg::parse_identity("lib-2.0.0")), find(selection, L"lib-2.0.0"));
+  EXPECT_EQ(packages.find_version(pkg::parse_identity("lib-2.0.1")), kNoRow);
+}
+
+TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
+  const Selection selection = make(R"({"Axe-1.0.0": {}, "box-1.0.0": {}, "fox-1.0.0": {}})");
+  const std::vector<PackageId> packages = {0, 1, 2};
+  TypeAhead typed;
+  TypeAhead::Clock::time_point now{};
+  const auto found = [&] { return typed.find(selection.table(), packages); };
+  const auto type = [&](wchar_t character, PackageId current) {
+    typed.type(character, current, now);
+    return found();
+  };
+  EXPECT_EQ(type(L'X', 0), 1u);
+  EXPECT_EQ(type(L'E', 1), 0u) << "from where it began, around the end";
+  typed.erase_last(now);
+  EXPECT_EQ(found(), 1u);
+  now += TypeAhead::kPause;
+  EXPECT_EQ(type(L'q', 1), std::nullopt);
+  now += TypeAhead::kPause + std::chrono::milliseconds(1);
+  EXPECT_FALSE(typed.active(now));
+  EXPECT_EQ(type(L'x', 1), 2u);
+  EXPECT_FALSE(TypeAhead::accepts(L' ') || TypeAhead::accepts(L'+') || TypeAhead::accepts(L'\b'));
+  EXPECT_TRUE(TypeAhead::accepts(L'-') && TypeAhead::accepts(L'.') && TypeAhead::accepts(L'Z'));
 }
 
 TEST_F(SelectionTest, MetadataOfTheWrongTypeIsReportedOnceAndCountsAsNone) {

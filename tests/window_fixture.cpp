@@ -43,16 +43,49 @@ std::vector<wxDataViewItem> items_of(const wxDataViewModel& model) {
 
 }  // namespace
 
+WindowLoop::WindowLoop() : window_thread_(std::make_shared<app::WindowThread>(*wxTheApp)) {}
+
+void WindowLoop::settle() {
+  for (int round = 0; round < kSettleRounds; ++round) {
+    wxTheApp->ProcessPendingEvents();
+    loop_.YieldFor(wxEVT_CATEGORY_ALL);
+    wxMilliSleep(kRoundMilliseconds);
+  }
+}
+
+void WindowLoop::wait_until(const std::function<bool()>& condition, const std::string& what) {
+  const auto end = Clock::now() + kPatience;
+  while (!condition()) {
+    ASSERT_LT(Clock::now(), end) << "waited in vain: " << what << "; shown is:\n"
+                                 << what_is_shown();
+    wxTheApp->ProcessPendingEvents();
+    loop_.YieldFor(wxEVT_CATEGORY_ALL);
+    wxMilliSleep(kRoundMilliseconds);
+  }
+}
+
+void WindowLoop::press(int key, int modifiers) {
+  simulator_.Char(key, modifiers);
+  settle();
+}
+
+void WindowLoop::take_keyboard(wxTopLevelWindow& window, wxWindow& control) {
+  // Without a window manager nobody else gives the window the keyboard.
+  window.Raise();
+  settle();
+  wait_until([&window] { return window.IsActive(); }, "the window has the keyboard");
+  control.SetFocus();
+  settle();
+}
+
 WindowTest::WindowTest(std::string type)
-    : ManagerTest(type),
-      window_cache_(std::make_shared<pkg::pkg_cache_t>(type, options_)),
-      window_thread_(std::make_shared<app::WindowThread>(*wxTheApp)) {}
+    : ManagerTest(type), window_cache_(std::make_shared<pkg::pkg_cache_t>(type, options_)) {}
 
 WindowTest::~WindowTest() { close(); }
 
 void WindowTest::open(std::vector<std::string> preselection) {
-  dialog_ = std::make_unique<packages_ui::PackagesDlg>(nullptr, window_cache_, window_thread_,
-                                                       std::move(preselection));
+  dialog_ = std::make_unique<packages_ui::PackagesDlg>(nullptr, window_cache_, window_thread(),
+                                                       std::move(preselection), state_file());
   dialog_->Show();
 }
 
@@ -62,39 +95,12 @@ void WindowTest::open_and_wait(std::vector<std::string> preselection) {
   take_keyboard();
 }
 
-void WindowTest::take_keyboard() {
-  // Without a window manager nobody else gives the window the keyboard.
-  dialog_->Raise();
-  settle();
-  wait_until([this] { return dialog_->IsActive(); }, "the window has the keyboard");
-  grid().SetFocus();
-  settle();
-}
-
 void WindowTest::close() {
   if (!dialog_) return;
   dialog_->Hide();
   settle();
   dialog_.reset();
   settle();
-}
-
-void WindowTest::settle() {
-  for (int round = 0; round < kSettleRounds; ++round) {
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
-  }
-}
-
-void WindowTest::wait_until(const std::function<bool()>& condition, const std::string& what) {
-  const auto end = Clock::now() + kPatience;
-  while (!condition()) {
-    ASSERT_LT(Clock::now(), end) << "waited in vain: " << what << "; the pane says:\n" << pane();
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
-  }
 }
 
 void WindowTest::wait_idle() {
@@ -112,18 +118,13 @@ void WindowTest::wait_for_operation(const std::string& line) {
   settle();
 }
 
-void WindowTest::press(int key, int modifiers) {
-  simulator_.Char(key, modifiers);
-  settle();
-}
-
 void WindowTest::press_in_question(const std::function<void()>& action,
                                    std::vector<std::pair<int, int>> keys) {
   wxTimer timer;
   auto next = keys.begin();
   timer.Bind(wxEVT_TIMER, [&](wxTimerEvent&) {
     if (next == keys.end()) return;
-    simulator_.Char(next->first, next->second);
+    simulator().Char(next->first, next->second);
     ++next;
   });
   constexpr int kQuestionIsOpen = 500;  // milliseconds
@@ -151,6 +152,10 @@ wxDataViewItem WindowTest::find(const std::string& text) const {
   }
   ADD_FAILURE() << "no row " << text;
   return {};
+}
+
+std::filesystem::path WindowTest::state_file() const {
+  return folder_.path() / "config" / "window.json";
 }
 
 std::string WindowTest::pane() const {

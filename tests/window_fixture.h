@@ -1,6 +1,7 @@
 // A dialog in front of a store on loopback, driven by real keys and a real mouse.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,7 +17,38 @@
 
 namespace zendro::tests {
 
-class WindowTest : public ManagerTest {
+/// An event loop for windows that a test makes on its own thread, and keys for them.
+class WindowLoop {
+ public:
+  WindowLoop();
+  virtual ~WindowLoop() = default;
+
+  /// Lets the windows work until `condition` holds; a test failure when that takes too long.
+  void wait_until(const std::function<bool()>& condition, const std::string& what);
+  /// Lets the windows work on what has been asked of them.
+  void settle();
+  /// Presses a key.
+  void press(int key, int modifiers = 0);
+  /// Gives a window the keyboard, with the cursor in one of its controls.
+  void take_keyboard(wxTopLevelWindow& window, wxWindow& control);
+
+  [[nodiscard]] wxUIActionSimulator& simulator() { return simulator_; }
+  [[nodiscard]] const std::shared_ptr<app::WindowThread>& window_thread() const {
+    return window_thread_;
+  }
+
+ protected:
+  /// For a report of what was waited for in vain.
+  [[nodiscard]] virtual std::string what_is_shown() const { return {}; }
+
+ private:
+  wxGUIEventLoop loop_;
+  wxEventLoopActivator active_{&loop_};
+  wxUIActionSimulator simulator_;
+  std::shared_ptr<app::WindowThread> window_thread_;
+};
+
+class WindowTest : public ManagerTest, public WindowLoop {
  protected:
   explicit WindowTest(std::string type = "xsd");
   ~WindowTest() override;
@@ -27,24 +59,20 @@ class WindowTest : public ManagerTest {
   void open_and_wait(std::vector<std::string> preselection = {});
   void close();
 
-  /// Lets the window work until `condition` holds; a test failure when that takes too long.
-  void wait_until(const std::function<bool()>& condition, const std::string& what);
   void wait_idle();
   /// Waits until the pane shows exactly this; a pressed button takes a moment to act.
   void wait_for_pane(const std::string& text);
   /// Waits until the pane contains a line of an operation, and the operation has ended.
   void wait_for_operation(const std::string& line);
-  /// Lets the window work on what has been asked of it.
-  void settle();
 
-  /// Presses a key.
-  void press(int key, int modifiers = 0);
   /// Presses keys while `action` waits in a question.
   void press_in_question(const std::function<void()>& action,
                          std::vector<std::pair<int, int>> keys);
   /// Moves the cursor of the grid to a row by its text.
   void go_to(const std::string& text);
 
+  /// Where the window keeps its size and place.
+  [[nodiscard]] std::filesystem::path state_file() const;
   /// The text of the output pane.
   [[nodiscard]] std::string pane() const;
   /// The rows of the grid as "[ ] name", with "[x]" for a ticked one and "[-]" for a package of
@@ -62,12 +90,9 @@ class WindowTest : public ManagerTest {
   std::shared_ptr<pkg::pkg_cache_t> window_cache_;
 
  private:
-  void take_keyboard();
+  void take_keyboard() { WindowLoop::take_keyboard(dialog(), grid()); }
+  [[nodiscard]] std::string what_is_shown() const override { return pane(); }
 
-  wxGUIEventLoop loop_;
-  wxEventLoopActivator active_{&loop_};
-  wxUIActionSimulator simulator_;
-  std::shared_ptr<app::WindowThread> window_thread_;
   std::unique_ptr<packages_ui::PackagesDlg> dialog_;
 };
 

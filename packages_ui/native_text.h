@@ -1,0 +1,11 @@
+// What the toolkit's text control cannot do by itself. Window thread only.
+#pragma once
+
+#include <wx/textctrl.h>
+
+namespace zendro::packages_ui {
+
+/// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
+void append_quietly(wxTextCtrl& control, const wxString& text);
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,16 @@
+#include <gtk/gtk.h>
+
+#include "packages_ui/native_text.h"
+
+namespace zendro::packages_ui {
+
+void append_quietly(wxTextCtrl& control, const wxString& text) {
+  GtkWidget* view = gtk_bin_get_child(GTK_BIN(control.GetHandle()));
+  GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(view));
+  GtkTextIter end;
+  gtk_text_buffer_get_end_iter(buffer, &end);
+  const wxScopedCharBuffer bytes = text.utf8_str();
+  gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
+}
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,40 @@
+// An action of the window thread that other threads ask for as often as they like.
+//
+// However many requests come, at most one waits in the queue of the window thread, and between two
+// runs the window has time for its user.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+
+#include <wx/timer.h>
+
+namespace zendro::packages_ui {
+
+/// Hands an action to the window thread; the action is dropped once the window is gone.
+using PostAction = std::function<void(std::function<void()>)>;
+
+/// Made and destroyed on the window thread, destroyed no earlier than the window that `post` is of.
+class PacedAction {
+ public:
+  PacedAction(PostAction post, std::function<void()> action);
+  PacedAction(const PacedAction&) = delete;
+  PacedAction& operator=(const PacedAction&) = delete;
+
+  /// Has the action run soon: once for all requests until then. Thread-safe.
+  void request();
+  /// Runs the action at once, also for the requests so far. Window thread only.
+  void run();
+
+ private:
+  void run_when_due();
+
+  PostAction post_;
+  std::function<void()> action_;
+  std::atomic<bool> requested_ = false;
+  std::chrono::steady_clock::time_point next_run_;
+  wxTimer timer_;
+};
+
+}  // namespace zendro::packages_ui

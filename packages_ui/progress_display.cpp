@@ -1,0 +1,61 @@
+#include "packages_ui/progress_display.h"
+
+#include <utility>
+
+#include "packages_ui/pictures.h"
+#include "packages_ui/progress_text.h"
+
+namespace zendro::packages_ui {
+namespace {
+
+// In device-independent pixels.
+constexpr int kWidth = 60;
+constexpr int kHeight = 20;
+
+}  // namespace
+
+ProgressDisplay::ProgressDisplay(wxAnimationCtrl* animation, wxStaticText* text, PostAction post)
+    : animation_(animation), text_(text), show_(std::move(post), [this] { show_latest(); }) {
+  animation_->SetAnimation(
+      progress_picture(*animation_, animation_->FromDIP(wxSize(kWidth, kHeight))));
+  animation_->InvalidateBestSize();  // it was found out without the picture
+  animation_->Hide();
+}
+
+void ProgressDisplay::start() {
+  {
+    const std::lock_guard lock(mutex_);
+    latest_ = {};
+  }
+  running_ = true;
+  animation_->Show();
+  animation_->Play();
+}
+
+void ProgressDisplay::stop() {
+  running_ = false;
+  animation_->Stop();
+  animation_->Hide();
+  text_->SetLabelText({});
+}
+
+void ProgressDisplay::report(const pkg::progress_t& progress) {
+  {
+    const std::lock_guard lock(mutex_);
+    latest_ = progress;
+  }
+  show_.request();
+}
+
+void ProgressDisplay::show_latest() {
+  if (!running_) return;
+  pkg::progress_t latest;
+  {
+    const std::lock_guard lock(mutex_);
+    latest = latest_;
+  }
+  const wxString text(progress_text(latest));
+  if (text != text_->GetLabelText()) text_->SetLabelText(text);
+}
+
+}  // namespace zendro::packages_ui

@@ -1,0 +1,163 @@
+// The dialog as its user meets it: questions, the popup menu, preselection, progress, and the place
+// on the screen where it opens.
+#include <chrono>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <wx/display.h>
+#include <wx/stattext.h>
+
+#include "packages_ui/window_state.h"
+#include "tests/window_fixture.h"
+
+namespace zendro::tests {
+namespace {
+
+using packages_ui::PackagesViewbase;
+using packages_ui::WindowState;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+const std::vector<TestPackage> kStore = {
+    {"app-1.0.0", {{"m/app.xsd", "<app/>"}}, {"lib"}},
+    {"lib-1.0.0", {{"m/lib.xsd", "<lib/>"}}},
+    {"tool-1.0.0", {{"m/tool-0.xsd", "<tool/>"}}},
+    {"tool-1.0.1", {{"m/tool-1.xsd", "<tool1/>"}}},
+};
+
+constexpr char kNothingPending[] =
+    "Select the packages you want to install and then click \"Apply\".";
+
+class DialogWindowTest : public WindowTest {
+ protected:
+  [[nodiscard]] std::string progress() const {
+    return dynamic_cast<wxStaticText&>(*wxWindow::FindWindowByName("txtProgress", &dialog()))
+        .GetLabelText()
+        .utf8_string();
+  }
+  [[nodiscard]] std::string expanded() const {
+    std::string names;
+    for (const char* name : {"app", "lib", "tool"}) {
+      if (grid().IsExpanded(find(name))) names += std::string(name) + " ";
+    }
+    return names;
+  }
+};
+
+TEST_F(DialogWindowTest, AsksBeforeDependantsAndUsedPackagesGo) {
+  publish(kStore);
+  open_and_wait();
+  go_to("app-1.0.0");
+  press(WXK_SPACE);
+  const std::string both =
+      "The following packages will be installed:\n    app-1.0.0\n    lib-1.0.0";
+  EXPECT_EQ(pane(), both);
+
+  // What is depended on takes its dependants along, or stays.
+  go_to("lib-1.0.0");
+  press_in_question([this] { press(WXK_SPACE); }, {{WXK_ESCAPE, 0}});
+  EXPECT_EQ(pane(), both);
+  press_in_question([this] { press(WXK_SPACE); }, {{WXK_RETURN, 0}});
+  EXPECT_EQ(pane(), kNothingPending);
+
+  // What was only used may stay.
+  go_to("app-1.0.0");
+  press(WXK_SPACE);
+  EXPECT_EQ(pane(), both);
+  press_in_question([this] { press(WXK_SPACE); }, {{WXK_ESCAPE, 0}});
+  EXPECT_EQ(pane(), "The following packages will be installed:\n    lib-1.0.0");
+}
+
+TEST_F(DialogWindowTest, ADoubleClickChoosesThePatch) {
+  publish(kStore);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  ASSERT_TRUE(silent_cache().install({"tool-1.0.0"}));
+  open_and_wait();
+  grid().Expand(find("tool"));
+  settle();
+  const wxRect cell =
+      grid().GetItemRect(find("tool-1.0.0"), grid().GetColumn(PackagesViewbase::kTitle));
+  wxUIActionSimulator mouse;
+  mouse.MouseMove(grid().ClientToScreen(cell.GetTopLeft()) + wxPoint(5, cell.height / 2));
+  settle();
+  mouse.MouseDblClick();
+  wait_for_pane("The following packages will be patched:\n    tool-1.0.0");
+  EXPECT_THAT(live_buttons(), ElementsAre("Deselect All", "Reset Selection", "Apply", "Cancel"));
+}
+
+TEST_F(DialogWindowTest, ThePopupMenuExpandsAndCollapses) {
+  publish(kStore);
+  open_and_wait({"lib"});
+  const auto choose = [this](int command) {
+    std::vector<std::pair<int, int>> keys(static_cast<std::size_t>(command), {WXK_DOWN, 0});
+    keys.emplace_back(WXK_RETURN, 0);
+    press_in_question([this] { press(WXK_F10, wxMOD_SHIFT); }, keys);
+  };
+  choose(1);
+  EXPECT_EQ(expanded(), "app lib tool ");
+  choose(4);
+  EXPECT_EQ(expanded(), "lib ") << "unselected ones are collapsed";
+  choose(2);
+  EXPECT_EQ(expanded(), "");
+  choose(3);
+  EXPECT_EQ(expanded(), "lib ") << "selected ones are expanded";
+}
+
+TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
+  publish(kStore);
+  open_and_wait({"app-1.0.0", "tool-1", "tool-7", "nothing-1.0.0"});
+  EXPECT_THAT(pane(), HasSubstr("\nNo information found for XML Schema tool-7.\n"));
+  EXPECT_THAT(pane(), HasSubstr("\nNo information found for XML Schema nothing-1.0.0.\n"));
+  EXPECT_THAT(pane(), EndsWith("\nThe following packages will be installed:\n    app-1.0.0\n"
+                               "    lib-1.0.0\n    tool-1.0.1\n"));
+  EXPECT_THAT(rows(), ElementsAre("[x] app", "  [x] app-1.0.0", "[x] lib", "  [x] lib-1.0.0",
+                                  "[-] tool", "  [ ] tool-1.0.0", "  [x] tool-1.0.1"));
+}
+
+TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
+  publish(kStore);
+  open_and_wait({"app"});
+  EXPECT_EQ(progress(), "");
+  server_.set_fault("/store/m/lib.xsd", demo::Fault::late(std::chrono::seconds(1)));
+  press(WXK_RETURN);
+  wait_until([this] { return progress().find("1 of 2 files") == 0; }, "the first of two is done");
+  EXPECT_FALSE(dialog().idle());
+  wait_idle();
+  EXPECT_EQ(progress(), "");
+  EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "lib-1.0.0"));
+}
+
+TEST_F(DialogWindowTest, OpensAsItWasClosed) {
+  publish(kStore);
+  open_and_wait();
+  const wxSize first = dialog().GetSize();
+  dialog().SetSize(40, 30, first.x + 60, first.y + 20);
+  grid().GetColumn(1)->SetWidth(333);
+  settle();
+  const wxRect area(dialog().GetPosition(), dialog().GetSize());
+  press(WXK_ESCAPE);
+  EXPECT_FALSE(dialog().IsShown());
+  close();
+  open_and_wait();
+  EXPECT_EQ(wxRect(dialog().GetPosition(), dialog().GetSize()), area);
+  EXPECT_EQ(grid().GetColumn(1)->GetWidth(), 333);
+  close();
+
+  // On a screen that is gone, and larger than the one that is left.
+  ASSERT_TRUE(packages_ui::write_window_state(state_file(), {9000, -500, {5000, 800}, false, {}}));
+  open_and_wait();
+  const wxRect screen = wxDisplay(&dialog()).GetClientArea();
+  EXPECT_TRUE(screen.Contains(dialog().GetScreenRect())) << "the window is in sight";
+  EXPECT_EQ(dialog().GetSize(), wxSize(screen.width, 800));
+  close();
+
+  write_text(state_file(), "{\"x\": ");
+  open_and_wait();
+  EXPECT_EQ(dialog().GetSize(), first) << "as without a file";
+}
+
+}  // namespace
+}  // namespace zendro::tests

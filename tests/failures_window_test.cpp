@@ -1,0 +1,244 @@
+// What goes wrong, seen in the real window: the cause stands in the pane, the window is idle again,
+// and the grid shows what is installed.
+#include <chrono>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "app/options.h"
+#include "app/package_file_start.h"
+#include "tests/window_fixture.h"
+#include "tests/zip_builder.h"
+
+namespace zendro::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+const std::vector<TestPackage> kStore = {
+    {"app-1.0.0", {{"m/app.xsd", "<app/>"}}, {"lib"}},
+    {"lib-1.0.0", {{"m/lib.xsd", "<lib/>"}}},
+    {"tool-1.0.0", {{"m/tool.xsd", "<tool/>"}}},
+};
+
+// Throws whatever it is told to when a URL that contains a text is fetched.
+class ThrowingTransport : public framework::HttpTransport {
+ public:
+  ThrowingTransport(std::string text, std::function<void()> fail)
+      : text_(std::move(text)), fail_(std::move(fail)) {}
+  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
+                                               framework::IoError& error) override {
+    if (request.url.find(text_) != std::string::npos) fail_();
+    return inner_->get(request, error);
+  }
+  framework::SendOutcome post(const framework::HttpRequest& request, std::string_view body,
+                              framework::IoError& error) override {
+    return inner_->post(request, body, error);
+  }
+
+ private:
+  std::string text_;
+  std::function<void()> fail_;
+  std::unique_ptr<framework::HttpTransport> inner_ = framework::make_http_transport();
+};
+
+class FailuresWindowTest : public WindowTest {
+ protected:
+  void open_with_store() {
+    publish(kStore);
+    open_and_wait();
+    ASSERT_THAT(rows(), Contains("  [ ] app-1.0.0"));
+  }
+
+  // Ticks a version and applies that, by keys.
+  void apply(const std::string& identity) {
+    go_to(identity);
+    press(WXK_SPACE);
+    ASSERT_THAT(live_buttons(), Contains("Apply"));
+    press(WXK_RETURN);
+    wait_idle();
+  }
+
+  // The window after a failed run: idle, nothing pending, nothing installed but this.
+  void expect_unchanged(const std::vector<std::string>& identities) {
+    EXPECT_TRUE(dialog().idle());
+    EXPECT_THAT(live_buttons(), Contains("Close"));
+    EXPECT_THAT(live_buttons(), Not(Contains("Apply")));
+    std::vector<std::string> ticked;
+    for (const std::string& row : rows()) {
+      if (row.starts_with("  [x] ")) ticked.push_back(row.substr(6));
+    }
+    EXPECT_EQ(ticked, identities);
+    EXPECT_EQ(std::filesystem::exists(cache_file("pkgs-installed.json"))
+                  ? installed()
+                  : std::vector<std::string>(),
+              identities);
+  }
+
+  void give_up_after(std::chrono::seconds time) {
+    window_cache_->set_transport_factory([time] {
+      framework::TransportSettings settings;
+      settings.connect_timeout = time;
+      settings.stall_time = time;
+      return framework::make_http_transport(settings);
+    });
+  }
+};
+
+TEST_F(FailuresWindowTest, AnExceptionOfTheWorker) {
+  std::function<void()> fail = [] { throw std::runtime_error("no more sockets"); };
+  window_cache_->set_transport_factory(
+      [&fail] { return std::make_unique<ThrowingTransport>("lib.xsd", [&fail] { fail(); }); });
+  open_with_store();
+  apply("app-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr("no more sockets"));
+  expect_unchanged({});
+
+  fail = [] { throw 5; };
+  apply("app-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr("\nUnknown failure\n"));
+  expect_unchanged({});
+
+  fail = [] {};
+  apply("app-1.0.0");
+  expect_unchanged({"app-1.0.0", "lib-1.0.0"});
+}
+
+TEST_F(FailuresWindowTest, AStoreThatStalls) {
+  give_up_after(std::chrono::seconds(1));
+  open_with_store();
+  server_.set_fault("/store/m/tool.xsd", demo::Fault::stall(2));
+  apply("tool-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr(server_.url("store/m/tool.xsd")));
+  EXPECT_THAT(pane(), HasSubstr("slower than 100 bytes/s for 1 s")) << "what the transport said";
+  expect_unchanged({});
+  close();
+
+  server_.set_fault("/bootstrap", demo::Fault::stall());
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap")));
+  EXPECT_THAT(rows(), Contains("  [ ] tool-1.0.0")) << "from the cache";
+}
+
+TEST_F(FailuresWindowTest, AStoreThatCannotBeReached) {
+  publish(kStore);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  ASSERT_TRUE(silent_cache().install({"tool"}));
+  // Nobody listens on the port of "tcpmux" here.
+  options_[app::option::store_bootstrap_url] = "http://127.0.0.1:1/bootstrap";
+  window_cache_ = std::make_shared<pkg::pkg_cache_t>("xsd", options_);
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr("http://127.0.0.1:1/bootstrap"));
+  expect_unchanged({"tool-1.0.0"});
+
+  // What needs no store works.
+  apply("tool-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr(" PKG Uninstall tool-1.0.0.\n"));
+  expect_unchanged({});
+}
+
+TEST_F(FailuresWindowTest, DamagedLists) {
+  publish(kStore);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  ASSERT_TRUE(silent_cache().install({"tool"}));
+  const std::string available = file_text(cache_file("pkgs-available.json"));
+  const std::string of_installed = file_text(cache_file("pkgs-installed.json"));
+  server_.set_fault("/bootstrap", demo::Fault::close());
+
+  write_text(cache_file("pkgs-available.json"), available.substr(0, available.size() / 2));
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-available.json").string()));
+  EXPECT_THAT(rows(), ElementsAre("[x] tool", "  [x] tool-1.0.0")) << "what is installed";
+  close();
+
+  // The store mends a damaged list.
+  server_.clear_faults();
+  open_and_wait();
+  EXPECT_EQ(rows().size(), 6u);
+  EXPECT_EQ(file_text(cache_file("pkgs-available.json")), available);
+  close();
+
+  // Nothing is installed over a list of installed packages that cannot be read.
+  write_text(cache_file("pkgs-installed.json"), of_installed.substr(0, of_installed.size() / 2));
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-installed.json").string()));
+  EXPECT_THAT(rows(), Contains("  [ ] app-1.0.0"));
+  go_to("app-1.0.0");
+  press(WXK_SPACE);
+  press(WXK_RETURN);
+  wait_idle();
+  EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-installed.json").string()));
+  EXPECT_THAT(rows(), Contains("  [ ] app-1.0.0"));
+  EXPECT_EQ(file_text(cache_file("pkgs-installed.json")),
+            of_installed.substr(0, of_installed.size() / 2));
+  EXPECT_FALSE(std::filesystem::exists(package_folder("app-1.0.0") / "m%2Fapp.xsd"));
+}
+
+// Not even the superuser makes a folder where a file stands.
+TEST_F(FailuresWindowTest, FoldersThatCannotBeWritten) {
+  write_text(folder_.path() / "pkgs", "a file");
+  publish(kStore);
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-available.json").string()));
+  EXPECT_THAT(rows(), IsEmpty());
+  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
+  close();
+
+  std::filesystem::remove(folder_.path() / "pkgs");
+  open_with_store();
+  write_text(folder_.path() / "pkgs" / "xsd", "a file");
+  apply("tool-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr(package_folder("tool-1.0.0").string()));
+  expect_unchanged({});
+  EXPECT_EQ(file_text(folder_.path() / "pkgs" / "xsd"), "a file");
+}
+
+TEST_F(FailuresWindowTest, TelemetryThatFailsIsAWarning) {
+  open_with_store();
+  server_.set_fault("/api/package-manager/v1/telemetry", demo::Fault::close());
+  apply("tool-1.0.0");
+  EXPECT_THAT(pane(), HasSubstr(" PKG Install tool-1.0.0.\n"));
+  EXPECT_THAT(pane(), HasSubstr("\nWarning: "));
+  EXPECT_THAT(pane(), HasSubstr(server_.url("api/package-manager/v1/telemetry")));
+  expect_unchanged({"tool-1.0.0"});
+}
+
+TEST_F(FailuresWindowTest, APackageFileNeedsNoStore) {
+  const TestPackage package{"own-1.0.0", {{"m/own.xsd", "<own/>"}}};
+  json::object document = {{"_META", {{"build_number", 1}}},
+                           {"own-1.0.0", package.meta()},
+                           {"provides", json::array{"own"}}};
+  const std::string path = (folder_ / "own.zendro_xmlschemas").string();
+  write_text(path, make_zip({{"m/own.xsd", "<own/>"},
+                             {"ZENDROPKG-INF/pkg-meta.json", json::serialize(document)}}));
+  publish(kStore);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  server_.set_fault("/bootstrap", demo::Fault::close());
+  app::PackageFileStart start = app::start_with_package_file(*window_cache_, path);
+  ASSERT_TRUE(start.open_dialog) << wxString(start.box_text);
+  open_and_wait(std::move(start.preselection));
+  EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap")));
+  EXPECT_THAT(pane(), EndsWith("The following packages will be installed:\n    own-1.0.0\n"));
+  press(WXK_RETURN);
+  wait_idle();
+  expect_unchanged({"own-1.0.0"});
+  EXPECT_EQ(file_text(package_folder("own-1.0.0") / "m%2Fown.xsd"), "<own/>");
+
+  write_text(path, "no archive");
+  start = app::start_with_package_file(*window_cache_, path);
+  EXPECT_FALSE(start.open_dialog);
+  EXPECT_THAT(wxString(start.box_text).utf8_string(),
+              StartsWith("Failed to load packages from " + path + ":"));
+}
+
+}  // namespace
+}  // namespace zendro::tests
