@@ -8,4 +8,9 @@ namespace zendro::packages_ui {
 /// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
 void append_quietly(wxTextCtrl& control, const wxString& text);
 
+/// Scrolls a multi-line text until its last line is in sight, perhaps some time later.
+void scroll_to_end(wxTextCtrl& control);
+/// Whether its last line, or the one before, is in sight now.
+bool shows_end(const wxTextCtrl& control);
+
 }  // namespace zendro::packages_ui

@@ -13,4 +13,12 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
 }
 
+void scroll_to_end(wxTextCtrl& control) { control.ShowPosition(control.GetLastPosition()); }
+
+bool shows_end(const wxTextCtrl& control) {
+  return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) +
+             control.GetCharHeight() >=
+         control.GetScrollRange(wxVERTICAL);
+}
+
 }  // namespace zendro::packages_ui

@@ -1,8 +1,6 @@
 // Proving and downloading the members of packages.
 #include "pkg/download.h"
 
-#include <unistd.h>
-
 #include "app/options.h"
 #include "framework/digest.h"
 #include "pkg/core_context.h"

@@ -4,7 +4,6 @@
 
 #include <wx/app.h>
 #include <wx/button.h>
-#include <wx/textctrl.h>
 #include <wx/timer.h>
 
 namespace zendro::tests {
@@ -43,14 +42,17 @@ std::vector<wxDataViewItem> items_of(const wxDataViewModel& model) {
 
 }  // namespace
 
-WindowLoop::WindowLoop() : window_thread_(std::make_shared<app::WindowThread>(*wxTheApp)) {}
+WindowLoop::WindowLoop() : window_thread_(app::make_window_thread()) {}
+
+void WindowLoop::work() {
+  wxTheApp->ProcessPendingEvents();
+  loop_.YieldFor(wxEVT_CATEGORY_ALL);
+  loop_.ProcessIdle();
+  wxMilliSleep(kRoundMilliseconds);
+}
 
 void WindowLoop::settle() {
-  for (int round = 0; round < kSettleRounds; ++round) {
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
-  }
+  for (int round = 0; round < kSettleRounds; ++round) work();
 }
 
 void WindowLoop::wait_until(const std::function<bool()>& condition, const std::string& what) {
@@ -58,9 +60,7 @@ void WindowLoop::wait_until(const std::function<bool()>& condition, const std::s
   while (!condition()) {
     ASSERT_LT(Clock::now(), end) << "waited in vain: " << what << "; shown is:\n"
                                  << what_is_shown();
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
+    work();
   }
 }
 
