@@ -8,4 +8,7 @@ namespace zendro::packages_ui {
 /// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
 void append_quietly(wxTextCtrl& control, const wxString& text);
 
+/// Gives assistive technology the name of the control, which has no label.
+void make_accessible(wxTextCtrl& control, const char* name);
+
 }  // namespace zendro::packages_ui
