@@ -1,8 +1,6 @@
 #include <clocale>
 #include <cwctype>
 
-#include <locale.h>
-
 #include "packages_ui/fold_case.h"
 
 namespace zendro::packages_ui {

@@ -13,4 +13,7 @@ void scroll_to_end(wxTextCtrl& control);
 /// Whether its last line, or the one before, is in sight now.
 bool shows_end(const wxTextCtrl& control);
 
+/// Gives assistive technology the name of the control, which has no label.
+void make_accessible(wxTextCtrl& control, const char* name);
+
 }  // namespace zendro::packages_ui

@@ -3,10 +3,16 @@
 #include "packages_ui/native_text.h"
 
 namespace zendro::packages_ui {
+namespace {
+
+GtkWidget* text_view(wxTextCtrl& control) {
+  return gtk_bin_get_child(GTK_BIN(control.GetHandle()));
+}
+
+}  // namespace
 
 void append_quietly(wxTextCtrl& control, const wxString& text) {
-  GtkWidget* view = gtk_bin_get_child(GTK_BIN(control.GetHandle()));
-  GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(view));
+  GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(text_view(control)));
   GtkTextIter end;
   gtk_text_buffer_get_end_iter(buffer, &end);
   const wxScopedCharBuffer bytes = text.utf8_str();
@@ -19,6 +25,10 @@ bool shows_end(const wxTextCtrl& control) {
   return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) +
              control.GetCharHeight() >=
          control.GetScrollRange(wxVERTICAL);
+}
+
+void make_accessible(wxTextCtrl& control, const char* name) {
+  atk_object_set_name(gtk_widget_get_accessible(text_view(control)), name);
 }
 
 }  // namespace zendro::packages_ui

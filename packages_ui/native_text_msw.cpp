@@ -1,4 +1,5 @@
 #include <windows.h>
+#include <wx/access.h>
 #include <wx/textfile.h>
 
 #include "packages_ui/native_text.h"
@@ -27,6 +28,19 @@ class WithoutDrawing {
   const wxTextCtrl& control_;
 };
 
+class Named : public wxAccessible {
+ public:
+  Named(wxWindow* window, const char* name) : wxAccessible(window), name_(name) {}
+  wxAccStatus GetName(int child, wxString* name) override {
+    if (child != wxACC_SELF) return wxAccessible::GetName(child, name);
+    *name = name_;
+    return wxACC_OK;
+  }
+
+ private:
+  const wxString name_;
+};
+
 }  // namespace
 
 void append_quietly(wxTextCtrl& control, const wxString& text) {
@@ -53,6 +67,10 @@ bool shows_end(const wxTextCtrl& control) {
   tell(control, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&area));
   const LRESULT in_sight = (area.bottom - area.top) / control.GetCharHeight();
   return tell(control, EM_GETFIRSTVISIBLELINE) + in_sight + 1 >= tell(control, EM_GETLINECOUNT);
+}
+
+void make_accessible(wxTextCtrl& control, const char* name) {
+  control.SetAccessible(new Named(&control, name));
 }
 
 }  // namespace zendro::packages_ui

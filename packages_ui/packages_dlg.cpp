@@ -19,6 +19,7 @@
 #include "packages_ui/button_states.h"
 #include "packages_ui/dialog_questions.h"
 #include "packages_ui/embedded_files.h"
+#include "packages_ui/native_text.h"
 #include "packages_ui/pending_changes.h"
 #include "packages_ui/pictures.h"
 #include "packages_ui/shown_text.h"
@@ -113,6 +114,7 @@ void PackagesDlg::load_form(wxWindow* parent) {
 
 void PackagesDlg::create_controls() {
   auto* output = XRCCTRL(*this, "edtOutput", wxTextCtrl);
+  make_accessible(*output, "Output");
   pane_ = std::make_unique<OutputPane>(output, post_);
 
   grid_ = new PackagesRelDisp(this, kIdTreePackages, [this] { return caption_of(kIdPatch); });

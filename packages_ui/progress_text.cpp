@@ -38,8 +38,7 @@ std::wstring amount(std::uint64_t bytes, const Unit& unit) {
 }
 
 std::wstring bytes_text(const pkg::progress_t& progress) {
-  // What has arrived completely is no longer under way.
-  if (progress.bytes_done == 0 || progress.bytes_done == progress.bytes) return {};
+  if (progress.bytes_done == 0) return {};
   // A size that is already exceeded was none.
   const bool sized = progress.bytes && *progress.bytes >= progress.bytes_done;
   const Unit& unit = unit_for(sized ? *progress.bytes : progress.bytes_done);

@@ -17,10 +17,7 @@ class progress_reporter_t::watched_response : public framework::HttpResponse {
   void flush() override { inner_->flush(); }
   std::int64_t read(void* buffer, std::size_t size) override {
     const std::int64_t count = inner_->read(buffer, size);
-    if (count > 0) {
-      reporter_.progress_.bytes_done += static_cast<std::uint64_t>(count);
-      reporter_.tell();
-    }
+    reporter_.received(count);
     return count;
   }
   std::int64_t write(const void* buffer, std::size_t size) override {
@@ -45,21 +42,34 @@ void progress_reporter_t::begin(std::uint64_t members) {
 
 void progress_reporter_t::member_done() {
   ++progress_.members_done;
-  progress_.bytes_done = 0;
-  progress_.bytes.reset();
+  end_transfer();
   tell();
 }
 
 std::shared_ptr<framework::HttpResponse> progress_reporter_t::watch(
     std::shared_ptr<framework::HttpResponse> response) {
   if (!sink_ || !response) return response;
-  progress_.bytes_done = 0;
-  progress_.bytes.reset();
+  end_transfer();
   if (const std::int64_t size = response->size(); size >= 0) {
     progress_.bytes = static_cast<std::uint64_t>(size);
   }
   tell();
   return std::make_shared<watched_response>(std::move(response), *this);
+}
+
+// An answer that is read to its end is no longer under way.
+void progress_reporter_t::received(std::int64_t count) {
+  if (count > 0) {
+    progress_.bytes_done += static_cast<std::uint64_t>(count);
+  } else {
+    end_transfer();
+  }
+  tell();
+}
+
+void progress_reporter_t::end_transfer() {
+  progress_.bytes_done = 0;
+  progress_.bytes.reset();
 }
 
 void progress_reporter_t::tell() const {

@@ -13,7 +13,7 @@ namespace zendro::pkg {
 struct progress_t {
   std::uint64_t members_done = 0;
   std::uint64_t members = 0;     ///< of all packages of the operation; 0: none are provided
-  std::uint64_t bytes_done = 0;  ///< of the transfer under way
+  std::uint64_t bytes_done = 0;  ///< of the transfer under way; 0 between two
   std::optional<std::uint64_t> bytes = {};  ///< its size, where the server tells it
 };
 
@@ -34,6 +34,8 @@ class progress_reporter_t {
 
  private:
   class watched_response;
+  void received(std::int64_t count);
+  void end_transfer();
   void tell() const;
 
   progress_sink_t sink_;

@@ -82,7 +82,9 @@ TEST_F(DialogWindowTest, ADoubleClickChoosesThePatch) {
       grid().GetItemRect(find("tool-1.0.0"), grid().GetColumn(PackagesViewbase::kTitle));
   wxUIActionSimulator mouse;
   mouse.MouseMove(grid().ClientToScreen(cell.GetTopLeft()) + wxPoint(5, cell.height / 2));
-  settle();
+  const auto datatip = [this] { return grid().GetMainWindow()->GetToolTipText().utf8_string(); };
+  wait_until([&] { return !datatip().empty(); }, "the row has a datatip");
+  EXPECT_THAT(datatip(), HasSubstr("Patch Selection")) << "how the upgrade is chosen";
   mouse.MouseDblClick();
   wait_for_pane("The following packages will be patched:\n    tool-1.0.0");
   EXPECT_THAT(live_buttons(), ElementsAre("Deselect All", "Reset Selection", "Apply", "Cancel"));

@@ -1,6 +1,8 @@
 // Proving and downloading the members of packages.
 #include "pkg/download.h"
 
+#include <algorithm>
+
 #include "app/options.h"
 #include "framework/digest.h"
 #include "pkg/core_context.h"
@@ -159,6 +161,14 @@ TEST_F(DownloadTest, TellsHowFarItIs) {
   EXPECT_TRUE(complete);
   EXPECT_EQ(seen.back().members_done, 3u);
   EXPECT_EQ(seen.back().members, 3u);
+
+  // Of an operation without members its transfers are told.
+  seen.clear();
+  EXPECT_TRUE(cache().update_store_information(true));
+  ASSERT_FALSE(seen.empty());
+  const auto under_way = [](const pkg::progress_t& progress) { return progress.bytes_done > 0; };
+  EXPECT_GE(std::count_if(seen.begin(), seen.end(), under_way), 2) << "bootstrap and list";
+  EXPECT_FALSE(under_way(seen.back())) << "what has arrived is not under way";
 }
 
 // A transport whose transfers break off without anything being recorded.

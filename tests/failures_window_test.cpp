@@ -113,6 +113,19 @@ TEST_F(FailuresWindowTest, AnExceptionOfTheWorker) {
   expect_unchanged({"app-1.0.0", "lib-1.0.0"});
 }
 
+// The same while the list is brought up to date.
+TEST_F(FailuresWindowTest, AnExceptionAtTheStart) {
+  publish(kStore);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  window_cache_->set_transport_factory([]() -> std::unique_ptr<framework::HttpTransport> {
+    throw std::runtime_error("no sockets");
+  });
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr("no sockets"));
+  EXPECT_THAT(rows(), Contains("  [ ] tool-1.0.0")) << "from the cache";
+  expect_unchanged({});
+}
+
 TEST_F(FailuresWindowTest, AStoreThatStalls) {
   give_up_after(std::chrono::seconds(1));
   open_with_store();
@@ -146,6 +159,29 @@ TEST_F(FailuresWindowTest, AStoreThatCannotBeReached) {
   expect_unchanged({});
 }
 
+TEST_F(FailuresWindowTest, AFreshMachineWithoutAStore) {
+  serve_bootstrap("no JSON");
+  open_and_wait();
+  EXPECT_THAT(rows(), IsEmpty());
+  EXPECT_THAT(pane(), HasSubstr("\nCan't read Zendro XML Schema store information."));
+  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
+  close();
+
+  publish(kStore);
+  serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + "\"}");
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  server_.set_fault("/bootstrap", demo::Fault::close());
+  open_and_wait({"lib-1", "nothing"});
+  EXPECT_THAT(pane(), HasSubstr("\nCan't connect to Zendro XML Schema store."));
+  EXPECT_THAT(pane(), EndsWith("\nNo information found for XML Schema nothing.\n"
+                               "The following packages will be installed:\n    lib-1.0.0\n"));
+  press(WXK_RETURN);
+  wait_idle();
+  EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap"))) << "the cause";
+  EXPECT_THAT(rows(), Contains("  [ ] lib-1.0.0")) << "what is really installed";
+  expect_unchanged({});
+}
+
 TEST_F(FailuresWindowTest, DamagedLists) {
   publish(kStore);
   ASSERT_TRUE(silent_cache().update_store_information(true));
@@ -165,6 +201,13 @@ TEST_F(FailuresWindowTest, DamagedLists) {
   open_and_wait();
   EXPECT_EQ(rows().size(), 6u);
   EXPECT_EQ(file_text(cache_file("pkgs-available.json")), available);
+  close();
+
+  write_text(cache_file("pkgs-installed.json"), "{\"lib-1.0.0\": 5}");
+  open_and_wait();
+  EXPECT_THAT(pane(), HasSubstr("\nCan't read XML Schema information from "));
+  EXPECT_THAT(pane(), Not(EndsWith("click \"Apply\".\n")));
+  EXPECT_EQ(rows().size(), 6u);
   close();
 
   // Nothing is installed over a list of installed packages that cannot be read.

@@ -1,6 +1,5 @@
 // The real window: opened on a display, driven by keys and mouse, on a store on loopback.
 #include <cstdio>
-#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,7 +15,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 const std::vector<TestPackage> kStore = {
@@ -138,51 +136,6 @@ TEST_F(WindowTest, TicksWithTheMouse) {
   settle();
   EXPECT_EQ(rows().back(), "  [x] tool-1.0.1");
   EXPECT_EQ(pane(), "The following packages will be installed:\n    tool-1.0.1");
-}
-
-TEST_F(WindowTest, StaysUsableWithoutAStore) {
-  serve_bootstrap("no JSON");
-  open_and_wait();
-  EXPECT_THAT(rows(), IsEmpty()) << "a fresh machine";
-  EXPECT_THAT(pane(), HasSubstr("\nCan't read Zendro XML Schema store information."));
-  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
-  close();
-
-  publish(kStore);
-  serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + "\"}");
-  ASSERT_TRUE(silent_cache().update_store_information(true));
-  server_.set_fault("/bootstrap", demo::Fault::close());
-  open_and_wait({"lib-1", "nothing"});
-  EXPECT_THAT(pane(), HasSubstr("\nCan't connect to Zendro XML Schema store."));
-  EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap"))) << "the cause";
-  EXPECT_THAT(pane(), EndsWith("\nNo information found for XML Schema nothing.\n"
-                               "The following packages will be installed:\n    lib-1.0.0\n"));
-  press(WXK_RETURN);
-  wait_idle();
-  EXPECT_FALSE(std::filesystem::exists(cache_file("pkgs-installed.json")));
-  EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap")));
-  EXPECT_THAT(rows(), testing::Contains("  [ ] lib-1.0.0")) << "what is really installed";
-  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
-}
-
-TEST_F(WindowTest, DamageAndExceptionsEndInThePane) {
-  publish(kStore);
-  ASSERT_TRUE(silent_cache().update_store_information(true));
-  write_text(cache_file("pkgs-installed.json"), "{\"lib-1.0.0\": 5}");
-  open_and_wait();
-  EXPECT_THAT(pane(), HasSubstr("\nCan't read XML Schema information from "));
-  EXPECT_THAT(pane(), Not(EndsWith("click \"Apply\".\n")));
-  EXPECT_EQ(rows().size(), 8u);
-  close();
-
-  std::filesystem::remove(cache_file("pkgs-installed.json"));
-  window_cache_->set_transport_factory([]() -> std::unique_ptr<framework::HttpTransport> {
-    throw std::runtime_error("no sockets");
-  });
-  open_and_wait();
-  EXPECT_THAT(pane(), HasSubstr("no sockets"));
-  EXPECT_EQ(rows().size(), 8u);
-  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
 }
 
 TEST_F(WindowTest, AWindowThatIsGoneIsNotReachedAnyMore) {
