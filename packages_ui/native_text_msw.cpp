@@ -1,4 +1,6 @@
+#include <objbase.h>
 #include <windows.h>
+#include <oleacc.h>
 #include <wx/access.h>
 #include <wx/textfile.h>
 
@@ -62,15 +64,21 @@ void scroll_to_end(wxTextCtrl& control) {
   tell(control, EM_LINESCROLL, 0, tell(control, EM_GETLINECOUNT));
 }
 
+// The control scrolls by lines.
 bool shows_end(const wxTextCtrl& control) {
-  RECT area = {};
-  tell(control, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&area));
-  const LRESULT in_sight = (area.bottom - area.top) / control.GetCharHeight();
-  return tell(control, EM_GETFIRSTVISIBLELINE) + in_sight + 1 >= tell(control, EM_GETLINECOUNT);
+  return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) + 1 >=
+         control.GetScrollRange(wxVERTICAL);
 }
 
 void make_accessible(wxTextCtrl& control, const char* name) {
-  control.SetAccessible(new Named(&control, name));
+  IAccPropServices* services = nullptr;
+  if (FAILED(CoCreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER,
+                              IID_IAccPropServices, reinterpret_cast<void**>(&services)))) {
+    return;  // the control then has no name there
+  }
+  services->SetHwndPropStr(control.GetHWND(), static_cast<DWORD>(OBJID_CLIENT), CHILDID_SELF,
+                           PROPID_ACC_NAME, wxString(name).wc_str());
+  services->Release();
 }
 
 }  // namespace zendro::packages_ui

@@ -13,6 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::StartsWith;
 using tests::FolderTest;
+using tests::with_slashes;
 
 TEST(PlainNameTest, AcceptsWhatEveryPlatformCanStore) {
   for (const std::string& name :
@@ -69,12 +70,13 @@ TEST_F(FolderTest, CreatesReadsAndRemovesInItself) {
   EXPECT_EQ(get("inside/a (b); c=d, e.zip"), "shorter");
   EXPECT_TRUE(folder_->create_folder("sub", error_));
   EXPECT_TRUE(folder_->create_folder("sub", error_));
-  const auto sub = folder_->open_folder("sub", error_);
+  auto sub = folder_->open_folder("sub", error_);
   ASSERT_TRUE(sub) << error_.text;
   EXPECT_EQ(sub->path(), temp_ / "inside/sub");
   EXPECT_TRUE(sub->create_file("deep", error_));
   EXPECT_FALSE(sub->open_file("missing", error_));
-  EXPECT_THAT(error_.text, StartsWith((temp_ / "inside/sub/missing").string() + ": "));
+  EXPECT_THAT(with_slashes(error_.text),
+              StartsWith(with_slashes((temp_ / "inside/sub/missing").string()) + ": "));
 
   EXPECT_FALSE(folder_->create_folder("a (b); c=d, e.zip", error_));
   EXPECT_FALSE(folder_->remove_folder("sub", error_)) << "not empty";
@@ -82,6 +84,7 @@ TEST_F(FolderTest, CreatesReadsAndRemovesInItself) {
   EXPECT_FALSE(folder_->remove_file("sub", error_)) << "a folder";
   EXPECT_FALSE(folder_->create_file("sub", error_)) << "a folder";
   EXPECT_TRUE(sub->remove_file("deep", error_));
+  sub.reset();
   EXPECT_TRUE(folder_->remove_folder("sub", error_));
   EXPECT_TRUE(folder_->remove_file("a (b); c=d, e.zip", error_));
   EXPECT_TRUE(fs::is_empty(temp_ / "inside"));

@@ -236,6 +236,7 @@ Told told_of(IAccessible& control, LONG child) {
 TEST_F(WindowsDesktopTest, AssistiveTechnologyIsToldOfTheRows) {
   publish(kStore);
   open_and_wait({"app-1.0.0"});
+  dynamic_cast<packages_ui::PackagesRelDisp&>(grid()).expand_all();
   IAccessible* control = nullptr;
   ASSERT_EQ(AccessibleObjectFromWindow(grid().GetHWND(), static_cast<DWORD>(OBJID_CLIENT),
                                        __uuidof(IAccessible), reinterpret_cast<void**>(&control)),

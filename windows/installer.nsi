@@ -229,12 +229,17 @@ Section "un.The managers"
 SectionEnd
 
 ; The system's own command: it removes links instead of what they lead to, and paths of any length.
-Section /o "un.Installed packages, package lists and options" packages
+Section /o "un.Installed packages and all settings" packages
   nsExec::Exec '"$SYSDIR\cmd.exe" /d /c rd /s /q "\\?\${BASE_FOLDER}"'
   Pop $0
   ${If} ${FileExists} "${BASE_FOLDER}\*.*"
     Abort "Not everything in ${BASE_FOLDER} can be removed."
   ${EndIf}
+  ; Where the user's windows were.
+  SetShellVarContext current
+  Delete "$APPDATA\zendro-package-manager\window-xsd.json"
+  Delete "$APPDATA\zendro-package-manager\window-xbrl.json"
+  RMDir "$APPDATA\zendro-package-manager"
 SectionEnd
 
 Function un.onInit
