@@ -19,7 +19,19 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
 }
 
-void scroll_to_end(wxTextCtrl& control) { control.ShowPosition(control.GetLastPosition()); }
+// The view scrolls to a mark when it knows how high the lines before it are.
+void scroll_to_end(wxTextCtrl& control) {
+  constexpr char kEndMark[] = "zendro-end";
+  auto* view = GTK_TEXT_VIEW(text_view(control));
+  GtkTextBuffer* buffer = gtk_text_view_get_buffer(view);
+  GtkTextMark* mark = gtk_text_buffer_get_mark(buffer, kEndMark);
+  if (mark == nullptr) {
+    GtkTextIter end;
+    gtk_text_buffer_get_end_iter(buffer, &end);
+    mark = gtk_text_buffer_create_mark(buffer, kEndMark, &end, FALSE);  // stays behind new text
+  }
+  gtk_text_view_scroll_to_mark(view, mark, 0, FALSE, 0, 0);
+}
 
 bool shows_end(const wxTextCtrl& control) {
   return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) +

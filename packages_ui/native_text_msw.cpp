@@ -64,10 +64,13 @@ void scroll_to_end(wxTextCtrl& control) {
   tell(control, EM_LINESCROLL, 0, tell(control, EM_GETLINECOUNT));
 }
 
-// The control scrolls by lines.
 bool shows_end(const wxTextCtrl& control) {
-  return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) + 1 >=
-         control.GetScrollRange(wxVERTICAL);
+  SCROLLINFO lines = {};
+  lines.cbSize = sizeof lines;
+  lines.fMask = SIF_ALL;
+  // There is none while everything is in sight.
+  if (!GetScrollInfo(control.GetHWND(), SB_VERT, &lines)) return true;
+  return lines.nPos + static_cast<int>(lines.nPage) >= lines.nMax;
 }
 
 void make_accessible(wxTextCtrl& control, const char* name) {

@@ -251,7 +251,8 @@ void PackagesDlg::OnCharHook(wxKeyEvent& event) {
     }
     if (grid_has_focus()) {
       if (key == WXK_SPACE) {
-        grid_->toggle_current();
+        // The change may ask a question, which must not happen while a key is under way.
+        CallAfter([this] { grid_->toggle_current(); });
         return;
       }
     }

@@ -59,8 +59,7 @@ void PackagesRelDisp::bind_events() {
       expanded_.erase(*package);
     }
   });
-  Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED,
-       [this](wxDataViewEvent& event) { choose_patch(event.GetItem()); });
+  Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, &PackagesRelDisp::on_activated, this);
   Bind(wxEVT_DATAVIEW_COLUMN_HEADER_CLICK, [this](wxDataViewEvent& event) {
     const auto column = kSortColumns[event.GetColumn()];
     // The rows change, which must not happen inside the control's own handler.
@@ -261,11 +260,14 @@ void PackagesRelDisp::toggle(const wxDataViewItem& item) {
   }
 }
 
-void PackagesRelDisp::choose_patch(const wxDataViewItem& item) {
+void PackagesRelDisp::on_activated(wxDataViewEvent& event) {
+  const wxDataViewItem item = event.GetItem();
+  if (item == toggled_item_ && wxGetLocalTimeMillis() - toggled_at_ < kDoubleClickTime) {
+    event.Skip();  // for a control that has not taken the second click as such yet
+    return;
+  }
   const auto row = PackagesViewbase::version_of(item);
-  if (!row || selection_ == nullptr || locked_ || changing_) return;
-  if (item == toggled_item_ && wxGetLocalTimeMillis() - toggled_at_ < kDoubleClickTime) return;
-  selection_->choose_patch(*row);
+  if (row && selection_ != nullptr && !locked_ && !changing_) selection_->choose_patch(*row);
 }
 
 void PackagesRelDisp::on_char(wxKeyEvent& event) {

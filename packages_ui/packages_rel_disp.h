@@ -68,7 +68,7 @@ class PackagesRelDisp : public wxDataViewCtrl {
   void add_columns();
   void bind_events();
   void toggle(const wxDataViewItem& item);
-  void choose_patch(const wxDataViewItem& item);
+  void on_activated(wxDataViewEvent& event);
   void sort_by(SortColumn column);
   void mark_sorted_column();
 

@@ -84,6 +84,7 @@ WindowTest::WindowTest(std::string type)
 WindowTest::~WindowTest() { close(); }
 
 void WindowTest::open(std::vector<std::string> preselection) {
+  close();
   dialog_ = std::make_unique<packages_ui::PackagesDlg>(nullptr, window_cache_, window_thread(),
                                                        std::move(preselection), state_file());
   dialog_->Show();
