@@ -1,8 +1,8 @@
 #include <array>
 #include <vector>
 
-#include <shlobj.h>
 #include <windows.h>
+#include <shlobj.h>
 
 #include "framework/files.h"
 #include "framework/handle_win32.h"

@@ -276,18 +276,24 @@ void PackagesDlg::report(const msg::Message& message) { pane_->append_line(shown
 
 void PackagesDlg::update_buttons() {
   const ButtonStates states = selection_ ? button_states(*selection_) : ButtonStates{};
-  FindWindow(kIdApply)->Enable(states.changed);
-  FindWindow(kIdReset)->Enable(states.changed);
-  FindWindow(kIdClear)->Enable(states.any_checked);
-  FindWindow(kIdPatch)->Enable(states.patchable);
-  wxWindow* close = FindWindow(kIdClose);
-  close->Enable();
-  close->SetLabel(wxString(
+  enable(kIdApply, states.changed);
+  enable(kIdReset, states.changed);
+  enable(kIdClear, states.any_checked);
+  enable(kIdPatch, states.patchable);
+  enable(kIdClose, true);
+  FindWindow(kIdClose)->SetLabel(wxString(
       ui_message(states.changed ? UiCode::PackageUIButtonCancel : UiCode::PackageUIButtonClose)));
 }
 
 void PackagesDlg::disable_buttons() {
-  for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) FindWindow(id)->Disable();
+  for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) enable(id, false);
+}
+
+// The keyboard goes from a button that is disabled to the grid, not to whatever button is next.
+void PackagesDlg::enable(int id, bool enabled) {
+  wxWindow* button = FindWindow(id);
+  if (!enabled && button->HasFocus()) grid_->SetFocus();
+  button->Enable(enabled);
 }
 
 void PackagesDlg::set_idle(bool idle) {

@@ -76,6 +76,7 @@ class PackagesDlg : public wxDialog, public ParentUI {
   void show_loaded(std::unique_ptr<PackageTable> table);
   void update_buttons();
   void disable_buttons();
+  void enable(int id, bool enabled);
   void set_idle(bool idle);
   [[nodiscard]] bool grid_has_focus() const;
   [[nodiscard]] std::wstring caption_of(int id) const;

@@ -16,8 +16,7 @@ TEST(SourceFiles, LinksAreFollowedWithinTheirRoot) {
   fs::create_symlink("/etc/b.ent", root / "usr/dtd/b.ent");
   fs::create_symlink("/nowhere", root / "usr/dtd/broken");
   fs::create_symlink("../../../../../../../../etc/passwd", root / "usr/dtd/outside");
-  const std::vector<SourceFile> files =
-      collect_files(root.path(), "usr/dtd", {"page.dtd", "b.ent", "*"});
+  const std::vector<SourceFile> files = collect_files(root.path(), "usr/dtd", {"*"});
   ASSERT_EQ(files.size(), 2u);
   EXPECT_EQ(files[0].path, "b.ent");
   EXPECT_EQ(files[0].bytes, "entities");
