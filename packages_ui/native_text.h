@@ -7,9 +7,10 @@ namespace zendro::packages_ui {
 
 /// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
 void append_quietly(wxTextCtrl& control, const wxString& text);
+/// Appends to a multi-line text and scrolls until its last line is in sight, perhaps some time
+/// later; what is selected stays.
+void append_and_follow(wxTextCtrl& control, const wxString& text);
 
-/// Scrolls a multi-line text until its last line is in sight, perhaps some time later.
-void scroll_to_end(wxTextCtrl& control);
 /// Whether its last line, or the one before, is in sight now.
 bool shows_end(const wxTextCtrl& control);
 

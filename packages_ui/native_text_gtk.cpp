@@ -19,18 +19,14 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
 }
 
-// The view scrolls to a mark when it knows how high the lines before it are.
-void scroll_to_end(wxTextCtrl& control) {
-  constexpr char kEndMark[] = "zendro-end";
-  auto* view = GTK_TEXT_VIEW(text_view(control));
-  GtkTextBuffer* buffer = gtk_text_view_get_buffer(view);
-  GtkTextMark* mark = gtk_text_buffer_get_mark(buffer, kEndMark);
-  if (mark == nullptr) {
-    GtkTextIter end;
-    gtk_text_buffer_get_end_iter(buffer, &end);
-    mark = gtk_text_buffer_create_mark(buffer, kEndMark, &end, FALSE);  // stays behind new text
-  }
-  gtk_text_view_scroll_to_mark(view, mark, 0, FALSE, 0, 0);
+// The cursor at the end is what makes the view follow once it knows how high its lines are.
+void append_and_follow(wxTextCtrl& control, const wxString& text) {
+  long selected_from = 0;
+  long selected_to = 0;
+  control.GetSelection(&selected_from, &selected_to);
+  control.AppendText(text);
+  if (selected_from != selected_to) control.SetSelection(selected_from, selected_to);
+  control.ShowPosition(control.GetLastPosition());
 }
 
 bool shows_end(const wxTextCtrl& control) {

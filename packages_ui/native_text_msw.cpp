@@ -1,7 +1,6 @@
 #include <objbase.h>
 #include <windows.h>
 #include <oleacc.h>
-#include <wx/access.h>
 #include <wx/textfile.h>
 
 #include "packages_ui/native_text.h"
@@ -30,19 +29,6 @@ class WithoutDrawing {
   const wxTextCtrl& control_;
 };
 
-class Named : public wxAccessible {
- public:
-  Named(wxWindow* window, const char* name) : wxAccessible(window), name_(name) {}
-  wxAccStatus GetName(int child, wxString* name) override {
-    if (child != wxACC_SELF) return wxAccessible::GetName(child, name);
-    *name = name_;
-    return wxACC_OK;
-  }
-
- private:
-  const wxString name_;
-};
-
 }  // namespace
 
 void append_quietly(wxTextCtrl& control, const wxString& text) {
@@ -60,7 +46,8 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   tell(control, EM_LINESCROLL, 0, first_in_sight - tell(control, EM_GETFIRSTVISIBLELINE));
 }
 
-void scroll_to_end(wxTextCtrl& control) {
+void append_and_follow(wxTextCtrl& control, const wxString& text) {
+  append_quietly(control, text);
   tell(control, EM_LINESCROLL, 0, tell(control, EM_GETLINECOUNT));
 }
 

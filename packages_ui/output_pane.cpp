@@ -53,9 +53,12 @@ void OutputPane::flush(std::size_t limit) {
   if (!at_line_start_) lines.insert(0, 1, L'\n');
   at_line_start_ = true;
 
-  const bool follows = follows_newest_line();
-  append_quietly(*control_, control_text(std::move(lines)));
-  if (follows) scroll_to_end(*control_);
+  const wxString text = control_text(std::move(lines));
+  if (follows_newest_line()) {
+    append_and_follow(*control_, text);
+  } else {
+    append_quietly(*control_, text);
+  }
   control_->Update();
 }
 
