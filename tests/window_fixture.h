@@ -10,6 +10,7 @@
 
 #include <wx/evtloop.h>
 #include <wx/textctrl.h>
+#include <wx/timer.h>
 #include <wx/uiaction.h>
 
 #include "app/window_thread.h"
@@ -52,6 +53,7 @@ class WindowLoop {
 
   wxGUIEventLoop loop_;
   wxEventLoopActivator active_{&loop_};
+  wxTimer heartbeat_;
   wxUIActionSimulator simulator_;
   std::shared_ptr<framework::ActionPoster> window_thread_;
 };
