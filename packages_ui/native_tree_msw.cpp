@@ -3,6 +3,7 @@
 
 #include <wx/access.h>
 #include <wx/event.h>
+#include <wx/settings.h>
 
 #include "packages_ui/native_tree.h"
 
@@ -65,6 +66,20 @@ void show_expanded(wxDataViewCtrl& control, PackagesViewbase& view,
     if (expanded.count(packages[index]) != 0) control.Expand(item);
   }
   view.set_top_level(packages);
+}
+
+// Every second row a little towards the text's colour: the toolkit's own choice is too light for
+// text on a dark background.
+void set_row_colours(wxDataViewCtrl& control) {
+  constexpr double kShare = 0.04;
+  const wxColour row = wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
+  const wxColour text = wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOXTEXT);
+  const auto blend = [](unsigned char from, unsigned char to) {
+    return wxColour::AlphaBlend(to, from, kShare);
+  };
+  control.SetAlternateRowColour(wxColour(blend(row.Red(), text.Red()),
+                                         blend(row.Green(), text.Green()),
+                                         blend(row.Blue(), text.Blue())));
 }
 
 // What assistive technology is told beyond what the toolkit knows: the control's name for people
@@ -199,6 +214,11 @@ void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending) {
 
 void set_up(wxDataViewCtrl& control, wxDataViewColumn&, const char* name) {
   control.SetAccessible(new Accessible(&control, name));
+  set_row_colours(control);
+  control.Bind(wxEVT_SYS_COLOUR_CHANGED, [&control](wxSysColourChangedEvent& event) {
+    set_row_colours(control);
+    event.Skip();
+  });
 }
 
 }  // namespace zendro::packages_ui::native_tree
