@@ -61,6 +61,13 @@ class HttpTransport {
 
   /// POSTs `body`; the answer's body is not read. `error` has the cause unless the outcome is sent.
   virtual SendOutcome post(const HttpRequest& request, std::string_view body, IoError& error) = 0;
+
+  /// Tells which plain GETs (no further headers, no trace) are likely to follow, in this order,
+  /// instead of what was expected before. After the next answer the transport may send some of them
+  /// ahead of their turn, over a bounded number of connections and into bounded memory. What get()
+  /// returns stays what it would be without: an answer that was cut short or refused meanwhile is
+  /// asked for once more in its turn. Does nothing by itself.
+  virtual void expect(std::vector<std::string> urls) { static_cast<void>(urls); }
 };
 
 struct TransportSettings {

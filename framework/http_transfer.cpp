@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "framework/http_url.h"
+
 namespace zendro::framework {
 namespace {
 
@@ -17,6 +19,10 @@ std::string_view trimmed(std::string_view text) {
 }
 
 }  // namespace
+
+IoError failure_of(std::string_view url, std::string_view cause) {
+  return {presentable(url) + ": " + presentable(cause)};
+}
 
 bool HeaderNameLess::operator()(std::string_view a, std::string_view b) const {
   return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),

@@ -14,6 +14,9 @@
 
 namespace zendro::framework {
 
+/// What a failed request to `url` reports.
+IoError failure_of(std::string_view url, std::string_view cause);
+
 /// Whether two header names are the same (RFC 9110, section 5.1).
 bool same_header_name(std::string_view a, std::string_view b);
 
@@ -72,8 +75,9 @@ class Transfer {
   bool answered = false;  ///< the headers of the final answer are complete
   bool unwanted = false;  ///< the body is thrown away
   bool paused = false;    ///< bytes are held back until there is room for them
-  bool over = false;      ///< nothing more will arrive
-  std::string cause;      ///< why it ended before its time; empty: it did not
+  std::chrono::steady_clock::time_point paused_since;
+  bool over = false;  ///< nothing more will arrive
+  std::string cause;  ///< why it ended before its time; empty: it did not
 
  private:
   HttpHeaders::iterator last_header_ = headers.end();

@@ -1,8 +1,10 @@
 #include "pkg/download.h"
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,11 +35,20 @@ class package_download {
         place_(context, package.meta),
         block_(framework::kIoBlock) {}
 
+  ~package_download() {
+    if (store_) context_.http().expect({});
+  }
+  package_download(const package_download&) = delete;
+  package_download& operator=(const package_download&) = delete;
+
   bool run() {
     if (!open_folder()) return false;
     const json::object* files = package_.meta.files();
     if (files == nullptr) return true;
-    for (const json::key_value_pair& file : *files) {
+    following_ = *files;
+    while (!following_.empty()) {
+      const json::key_value_pair& file = following_.front();
+      following_ = following_.subspan(1);
       const std::string_view member(file.key().data(), file.key().size());
       if (!provide(member, framework::as_string(file.value()))) return false;
       context_.progress().member_done();
@@ -46,6 +57,9 @@ class package_download {
   }
 
  private:
+  // The digests of members by their comparable local names.
+  using digests_t = std::map<std::string, Sha256Digest>;
+
   bool open_folder() {
     std::string cause;
     IoError error;
@@ -70,9 +84,7 @@ class package_download {
                             text_argument(L"sum", digest_text), context_.pkgtype()});
     }
     const std::string local_name = local_member_name(member);
-    const auto [first, is_new] =
-        provided_.try_emplace(framework::comparable_name(local_name), *expected);
-    if (!is_new && first->second != *expected) {
+    if (claim(local_name, *expected, provided_) == claim_t::refused) {
       return context_.fail(msg::Code::checksum_invalid,
                            {pkg_argument(package_.identity), text_argument(L"file", member),
                             text_argument(L"sum", digest_text), context_.pkgtype()},
@@ -85,6 +97,43 @@ class package_download {
       context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress, mismatch(member));
     }
     return download(member, local_name, *expected);
+  }
+
+  enum class claim_t { first, again, refused };
+
+  // Two members may have the same local file only if they have the same bytes.
+  static claim_t claim(const std::string& local_name, const Sha256Digest& digest,
+                       digests_t& provided) {
+    const auto [first, is_new] =
+        provided.try_emplace(framework::comparable_name(local_name), digest);
+    if (is_new) return claim_t::first;
+    return first->second == digest ? claim_t::again : claim_t::refused;
+  }
+
+  // Lets the transport read ahead: the members that will be downloaded after the current one, up to
+  // the first one that will be refused. A trace is to show one request after the other.
+  void expect_following() {
+    if (!trace_log().empty()) return;
+    std::vector<std::string> urls;
+    digests_t provided = provided_;
+    for (const json::key_value_pair& file : following_) {
+      const std::string_view member(file.key().data(), file.key().size());
+      if (!file.value().is_string()) break;
+      const std::optional<Sha256Digest> digest =
+          framework::parse_sha256(framework::as_string(file.value()));
+      if (!digest) break;
+      const std::string local_name = local_member_name(member);
+      const claim_t claimed = claim(local_name, *digest, provided);
+      if (claimed == claim_t::refused) break;
+      if (claimed == claim_t::first && folder_->kind_of(local_name) == EntryKind::absent) {
+        urls.push_back(framework::resolve_url(*store_, member));
+      }
+    }
+    context_.http().expect(std::move(urls));
+  }
+
+  [[nodiscard]] std::filesystem::path trace_log() const {
+    return remote_io_log_path(context_, to_string(package_.identity));
   }
 
   std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
@@ -103,6 +152,7 @@ class package_download {
       bootstrap_result_t store = bootstrap_store(context_);
       if (!store.ok) return false;
       store_ = std::move(store.store_url);
+      expect_following();
     }
     context_.log(msg::Code::log_download_file, msg::kLevelDetail, {text_argument(L"file", member)});
     framework::Sha256 digest;
@@ -121,7 +171,7 @@ class package_download {
   bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
     framework::HttpRequest request;
     request.url = framework::resolve_url(*store_, member);
-    request.trace_log = remote_io_log_path(context_, to_string(package_.identity));
+    request.trace_log = trace_log();
     IoError error;
     const std::shared_ptr<IOImpl_base> source = context_.get(request, error);
     const std::shared_ptr<IOImpl_base> file =
@@ -158,8 +208,9 @@ class package_download {
   package_folder_t place_;
   std::vector<char> block_;
   std::unique_ptr<Folder> folder_;
-  std::map<std::string, Sha256Digest> provided_;  ///< by comparable local name
-  std::optional<std::string> store_;              ///< the store URL once it is known
+  std::span<const json::key_value_pair> following_;  ///< members whose turn has not come
+  digests_t provided_;
+  std::optional<std::string> store_;  ///< the store URL once it is known
 };
 
 }  // namespace
