@@ -27,6 +27,9 @@ class Outcome:
     def errors(self):
         return [text for severity, _, text in self.messages if severity == "error"]
 
+    def has(self, identifier):
+        return any(message[1] == identifier for message in self.messages)
+
     def __str__(self):
         shown = "; ".join(f"{identifier}: {text}" for _, identifier, text in self.messages)
         return f"status {self.status}: {shown} {self.complaint}".strip()
