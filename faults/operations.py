@@ -10,16 +10,18 @@ from place import CACHE, CATALOGS, LISTS
 class Operation:
     """From a start state, made by undisturbed runs of `before`, the words of `command`.
 
-    `touches` are the packages whose folders it may change.
+    `touches` are the packages whose folders it may change. `tidy` are the words with which a user removes what an
+    interrupted run may leave for good.
     """
 
-    def __init__(self, name, before, command, touches, store_before="xsd", trace=False):
+    def __init__(self, name, before, command, touches, store_before="xsd", trace=False, tidy=None):
         self.name = name
         self.before = before
         self.command = command
         self.touches = touches
         self.store_before = store_before
         self.trace = trace
+        self.tidy = tidy
 
     def prepare(self, place, state):
         """Makes the start state; learns what an undisturbed run leaves."""
@@ -76,8 +78,8 @@ class Operation:
     def recover(self, place):
         """Runs as a user would who starts the manager anew and asks again: what is wrong after it.
 
-        Two ends are right: the state of an undisturbed run ("converged"), and a damaged list that a
-        message names ("named").
+        Right ends are the state of an undisturbed run ("converged"), that state as soon as what is left over is
+        removed by name ("tidied"), and a damaged list that a message names ("named").
         """
         outcomes = [place.run(words) for words in (["update"], self.command)]
         tree = place.tree()
@@ -87,6 +89,11 @@ class Operation:
             named = any(os.path.join(place.base, path) in text for outcome in outcomes for text in outcome.errors)
             if named and is_damaged(tree.get(path)):
                 return "named", ""
+        if self.tidy:
+            outcomes.append(place.run(self.tidy))
+            tree = place.tree()
+            if tree == self.goal:
+                return "tidied", ""
         return "", f"does not converge: {differences(tree, self.goal)} after " + " | ".join(map(str, outcomes))
 
 
@@ -111,7 +118,8 @@ OPERATIONS = [
     Operation("update, list shrinks", _READY, ["update"], (), store_before="large"),
     Operation("update with a trace", _READY, ["update"], (), store_before="small", trace=True),
     Operation("install with references", _READY, ["install", "app"], _REACHED),
-    Operation("patch", _READY + [["install", "lib-1.0.0"]], ["install", "lib"], ("lib-1.0.0", "lib-1.0.1")),
+    Operation("patch", _READY + [["install", "lib-1.0.0"]], ["install", "lib"], ("lib-1.0.0", "lib-1.0.1"),
+              tidy=["uninstall", "lib-1.0.0"]),
     Operation("uninstall", _READY + [["install", "app", "tool"]], ["uninstall", "app"], _REACHED),
     Operation("package file", _READY, ["install", store.PACKAGE_FILE], ("inner-1.0.0", "base-1.0.0")),
 ]

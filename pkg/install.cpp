@@ -83,28 +83,10 @@ bool check_conflicts(core_context_t& context, const pkgs_available_t& available,
 struct plan_t {
   identity_set_t installed_already;
   identity_set_t upgrade_from;
-  identity_set_t left_over;  ///< by a run that replaced them and was interrupted
 };
 
-// The patch levels of a release line below the highest one, as far as they can be removed.
-void add_lower_levels(const package_map_t& installed, const package_t& highest,
-                      const pkgs_available_t& available, identity_set_t& lower) {
-  if (highest.identity.version.patch == kAnyPart) return;
-  const package_t* const end = installed.data() + installed.size();
-  for (const package_t* level = &highest + 1; level != end; ++level) {
-    const name_semver_t& identity = level->identity;
-    if (identity.name != highest.identity.name ||
-        identity.version.major != highest.identity.version.major ||
-        identity.version.minor != highest.identity.version.minor) {
-      break;
-    }
-    if (available.find_entry(identity) != nullptr) lower.insert(identity);
-  }
-}
-
 // Compares the requests with what is installed of the same release line.
-plan_t classify(const pkgs_available_t& available, const pkgs_available_t& installed,
-                const identity_set_t& requests) {
+plan_t classify(const pkgs_available_t& installed, const identity_set_t& requests) {
   plan_t plan;
   for (const name_semver_t& request : requests) {
     name_semver_t line = request;
@@ -116,7 +98,6 @@ plan_t classify(const pkgs_available_t& available, const pkgs_available_t& insta
     } else {
       plan.upgrade_from.insert(found->identity);
     }
-    add_lower_levels(installed.packages(), *found, available, plan.left_over);
   }
   return plan;
 }
@@ -226,7 +207,7 @@ bool install_pkgs(core_context_t& context, identity_set_t requests,
   if (!installed) return false;
   if (!check_conflicts(context, available, *installed, requests)) return false;
 
-  const plan_t plan = classify(available, *installed, requests);
+  const plan_t plan = classify(*installed, requests);
   for (const name_semver_t& request : plan.installed_already) requests.erase(request);
   log_plan(context, plan, requests);
   request_check check(context, *installed);
@@ -242,12 +223,6 @@ bool install_pkgs(core_context_t& context, identity_set_t requests,
   if (!plan.upgrade_from.empty()) {
     installed = load_installed(context);
     if (!installed || !uninstall_pkgs(context, plan.upgrade_from, available, *installed)) {
-      return false;
-    }
-  }
-  if (!plan.left_over.empty()) {
-    installed = load_installed(context);
-    if (!installed || !uninstall_left_over(context, plan.left_over, available, *installed)) {
       return false;
     }
   }

@@ -160,25 +160,6 @@ class folder_removal {
   std::unordered_set<std::string> used_;
 };
 
-// Deletes the folders and writes the list; nothing is touched where that cannot be carried through.
-bool remove(core_context_t& context, const identity_set_t& removal,
-            const pkgs_available_t& available, pkgs_available_t& installed) {
-  for (const name_semver_t& identity : removal) {
-    if (available.find_entry(identity) == nullptr) {
-      return context.fail(msg::Code::inst_pkg_not_available,
-                          {pkg_argument(identity), context.pkgtype()});
-    }
-  }
-  folder_removal folders(context, installed, removal);
-  if (!folders.are_safe()) return false;
-  context.log(msg::Code::log_about_to_uninstall, msg::kLevelProgress, {pkgs_argument(removal)});
-  if (!folders.run()) return false;
-
-  const std::vector<name_semver_t> removed(removal.begin(), removal.end());
-  installed.remove(removed);
-  return write_installed(context, installed);
-}
-
 }  // namespace
 
 bool uninstall(core_context_t& context, const std::vector<std::string>& filters) {
@@ -217,13 +198,20 @@ bool uninstall_pkgs(core_context_t& context, identity_set_t removal,
   if (removal.empty()) {
     return context.fail(msg::Code::no_pkgs_to_remove, {context.pkgtypes()});
   }
-  return remove(context, removal, available, installed);
-}
+  for (const name_semver_t& identity : removal) {
+    if (available.find_entry(identity) == nullptr) {
+      return context.fail(msg::Code::inst_pkg_not_available,
+                          {pkg_argument(identity), context.pkgtype()});
+    }
+  }
+  folder_removal folders(context, installed, removal);
+  if (!folders.are_safe()) return false;
+  context.log(msg::Code::log_about_to_uninstall, msg::kLevelProgress, {pkgs_argument(removal)});
+  if (!folders.run()) return false;
 
-bool uninstall_left_over(core_context_t& context, identity_set_t removal,
-                         const pkgs_available_t& available, pkgs_available_t& installed) {
-  keep_referenced(context, installed, removal);
-  return removal.empty() || remove(context, removal, available, installed);
+  const std::vector<name_semver_t> removed(removal.begin(), removal.end());
+  installed.remove(removed);
+  return write_installed(context, installed);
 }
 
 }  // namespace zendro::pkg

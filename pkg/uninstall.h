@@ -19,8 +19,4 @@ bool uninstall(core_context_t& context, const std::vector<std::string>& filters)
 bool uninstall_pkgs(core_context_t& context, std::set<name_semver_t> removal,
                     const pkgs_available_t& available, pkgs_available_t& installed);
 
-/// The same, but that nothing of it may be removed is no failure.
-bool uninstall_left_over(core_context_t& context, std::set<name_semver_t> removal,
-                         const pkgs_available_t& available, pkgs_available_t& installed);
-
 }  // namespace zendro::pkg

@@ -249,35 +249,5 @@ TEST_F(InstallTest, AReplacedPatchLevelThatIsStillReferencedStays) {
   EXPECT_TRUE(fs::exists(package_folder("lib-1.0.1")));
 }
 
-// A run that was cut off between recording the new level and removing the old one left both.
-TEST_F(InstallTest, PatchLevelsThatAnInterruptedRunLeftAreRemovedByTheNextOne) {
-  start_with({package("lib-1.0.0"), package("lib-1.0.1"), package("lib-1.0.2"),
-              package("lib-1.1.0"), package("app-1.0.0", {"lib-1.0.1"})});
-  EXPECT_TRUE(cache().install({"lib-1.0.0", "lib-1.1"}));
-  const json::value before = json::parse(file_text(cache_file("pkgs-installed.json")));
-  const auto leave_both = [&] {
-    json::value list = json::parse(file_text(cache_file("pkgs-installed.json")));
-    list.as_object()["lib-1.0.0"] = before.at("lib-1.0.0");
-    write_text(cache_file("pkgs-installed.json"), json::serialize(list));
-  };
-  EXPECT_TRUE(cache().install({"lib-1.0.1"}));
-  leave_both();
-  EXPECT_TRUE(cache().install({"lib-1.0.1"}));
-  EXPECT_THAT(installed(), testing::UnorderedElementsAre("lib-1.1.0", "lib-1.0.1"));
-  leave_both();
-  EXPECT_TRUE(cache().install({"lib-1.0.2"}));
-  EXPECT_THAT(installed(), testing::UnorderedElementsAre("lib-1.1.0", "lib-1.0.2"));
-  EXPECT_THAT(take_messages(), IsEmpty());
-
-  // What is still referenced stays, and that is no failure.
-  EXPECT_TRUE(cache().uninstall({"lib-1.0"}));
-  EXPECT_TRUE(cache().install({"app"}));
-  EXPECT_FALSE(cache().install({"lib-1.0.2"}));
-  take_messages();
-  EXPECT_TRUE(cache().install({"lib-1.0.2"}));
-  EXPECT_THAT(take_messages(), IsEmpty());
-  EXPECT_THAT(installed(), testing::IsSupersetOf({"lib-1.0.2", "lib-1.0.1"}));
-}
-
 }  // namespace
 }  // namespace zendro::tests
