@@ -54,7 +54,7 @@ Fault Fault::replaced(Reply reply) {
 Fault Fault::close(std::optional<std::uint64_t> after) { return fault_of(Kind::close, after); }
 Fault Fault::reset(std::optional<std::uint64_t> after) { return fault_of(Kind::reset, after); }
 Fault Fault::stall(std::optional<std::uint64_t> after) { return fault_of(Kind::stall, after); }
-Fault Fault::endless() { return fault_of(Kind::endless); }
+Fault Fault::endless(std::optional<std::uint64_t> after) { return fault_of(Kind::endless, after); }
 Fault Fault::wrong_length(std::uint64_t length) { return fault_of(Kind::length, length); }
 
 Fault Fault::dribble(std::chrono::milliseconds interval) {

@@ -37,9 +37,9 @@ struct Fault {
     reset,     ///< the same, with a TCP reset
     stall,     ///< the same, but the connection stays open and silent
     dribble,   ///< the body arrives one byte per `interval`
-    endless,   ///< the body is repeated, in chunks, without an end
-    length,    ///< Content-Length says `after` whatever the body is; then the connection is closed
-    raw,       ///< `text` is sent as it is instead of an answer; then the connection is closed
+    endless,  ///< the body is repeated, in chunks, without an end; or cut short after `after` bytes
+    length,   ///< Content-Length says `after` whatever the body is; then the connection is closed
+    raw,      ///< `text` is sent as it is instead of an answer; then the connection is closed
   };
 
   Kind kind = Kind::none;
@@ -56,7 +56,7 @@ struct Fault {
   static Fault reset(std::optional<std::uint64_t> after = {});
   static Fault stall(std::optional<std::uint64_t> after = {});
   static Fault dribble(std::chrono::milliseconds interval);
-  static Fault endless();
+  static Fault endless(std::optional<std::uint64_t> after = {});
   static Fault wrong_length(std::uint64_t length);
   static Fault bad_chunks();
   static Fault raw(std::string text);

@@ -132,7 +132,7 @@ class LoopbackServer::Impl {
   template <class Stream>
   bool send(Stream& stream, Connection& connection, const Answer& answer);
   template <class Stream>
-  void send_endless(Stream& stream, Connection& connection, const Reply& reply);
+  void send_endless(Stream& stream, Connection& connection, const Answer& answer);
   bool wait(std::chrono::milliseconds time);
   void hang_up(Connection& connection, bool reset);
   void join_finished();
@@ -302,7 +302,7 @@ bool LoopbackServer::Impl::send(Stream& stream, Connection& connection, const An
     return false;
   }
   if (kind == Kind::endless) {
-    send_endless(stream, connection, answer.reply);
+    send_endless(stream, connection, answer);
     return false;
   }
 
@@ -333,7 +333,8 @@ bool LoopbackServer::Impl::send(Stream& stream, Connection& connection, const An
 
 template <class Stream>
 void LoopbackServer::Impl::send_endless(Stream& stream, Connection& connection,
-                                        const Reply& reply) {
+                                        const Answer& answer) {
+  const Reply& reply = answer.reply;
   error_code error = write(stream, connection, head_of(reply, {}, false));
   const std::string unit = reply.body && !reply.body->empty() ? *reply.body : "endless ";
   std::string block;
@@ -344,7 +345,11 @@ void LoopbackServer::Impl::send_endless(Stream& stream, Connection& connection,
   std::snprintf(size, sizeof size, "%zx\r\n", block.size());
   chunk.append(size).append(block).append("\r\n");
   const auto until = steady_clock::now() + kLongestFault;
-  while (!error && steady_clock::now() < until) error = write(stream, connection, chunk);
+  const std::uint64_t most = answer.fault.after.value_or(UINT64_MAX);
+  for (std::uint64_t sent = 0; !error && sent < most && steady_clock::now() < until;) {
+    error = write(stream, connection, chunk);
+    sent += block.size();
+  }
 }
 
 /// Waits, but not beyond the end of the server: whether that has come.

@@ -49,6 +49,9 @@ class Folder {
   /// Creates or truncates the regular file `name` for writing. A file that is known under a second
   /// name elsewhere (a hard link) is replaced by a new one, so that the other stays as it is.
   virtual std::shared_ptr<IOImpl_base> create_file(std::string_view name, IoError& error) const = 0;
+  /// Gives the file `name` another name, in the place of a file that has it already.
+  virtual bool rename_file(std::string_view name, std::string_view new_name,
+                           IoError& error) const = 0;
   /// Removes a file, or a link as itself.
   virtual bool remove_file(std::string_view name, IoError& error) const = 0;
   /// Removes an empty folder.

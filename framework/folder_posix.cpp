@@ -123,6 +123,20 @@ class PosixFolder : public Folder {
     return make_file_stream(SystemFile(file.release()), FileAccess::write, label(name));
   }
 
+  bool rename_file(std::string_view name, std::string_view new_name,
+                   IoError& error) const override {
+    if (!accept(name, error) || !accept(new_name, error)) return false;
+    const std::string from(name);
+    const std::string to(new_name);
+    // A file does not replace a folder, but a folder takes every free name.
+    const bool is_folder = kind_at(from) == EntryKind::folder;
+    if (!is_folder && renameat(folder_.get(), from.c_str(), folder_.get(), to.c_str()) == 0) {
+      return true;
+    }
+    error = system_error(label(new_name), is_folder ? EISDIR : errno);
+    return false;
+  }
+
   bool remove_file(std::string_view name, IoError& error) const override {
     return accept(name, error) && remove(name, 0, error);
   }

@@ -1,6 +1,10 @@
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstring>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include <windows.h>
 // Needs the types of windows.h.
@@ -29,6 +33,8 @@ constexpr auto kDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
 struct DispositionInfoEx {
   DWORD flags;
 };
+// FileRenameInformation, which some headers leave out.
+constexpr int kRenameInformation = 10;
 constexpr DWORD kDelete = 1;
 constexpr DWORD kPosixSemantics = 2;
 
@@ -120,6 +126,22 @@ bool remove_opened(HANDLE opened) {
          0;
 }
 
+// Gives what is open another name in its folder, in the place of a file that has it.
+DWORD rename_opened(HANDLE opened, HANDLE folder, const std::wstring& name) {
+  const std::size_t bytes = name.size() * sizeof(wchar_t);
+  std::vector<char> buffer(sizeof(FILE_RENAME_INFORMATION) + bytes);
+  auto* const renaming = new (buffer.data()) FILE_RENAME_INFORMATION{};
+  renaming->ReplaceIfExists = TRUE;
+  renaming->RootDirectory = folder;
+  renaming->FileNameLength = static_cast<ULONG>(bytes);
+  std::memcpy(buffer.data() + offsetof(FILE_RENAME_INFORMATION, FileName), name.data(), bytes);
+  IO_STATUS_BLOCK status{};
+  const NTSTATUS result =
+      NtSetInformationFile(opened, &status, renaming, static_cast<ULONG>(buffer.size()),
+                           static_cast<FILE_INFORMATION_CLASS>(kRenameInformation));
+  return result < 0 ? RtlNtStatusToDosError(result) : ERROR_SUCCESS;
+}
+
 class Win32Folder : public Folder {
  public:
   Win32Folder(Handle folder, fs::path path) : folder_(std::move(folder)), path_(std::move(path)) {}
@@ -209,6 +231,21 @@ class Win32Folder : public Folder {
       return nullptr;
     }
     return stream(std::move(file), FileAccess::write, label(name));
+  }
+
+  bool rename_file(std::string_view name, std::string_view new_name,
+                   IoError& error) const override {
+    if (!accept(name, error) || !accept_new(new_name, error)) return false;
+    const OpenEntry entry(folder_.get(), name, DELETE, FILE_OPEN);
+    DWORD code = entry.code();
+    if (entry) {
+      const bool is_folder = kind_of_attributes(entry.attributes()) == EntryKind::folder;
+      code =
+          is_folder ? ERROR_DIRECTORY : rename_opened(entry.get(), folder_.get(), wide(new_name));
+    }
+    if (code == ERROR_SUCCESS) return true;
+    error = system_error(label(new_name), static_cast<int>(code));
+    return false;
   }
 
   bool remove_file(std::string_view name, IoError& error) const override {

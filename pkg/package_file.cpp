@@ -29,13 +29,16 @@ struct package_file_t {
   std::vector<std::string> provides;
 };
 
-// Copies one member out of the archive. A member that could not be copied whole is removed again:
-// the next attempt would take it for complete.
+// What a member is called while it is copied; the blank tells it from every member's local name.
+constexpr std::string_view kUnfinished = "unfinished copy";
+
+// Copies one member out of the archive. It gets its name when it is whole: under its name every
+// later attempt takes it for complete.
 bool copy_member(framework::ZipArchive& archive, std::string_view member, const Folder& folder,
                  const std::string& local_name, IoError& error) {
   const std::shared_ptr<IOImpl_base> source = archive.open_member(member, error);
   const std::shared_ptr<IOImpl_base> target =
-      source ? folder.create_file(local_name, error) : nullptr;
+      source ? folder.create_file(kUnfinished, error) : nullptr;
   if (!target) return false;
   std::vector<char> block(framework::kIoBlock);
   std::int64_t count = 0;
@@ -44,9 +47,9 @@ bool copy_member(framework::ZipArchive& archive, std::string_view member, const 
   }
   target->close();
   error = source->error() ? source->error() : target->error();
-  if (count == 0 && !error) return true;
+  if (count == 0 && !error && folder.rename_file(kUnfinished, local_name, error)) return true;
   IoError ignored;
-  folder.remove_file(local_name, ignored);
+  folder.remove_file(kUnfinished, ignored);
   return false;
 }
 

@@ -47,7 +47,7 @@ bool unpack(const core_context_t& context, std::string archive, std::string& lis
   const std::string url =
       file.url() + std::string(framework::kZipSeparator) + context.available_name();
   const std::shared_ptr<framework::IOImpl_base> member = framework::open_url(url, error);
-  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error);
+  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error, url);
 }
 
 // Whether the list that is in place is to be replaced by one with this build number.
@@ -78,7 +78,7 @@ bootstrap_result_t bootstrap_store(core_context_t& context) {
 
   std::string body;
   const bool complete =
-      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error);
+      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error, request.url);
   context.reporter().report(error);
   if (!complete) return failed(msg::Code::fetch_pkg_store_info);
 
@@ -112,8 +112,8 @@ bool update_store_information(core_context_t& context, bool force) {
   IoError error;
   std::string archive;
   const auto response = context.get(request, error);
-  const bool received =
-      response && framework::read_all(*response, archive, kArchiveBuffer, kArchiveLimit, error);
+  const bool received = response && framework::read_all(*response, archive, kArchiveBuffer,
+                                                        kArchiveLimit, error, request.url);
   context.reporter().report(error);
   if (!received) return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   if (!is_proven(context, response->headers(), request.url, archive)) return false;

@@ -78,6 +78,14 @@ TEST_F(FolderTest, CreatesReadsAndRemovesInItself) {
   EXPECT_THAT(with_slashes(error_.text),
               StartsWith(with_slashes((temp_ / "inside/sub/missing").string()) + ": "));
 
+  EXPECT_TRUE(create("first name", "a new text"));
+  EXPECT_TRUE(folder_->rename_file("first name", "a (b); c=d, e.zip", error_)) << error_.text;
+  EXPECT_EQ(get("inside/a (b); c=d, e.zip"), "a new text");
+  EXPECT_FALSE(fs::exists(temp_ / "inside/first name"));
+  EXPECT_FALSE(folder_->rename_file("first name", "x", error_)) << "missing";
+  EXPECT_FALSE(folder_->rename_file("a (b); c=d, e.zip", "sub", error_)) << "a folder has the name";
+  EXPECT_FALSE(folder_->rename_file("sub", "x", error_)) << "a folder";
+
   EXPECT_FALSE(folder_->create_folder("a (b); c=d, e.zip", error_));
   EXPECT_FALSE(folder_->remove_folder("sub", error_)) << "not empty";
   EXPECT_FALSE(folder_->remove_folder("a (b); c=d, e.zip", error_)) << "a file";
@@ -138,6 +146,8 @@ TEST_F(FolderTest, RefusesNamesThatAreNoSingleComponent) {
     EXPECT_FALSE(folder_->create_file(name, error_)) << name;
     EXPECT_FALSE(folder_->open_folder(name, error_)) << name;
     EXPECT_FALSE(folder_->create_folder(name, error_)) << name;
+    EXPECT_FALSE(folder_->rename_file("x", name, error_)) << name;
+    EXPECT_FALSE(folder_->rename_file(name, "x", error_)) << name;
     EXPECT_FALSE(folder_->remove_file(name, error_)) << name;
     EXPECT_FALSE(folder_->remove_folder(name, error_)) << name;
   }

@@ -148,6 +148,12 @@ TEST_F(PackageFileTest, AMemberThatCannotBeCopiedIsNotTakenForWholeLater) {
   EXPECT_TRUE(fs::is_empty(package_folder("a-1.0.0")));
   const json::value list = json::parse(file_text(cache_file("pkgs-available.json")));
   EXPECT_FALSE(list.as_object().contains("a-1.0.0"));
+  // What a process that was killed while it copied has left.
+  write_text(package_folder("a-1.0.0") / "unfinished copy", "bytes of");
+  const std::string whole = write_file("y.zendro_xmlschemas", {package("a-1.0.0")}, {"a"});
+  EXPECT_THAT(cache().read_package_file(whole), Optional(ElementsAre("a")));
+  EXPECT_EQ(file_text(package_folder("a-1.0.0") / "m%2Fa-1.0.0.zip"), "bytes of a-1.0.0");
+  EXPECT_FALSE(fs::exists(package_folder("a-1.0.0") / "unfinished copy"));
 }
 
 }  // namespace
