@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
-#include <system_error>
 
 #include "app/options.h"
 #include "framework/files.h"
@@ -63,11 +62,7 @@ std::string options_file_path() {
 
 std::optional<json::object> read_options_file(std::string_view path, std::string& error) {
   const std::filesystem::path file = framework::path_from_utf8(path);
-  std::error_code ignored;
-  if (path.empty() ||
-      std::filesystem::status(file, ignored).type() == std::filesystem::file_type::not_found) {
-    return json::object();
-  }
+  if (path.empty() || framework::is_missing(file)) return json::object();
 
   std::string text;
   framework::IoError io_error;

@@ -7,7 +7,6 @@
 #include <span>
 #include <utility>
 
-#include <wx/app.h>
 #include <wx/msgdlg.h>
 #include <wx/stdpaths.h>
 
@@ -76,7 +75,7 @@ bool PkgFrontendApp::InitInstance() {
 void PkgFrontendApp::run() {
   pkg::register_active_types(pkg::make_active_type_set({type_name(type_)}));
   const DefaultSettingsOfRun default_settings;
-  const auto window_thread = std::make_shared<WindowThread>(*wxTheApp);
+  const auto window_thread = make_window_thread();
 
   const std::string path = options_file_path();
   std::string error;

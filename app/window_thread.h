@@ -1,23 +1,15 @@
-// Hands work of other threads to the thread that owns the windows, through the toolkit.
+// Hands work of other threads to the thread that owns the windows.
 #pragma once
 
-#include <wx/app.h>
+#include <memory>
 
 #include "framework/action_poster.h"
 
 namespace zendro::app {
 
-/// Made and destroyed on the window thread; nobody posts after its destruction.
-class WindowThread : public framework::ActionPoster {
- public:
-  /// `toolkit` outlives this object; its event loops run the actions.
-  explicit WindowThread(wxApp& toolkit) : toolkit_(toolkit) {}
-
-  void post(std::function<void()> action) override;
-  void run(const std::function<void()>& action) override;
-
- private:
-  wxApp& toolkit_;
-};
+/// Makes the calling thread, on which the toolkit has been started, the one that actions run on.
+/// The result is destroyed on that thread before the toolkit ends; nobody posts after that. Throws
+/// std::system_error where the system refuses what it takes.
+std::shared_ptr<framework::ActionPoster> make_window_thread();
 
 }  // namespace zendro::app

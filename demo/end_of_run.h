@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 namespace zendro::demo {
 
@@ -21,7 +22,7 @@ class EndOfRun {
   EndReason wait(std::chrono::seconds limit);
 
  private:
-  int signals_ = -1;
+  std::intptr_t signals_ = -1;  ///< tells of termination signals: a descriptor or a handle
 };
 
 }  // namespace zendro::demo

@@ -25,7 +25,7 @@ EndOfRun::EndOfRun() {
   }
 }
 
-EndOfRun::~EndOfRun() { close(signals_); }
+EndOfRun::~EndOfRun() { close(static_cast<int>(signals_)); }
 
 EndReason EndOfRun::wait(std::chrono::seconds limit) {
   using Clock = std::chrono::steady_clock;
@@ -35,7 +35,8 @@ EndReason EndOfRun::wait(std::chrono::seconds limit) {
     if (left.count() <= 0) {
       return EndReason::time_over;
     }
-    std::array<pollfd, 2> waited{{{STDIN_FILENO, POLLIN, 0}, {signals_, POLLIN, 0}}};
+    std::array<pollfd, 2> waited{
+        {{STDIN_FILENO, POLLIN, 0}, {static_cast<int>(signals_), POLLIN, 0}}};
     if (poll(waited.data(), waited.size(), static_cast<int>(left.count())) < 0 && errno != EINTR) {
       throw std::system_error(errno, std::generic_category(), "poll");
     }

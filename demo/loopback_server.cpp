@@ -108,8 +108,8 @@ class LoopbackServer::Impl {
 
  private:
   struct Connection {
-    explicit Connection(tcp::socket accepted) : socket(std::move(accepted)) {}
-    tcp::socket socket;
+    asio::io_context io;
+    tcp::socket socket{io};
     std::thread thread;
     bool done = false;
   };
@@ -122,13 +122,17 @@ class LoopbackServer::Impl {
 
   void accept_all();
   void talk(Connection& connection);
+  template <class Start>
+  error_code run(Connection& connection, const Start& start);
+  template <class Stream, class Bytes>
+  error_code write(Stream& stream, Connection& connection, const Bytes& bytes);
   template <class Stream>
   void talk_over(Stream& stream, Connection& connection);
   Answer answer_to(const http::request<http::string_body>& request);
   template <class Stream>
   bool send(Stream& stream, Connection& connection, const Answer& answer);
   template <class Stream>
-  void send_endless(Stream& stream, const Reply& reply);
+  void send_endless(Stream& stream, Connection& connection, const Reply& reply);
   bool wait(std::chrono::milliseconds time);
   void hang_up(Connection& connection, bool reset);
   void join_finished();
@@ -152,10 +156,7 @@ LoopbackServer::Impl::~Impl() {
   {
     const std::lock_guard lock(mutex_);
     stop_ = true;
-    error_code ignored;
-    for (Connection& connection : connections_) {
-      connection.socket.shutdown(tcp::socket::shutdown_both, ignored);
-    }
+    for (Connection& connection : connections_) connection.io.stop();
   }
   stopping_.notify_all();
   // A last connection wakes the thread that waits for one.
@@ -168,8 +169,9 @@ LoopbackServer::Impl::~Impl() {
 void LoopbackServer::Impl::accept_all() {
   for (;;) {
     error_code error;
-    tcp::socket socket(io_);
-    acceptor_.accept(socket, error);
+    std::list<Connection> accepted(1);
+    Connection& connection = accepted.front();
+    acceptor_.accept(connection.socket, error);
     if (error) {  // such as no descriptor being left
       if (wait(std::chrono::milliseconds(10))) return;
       continue;
@@ -177,9 +179,9 @@ void LoopbackServer::Impl::accept_all() {
     const std::lock_guard lock(mutex_);
     if (stop_) return;
     join_finished();
-    socket.set_option(tcp::no_delay(true), error);
+    connection.socket.set_option(tcp::no_delay(true), error);
     ++connection_count_;
-    Connection& connection = connections_.emplace_back(std::move(socket));
+    connections_.splice(connections_.end(), accepted);
     connection.thread = std::thread([this, &connection] { talk(connection); });
   }
 }
@@ -191,11 +193,43 @@ void LoopbackServer::Impl::join_finished() {
   });
 }
 
+/// Runs one asynchronous operation to its end, or to that of the server: unlike a blocking call it
+/// can be broken off on every system.
+template <class Start>
+error_code LoopbackServer::Impl::run(Connection& connection, const Start& start) {
+  error_code result = asio::error::operation_aborted;
+  bool completed = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (stop_) return result;
+    connection.io.restart();
+  }
+  start([&](const error_code& error, std::size_t = 0) {
+    result = error;
+    completed = true;
+  });
+  connection.io.run();
+  if (!completed) {
+    // What the operation works on must outlive it.
+    hang_up(connection, false);
+    connection.io.restart();
+    connection.io.run();
+  }
+  return result;
+}
+
+template <class Stream, class Bytes>
+error_code LoopbackServer::Impl::write(Stream& stream, Connection& connection, const Bytes& bytes) {
+  return run(connection,
+             [&](auto handler) { asio::async_write(stream, asio::buffer(bytes), handler); });
+}
+
 void LoopbackServer::Impl::talk(Connection& connection) {
   if (tls_) {
     asio::ssl::stream<tcp::socket&> stream(connection.socket, *tls_);
-    error_code error;
-    stream.handshake(asio::ssl::stream_base::server, error);
+    const error_code error = run(connection, [&](auto handler) {
+      stream.async_handshake(asio::ssl::stream_base::server, handler);
+    });
     if (!error) talk_over(stream, connection);
   } else {
     talk_over(connection.socket, connection);
@@ -211,8 +245,8 @@ void LoopbackServer::Impl::talk_over(Stream& stream, Connection& connection) {
   for (;;) {
     http::request_parser<http::string_body> parser;
     parser.body_limit(kMaxRequestBody);
-    error_code error;
-    http::read(stream, buffer, parser, error);
+    const error_code error =
+        run(connection, [&](auto handler) { http::async_read(stream, buffer, parser, handler); });
     if (error || !send(stream, connection, answer_to(parser.get()))) return;
   }
 }
@@ -263,13 +297,12 @@ bool LoopbackServer::Impl::send(Stream& stream, Connection& connection, const An
   const Kind kind = fault.kind;
   if (fault.delay.count() != 0 && wait(fault.delay)) return false;
 
-  error_code error;
   if (kind == Kind::raw) {
-    asio::write(stream, asio::buffer(fault.text), error);
+    write(stream, connection, fault.text);
     return false;
   }
   if (kind == Kind::endless) {
-    send_endless(stream, answer.reply);
+    send_endless(stream, connection, answer.reply);
     return false;
   }
 
@@ -288,7 +321,7 @@ bool LoopbackServer::Impl::send(Stream& stream, Connection& connection, const An
   if (answer.head_only) left = 0;
   const std::size_t step = kind == Kind::dribble ? 1 : kBlock;
   while (body.append_to(block, std::min<std::uint64_t>(left, step)) || !block.empty()) {
-    asio::write(stream, asio::buffer(block), error);
+    const error_code error = write(stream, connection, block);
     if (error || (kind == Kind::dribble && wait(fault.interval))) return false;
     left -= std::min<std::uint64_t>(left, step);
     block.clear();
@@ -299,9 +332,9 @@ bool LoopbackServer::Impl::send(Stream& stream, Connection& connection, const An
 }
 
 template <class Stream>
-void LoopbackServer::Impl::send_endless(Stream& stream, const Reply& reply) {
-  error_code error;
-  asio::write(stream, asio::buffer(head_of(reply, {}, false)), error);
+void LoopbackServer::Impl::send_endless(Stream& stream, Connection& connection,
+                                        const Reply& reply) {
+  error_code error = write(stream, connection, head_of(reply, {}, false));
   const std::string unit = reply.body && !reply.body->empty() ? *reply.body : "endless ";
   std::string block;
   while (block.size() < kBlock) block += unit;
@@ -311,7 +344,7 @@ void LoopbackServer::Impl::send_endless(Stream& stream, const Reply& reply) {
   std::snprintf(size, sizeof size, "%zx\r\n", block.size());
   chunk.append(size).append(block).append("\r\n");
   const auto until = steady_clock::now() + kLongestFault;
-  while (!error && steady_clock::now() < until) asio::write(stream, asio::buffer(chunk), error);
+  while (!error && steady_clock::now() < until) error = write(stream, connection, chunk);
 }
 
 /// Waits, but not beyond the end of the server: whether that has come.
@@ -334,8 +367,8 @@ LoopbackServer::LoopbackServer(std::uint16_t port, const std::optional<TlsIdenti
 LoopbackServer::~LoopbackServer() = default;
 
 std::string LoopbackServer::url(std::string_view path) const {
-  return std::string(impl_->tls_ ? "https" : "http") +
-         "://127.0.0.1:" + std::to_string(impl_->endpoint_.port()) + "/" + std::string(path);
+  return (impl_->tls_ ? "https://localhost:" : "http://127.0.0.1:") +
+         std::to_string(impl_->endpoint_.port()) + "/" + std::string(path);
 }
 
 void LoopbackServer::serve(const std::string& path, Reply reply) {

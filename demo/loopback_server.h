@@ -36,7 +36,8 @@ class LoopbackServer {
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-  /// "http://127.0.0.1:<port>/" with `path` appended, which has no slash in front.
+  /// "http://127.0.0.1:<port>/", or with TLS, as certificates are for names,
+  /// "https://localhost:<port>/", with `path` appended, which has no slash in front.
   [[nodiscard]] std::string url(std::string_view path = {}) const;
 
   /// Answers requests for `path` ("/a/b%20c.zip", without a query) with `reply` from now on. A path

@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "framework/system_error.h"
+
 namespace zendro::framework {
 namespace {
 

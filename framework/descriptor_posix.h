@@ -43,12 +43,6 @@ auto retry_interrupted(Call call) {
   return result;
 }
 
-/// The system's text for an error number.
-std::string system_cause(int code);
-
-/// "<label>: <the system's text>".
-IoError system_error(std::string_view label, int code);
-
 /// Writes all of `bytes` at the position of `file`; false, with the cause in errno. A limit on the
 /// size of files is such a cause (EFBIG) and does not end the program with a signal.
 bool write_all(int file, std::string_view bytes);

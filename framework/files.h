@@ -13,8 +13,20 @@
 
 namespace zendro::framework {
 
+/// Separates folders in paths as the system writes them.
+inline constexpr char kPathSeparator =
+    static_cast<char>(std::filesystem::path::preferred_separator);
+
 std::filesystem::path path_from_utf8(std::string_view text);
 std::string path_to_utf8(const std::filesystem::path& path);
+
+/// A UTF-8 name or path in a form that is the same for all spellings which the system takes for
+/// the same file: on Windows case makes no difference. Not for display.
+std::string comparable_name(std::string_view name);
+
+/// The absolute path with its links, and on Windows its short names and its case, resolved as far
+/// as it exists; what cannot be looked at stays as it is.
+std::filesystem::path resolved_path(const std::filesystem::path& path);
 
 /// The path that a file: URL names (RFC 8089), percent-decoded; empty where the URL is no such URL,
 /// is not absolute, or names a file of another host.
@@ -46,12 +58,19 @@ enum class WriteOutcome { written, not_opened, not_written };
 /// again after a failure.
 WriteOutcome write_file(const std::filesystem::path& path, std::string_view bytes, IoError& error);
 
+/// Opens a regular file for writing at its end: created when missing. Null, with the cause in
+/// `error`, on failure.
+std::shared_ptr<IOImpl_base> append_file(const std::filesystem::path& path, IoError& error);
+
 /// Creates a folder with its missing parents; true when it exists afterwards. The empty path is the
 /// current folder.
 bool create_folders(const std::filesystem::path& path, IoError& error);
 
 /// Whether a regular file stands there, reached through links or not.
 bool file_exists(const std::filesystem::path& path);
+
+/// Whether it is certain that nothing stands there; false also where the place cannot be looked at.
+bool is_missing(const std::filesystem::path& path);
 
 /// A value that changes when a file's contents are replaced (0: the file does not exist). It is
 /// made of the time of the last modification, in the file system's resolution, the size and the

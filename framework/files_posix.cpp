@@ -1,23 +1,23 @@
+#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 #include <vector>
 
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "framework/descriptor_posix.h"
-#include "framework/file_io_posix.h"
 #include "framework/files.h"
-#include "framework/percent.h"
+#include "framework/system_files.h"
 
 namespace zendro::framework {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+// The system would take the part before a NUL for the whole path.
+bool holds_nul(const fs::path& path) { return path.native().find('\0') != std::string::npos; }
 
 std::string environment_value(const char* name) {
   const char* value = std::getenv(name);
@@ -35,88 +35,47 @@ fs::path home_folder() {
   return found == nullptr || found->pw_dir == nullptr ? fs::path() : fs::path(found->pw_dir);
 }
 
-// Spreads a value over all 64 bits (the finaliser of SplitMix64).
-std::uint64_t mixed(std::uint64_t value) {
-  value += 0x9E3779B97F4A7C15U;
-  value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9U;
-  value = (value ^ (value >> 27)) * 0x94D049BB133111EBU;
-  return value ^ (value >> 31);
-}
-
-// Makes room for the first `size` bytes of a file without changing its contents or its length;
-// false, with the cause in errno, where there is none.
-bool reserve(int file, std::size_t size) {
-  // The kernel checks the limit on the size of files only when a reservation changes the length.
-  rlimit limit{};
-  if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && size > limit.rlim_cur) {
-    errno = EFBIG;
-    return false;
-  }
-  struct stat status {};
-  if (fstat(file, &status) != 0) return false;
-  if (size == 0 || retry_interrupted([&] {
-                     return fallocate(file, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
-                   }) == 0) {
-    return true;
-  }
-  const int code = errno;
-  // Not every file system can reserve space.
-  if (code != ENOSPC && code != EDQUOT && code != EFBIG) return true;
-  // What could be reserved lies behind the end of the file and is given back.
-  static_cast<void>(retry_interrupted([&] { return ftruncate(file, status.st_size); }));
-  errno = code;
-  return false;
-}
-
-bool replace_contents(int file, std::string_view bytes) {
-  return reserve(file, bytes.size()) && write_all(file, bytes) &&
-         retry_interrupted([&] { return ftruncate(file, static_cast<off_t>(bytes.size())); }) ==
-             0 &&
-         retry_interrupted([&] { return fsync(file); }) == 0;
-}
-
 }  // namespace
 
-std::shared_ptr<IOImpl_base> open_file(const fs::path& path, IoError& error) {
-  const std::string& label = path.native();
-  Descriptor file = open_regular(AT_FDCWD, label, O_RDONLY, label, error);
-  return file ? make_file_stream(std::move(file), FileAccess::read, label) : nullptr;
+fs::path path_from_utf8(std::string_view text) { return fs::path(text); }
+
+std::string path_to_utf8(const fs::path& path) { return path.native(); }
+
+std::string comparable_name(std::string_view name) { return std::string(name); }
+
+fs::path resolved_path(const fs::path& path) {
+  std::error_code failed;
+  const fs::path resolved = fs::weakly_canonical(path, failed);
+  return failed ? path.lexically_normal() : resolved;
 }
 
-std::shared_ptr<IOImpl_base> create_file(const fs::path& path, IoError& error) {
-  const std::string& label = path.native();
-  // Truncated only once it is known to be a regular file.
-  Descriptor file = open_regular(AT_FDCWD, label, O_WRONLY | O_CREAT, label, error);
-  if (!file) return nullptr;
-  if (retry_interrupted([&] { return ftruncate(file.get(), 0); }) != 0) {
-    error = system_error(label, errno);
-    return nullptr;
+std::string make_folders(const fs::path& path) {
+  std::error_code code = std::make_error_code(std::errc::invalid_argument);
+  if (!holds_nul(path)) {
+    fs::create_directories(path, code);
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) return {};
+    if (!code) code = std::make_error_code(std::errc::not_a_directory);
   }
-  return make_file_stream(std::move(file), FileAccess::write, label);
+  return code.message();
 }
 
-WriteOutcome write_file(const fs::path& path, std::string_view bytes, IoError& error) {
-  const std::string& label = path.native();
-  IoError ignored;
-  Descriptor file = open_regular(AT_FDCWD, label, O_WRONLY | O_CREAT | O_EXCL, label, ignored);
-  const bool created = static_cast<bool>(file);
-  if (!created) file = open_regular(AT_FDCWD, label, O_WRONLY | O_CREAT, label, error);
-  if (!file) return WriteOutcome::not_opened;
-  // Some file systems tell only at the closing that an earlier write was lost.
-  if (replace_contents(file.get(), bytes) && file.close()) return WriteOutcome::written;
-  error = system_error(label, errno);
-  if (created) unlink(label.c_str());
-  return WriteOutcome::not_written;
+bool file_exists(const fs::path& path) {
+  std::error_code ignored;
+  return !holds_nul(path) && fs::is_regular_file(path, ignored);
 }
 
-std::uint64_t file_stamp(const fs::path& path) {
+bool is_missing(const fs::path& path) {
+  std::error_code ignored;
+  return fs::status(path, ignored).type() == fs::file_type::not_found;
+}
+
+std::vector<std::uint64_t> stamp_values(const fs::path& path) {
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return 0;
-  std::uint64_t stamp = mixed(static_cast<std::uint64_t>(status.st_mtim.tv_sec));
-  stamp = mixed(stamp ^ static_cast<std::uint64_t>(status.st_mtim.tv_nsec));
-  stamp = mixed(stamp ^ static_cast<std::uint64_t>(status.st_size));
-  stamp = mixed(stamp ^ static_cast<std::uint64_t>(status.st_ino));
-  return stamp == 0 ? 1 : stamp;
+  if (stat(path.c_str(), &status) != 0) return {};
+  return {static_cast<std::uint64_t>(status.st_mtim.tv_sec),
+          static_cast<std::uint64_t>(status.st_mtim.tv_nsec),
+          static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_ino)};
 }
 
 fs::path executable_path() {
@@ -136,29 +95,6 @@ fs::path common_appdata_folder() {
   return home.empty() ? fs::path() : home / ".local" / "share";
 }
 
-fs::path path_from_file_url(std::string_view url) {
-  const auto has_prefix = [](std::string_view text, std::string_view lower_prefix) {
-    if (text.size() < lower_prefix.size()) return false;
-    for (std::size_t i = 0; i < lower_prefix.size(); ++i) {
-      const char c = text[i];
-      if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lower_prefix[i]) {
-        return false;
-      }
-    }
-    return true;
-  };
-  constexpr std::string_view kScheme = "file:";
-  constexpr std::string_view kLocalHost = "//localhost/";
-  if (!has_prefix(url, kScheme)) return {};
-  url.remove_prefix(kScheme.size());
-  if (has_prefix(url, kLocalHost)) {
-    url.remove_prefix(kLocalHost.size() - 1);
-  } else if (url.starts_with("///")) {
-    url.remove_prefix(2);
-  } else if (url.starts_with("//")) {
-    return {};
-  }
-  return url.starts_with('/') ? path_from_utf8(percent_decode(url)) : fs::path();
-}
+fs::path path_from_url_path(std::string_view path) { return path_from_utf8(path); }
 
 }  // namespace zendro::framework

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include "framework/descriptor_posix.h"
-#include "framework/file_io_posix.h"
-#include "framework/files.h"
+#include "framework/file_stream.h"
 #include "framework/folder.h"
+#include "framework/system_error.h"
 
 namespace zendro::framework {
 
@@ -99,7 +99,8 @@ class PosixFolder : public Folder {
   std::shared_ptr<IOImpl_base> open_file(std::string_view name, IoError& error) const override {
     if (!accept(name, error)) return nullptr;
     Descriptor file = open_entry(name, O_RDONLY, error);
-    return file ? make_file_stream(std::move(file), FileAccess::read, label(name)) : nullptr;
+    return file ? make_file_stream(SystemFile(file.release()), FileAccess::read, label(name))
+                : nullptr;
   }
 
   std::shared_ptr<IOImpl_base> create_file(std::string_view name, IoError& error) const override {
@@ -119,7 +120,7 @@ class PosixFolder : public Folder {
       error = system_error(label(name), errno);
       return nullptr;
     }
-    return make_file_stream(std::move(file), FileAccess::write, label(name));
+    return make_file_stream(SystemFile(file.release()), FileAccess::write, label(name));
   }
 
   bool remove_file(std::string_view name, IoError& error) const override {

@@ -11,6 +11,7 @@
 #include "framework/http_trace.h"
 #include "framework/http_transfer.h"
 #include "framework/http_url.h"
+#include "framework/system_proxy.h"
 
 namespace zendro::framework {
 namespace {
@@ -112,6 +113,7 @@ class CurlTransport final : public HttpTransport {
   TransportSettings settings_;
   std::string ca_certificates_;
   IoError ca_error_;
+  const std::unique_ptr<SystemProxy> system_proxy_ = make_system_proxy();
   HeaderList headers_;
   std::array<char, CURL_ERROR_SIZE> curl_error_{};
   std::optional<HttpTrace> trace_;
@@ -333,8 +335,13 @@ void CurlTransport::start(const HttpRequest& request, const std::string_view* bo
     // Handed over as bytes, so that no encoding of its path comes in between; and nothing else.
     curl_blob blob{ca_certificates_.data(), ca_certificates_.size(), CURL_BLOB_NOCOPY};
     set(CURLOPT_CAINFO_BLOB, &blob);
-    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+    // Refused where certificates in a folder are unknown: there is nothing to switch off then.
+    curl_easy_setopt(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
+  // Where the system checks certificates, it asks whether they were revoked, as far as it can.
+  set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
+  const std::string proxy = system_proxy_->for_url(transfer_->url);
+  if (!proxy.empty()) set(CURLOPT_PROXY, proxy.c_str());
   set(CURLOPT_CONNECTTIMEOUT_MS,
       static_cast<long>(milliseconds(settings_.connect_timeout).count()));
   set(CURLOPT_BUFFERSIZE, static_cast<long>(kIoBlock));

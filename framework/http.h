@@ -70,7 +70,8 @@ struct TransportSettings {
   long stall_speed = 100;               ///< bytes per second
 };
 
-/// The transport over libcurl: verifies TLS always and honours the usual proxy variables.
+/// The transport over libcurl: verifies TLS always and honours the usual proxy variables, without
+/// any the proxy of the system's settings.
 std::unique_ptr<HttpTransport> make_http_transport(const TransportSettings& settings = {});
 
 /// Resolves a relative reference against a base URL (RFC 3986, section 5); characters that a URL

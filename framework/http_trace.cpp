@@ -5,8 +5,8 @@
 #include <chrono>
 #include <cstdio>
 #include <string>
-#include <system_error>
 
+#include "framework/files.h"
 #include "framework/http.h"
 #include "framework/http_transfer.h"
 #include "framework/http_url.h"
@@ -46,19 +46,15 @@ bool is_credential_header(std::string_view name) {
 }
 
 HttpTrace::HttpTrace(const std::filesystem::path& file, int level) : level_(level) {
-  std::error_code ignored;
-  std::filesystem::create_directories(file.parent_path(), ignored);
-  file_.open(file, std::ios::binary | std::ios::app);
+  IoError ignored;
+  if (create_folders(file.parent_path(), ignored)) file_ = append_file(file, ignored);
 }
 
 void HttpTrace::request(std::string_view method, std::string_view url) {
   write("= ", std::string(method).append(" ").append(url));
 }
 
-void HttpTrace::failure(std::string_view text) {
-  write("! ", text);
-  file_.flush();
-}
+void HttpTrace::failure(std::string_view text) { write("! ", text); }
 
 void HttpTrace::remark(std::string_view text) {
   if (level_ < kTraceHeaders) return;
@@ -86,7 +82,6 @@ void HttpTrace::response_head(std::string_view line) {
   } else if (level_ >= kTraceHeaders) {
     header_line("< ", line);
   }
-  if (without_line_end(line).empty()) file_.flush();
 }
 
 void HttpTrace::data(bool received, std::size_t bytes) {
@@ -112,7 +107,8 @@ void HttpTrace::header_line(std::string_view mark, std::string_view line) {
 
 void HttpTrace::write(std::string_view mark, std::string_view text) {
   if (!file_) return;
-  file_ << time_stamp() << ' ' << mark << presentable(text) << '\n';
+  const std::string line = time_stamp().append(" ").append(mark) + presentable(text) + "\n";
+  file_->write(line.data(), line.size());
 }
 
 }  // namespace zendro::framework

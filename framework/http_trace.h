@@ -5,8 +5,10 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <string_view>
+
+#include "framework/io.h"
 
 namespace zendro::framework {
 
@@ -33,7 +35,7 @@ class HttpTrace {
   void header_line(std::string_view mark, std::string_view line);
   void write(std::string_view mark, std::string_view text);
 
-  std::ofstream file_;
+  std::shared_ptr<IOImpl_base> file_;
   int level_;
   bool hiding_ = false;  ///< the last header's value was left out; so are its continuation lines
 };

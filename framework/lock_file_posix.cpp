@@ -5,6 +5,7 @@
 
 #include "framework/descriptor_posix.h"
 #include "framework/lock_file.h"
+#include "framework/system_error.h"
 
 namespace zendro::framework {
 namespace {

@@ -7,6 +7,12 @@ namespace zendro::packages_ui {
 
 /// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
 void append_quietly(wxTextCtrl& control, const wxString& text);
+/// Appends to a multi-line text and scrolls until its last line is in sight, perhaps some time
+/// later; what is selected stays.
+void append_and_follow(wxTextCtrl& control, const wxString& text);
+
+/// Whether its last line, or the one before, is in sight now.
+bool shows_end(const wxTextCtrl& control);
 
 /// Gives assistive technology the name of the control, which has no label.
 void make_accessible(wxTextCtrl& control, const char* name);

@@ -19,6 +19,22 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
 }
 
+// The cursor at the end is what makes the view follow once it knows how high its lines are.
+void append_and_follow(wxTextCtrl& control, const wxString& text) {
+  long selected_from = 0;
+  long selected_to = 0;
+  control.GetSelection(&selected_from, &selected_to);
+  control.AppendText(text);
+  if (selected_from != selected_to) control.SetSelection(selected_from, selected_to);
+  control.ShowPosition(control.GetLastPosition());
+}
+
+bool shows_end(const wxTextCtrl& control) {
+  return control.GetScrollPos(wxVERTICAL) + control.GetScrollThumb(wxVERTICAL) +
+             control.GetCharHeight() >=
+         control.GetScrollRange(wxVERTICAL);
+}
+
 void make_accessible(wxTextCtrl& control, const char* name) {
   atk_object_set_name(gtk_widget_get_accessible(text_view(control)), name);
 }

@@ -1,11 +1,11 @@
 // The tree control of the system below the toolkit's data view control.
 //
-// The toolkit answers every question of the control for a row by searching through the rows, so
-// that tens of thousands of packages cost seconds to show or to expand. Here the rows answer
-// themselves. Window thread only.
+// The toolkit answers many a question for a row by searching through the rows, so that tens of
+// thousands of packages cost seconds to show or to expand. Here they do not. Window thread only.
 #pragma once
 
 #include <optional>
+#include <set>
 #include <span>
 
 #include <wx/dataview.h>
@@ -19,13 +19,10 @@ namespace zendro::packages_ui::native_tree {
 void show(wxDataViewCtrl& control, PackagesViewbase& view, GridRows rows);
 void show_nothing(wxDataViewCtrl& control);
 
-/// Makes an item known to the toolkit, which is needed for one that the control has not handed out
-/// itself.
-void introduce(wxDataViewCtrl& control, const wxDataViewItem& item);
-
-/// Expands or collapses package rows that are shown, without events.
-void expand(wxDataViewCtrl& control, std::span<const PackageId> packages);
-void collapse(wxDataViewCtrl& control, std::span<const PackageId> packages);
+/// Expands those of the `changed` package rows that are in `expanded` and collapses the others, as
+/// far as they are shown, without events. `expanded` holds all that are expanded from now on.
+void set_expanded(wxDataViewCtrl& control, std::span<const PackageId> changed,
+                  const std::set<PackageId>& expanded);
 
 /// Scrolls and expands until the row is in sight.
 void make_visible(wxDataViewCtrl& control, const wxDataViewItem& item);
@@ -34,14 +31,16 @@ void set_current(wxDataViewCtrl& control, const wxDataViewItem& item);
 /// Scrolls so that the row is the first one in sight, as far as there are rows below it.
 void scroll_to_top(wxDataViewCtrl& control, const wxDataViewItem& item);
 
+/// Where a cell of a row is, or without a column the row; empty for one that is out of sight.
+wxRect rect_of(const wxDataViewCtrl& control, const wxDataViewItem& item,
+               const wxDataViewColumn* column);
+
 /// Marks the header of a column as the one that the rows are sorted by, or takes the mark away.
 void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending);
 
-/// Gives assistive technology the name of the control, and the text and the box of every row; the
-/// toolkit draws them in `column` without telling what they are.
-void make_accessible(wxDataViewCtrl& control, wxDataViewColumn& column, const char* name);
-
-/// Switches off what the system's control would do with letters.
-void disable_own_search(wxDataViewCtrl& control);
+/// Prepares a control whose columns are in place: assistive technology gets the name of the
+/// control, and the text and the box of every row, which the toolkit draws in `column`; letters are
+/// left to the program.
+void set_up(wxDataViewCtrl& control, wxDataViewColumn& column, const char* name);
 
 }  // namespace zendro::packages_ui::native_tree

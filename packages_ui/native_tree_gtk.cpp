@@ -161,11 +161,26 @@ Path shown_path(const PackagesViewbase& view, const wxDataViewItem& item) {
   return {path_of(view, item), gtk_tree_path_free};
 }
 
-GtkTreeView* tree_of(wxDataViewCtrl& control) { return GTK_TREE_VIEW(control.GtkGetTreeView()); }
+GtkTreeView* tree_of(const wxDataViewCtrl& control) {
+  return GTK_TREE_VIEW(const_cast<wxDataViewCtrl&>(control).GtkGetTreeView());
+}
 
-const Source* source_of(wxDataViewCtrl& control) {
+const Source* source_of(const wxDataViewCtrl& control) {
   GtkTreeModel* model = gtk_tree_view_get_model(tree_of(control));
   return model == nullptr ? nullptr : source_of(model);
+}
+
+// Makes an item known to the toolkit, which is needed for one that the control has not handed out
+// itself.
+void introduce(const wxDataViewCtrl& control, const wxDataViewItem& item) {
+  const Source* source = source_of(control);
+  if (source == nullptr || !PackagesViewbase::version_of(item)) return;
+  // The toolkit knows the versions of a package once it has been asked for one.
+  const Path path = shown_path(*source->view, item);
+  GtkTreeIter iter = {};
+  if (path) {
+    toolkit_functions.get_iter(gtk_tree_view_get_model(tree_of(control)), &iter, path.get());
+  }
 }
 
 // Keeps the toolkit from making an event of every row that is expanded or collapsed.
@@ -244,34 +259,19 @@ void show_nothing(wxDataViewCtrl& control) {
   control.AssociateModel(nullptr);
 }
 
-void introduce(wxDataViewCtrl& control, const wxDataViewItem& item) {
-  const Source* source = source_of(control);
-  if (source == nullptr || !PackagesViewbase::version_of(item)) return;
-  // The toolkit knows the versions of a package once it has been asked for one.
-  const Path path = shown_path(*source->view, item);
-  GtkTreeIter iter = {};
-  if (path) {
-    toolkit_functions.get_iter(gtk_tree_view_get_model(tree_of(control)), &iter, path.get());
-  }
-}
-
-void expand(wxDataViewCtrl& control, std::span<const PackageId> packages) {
+void set_expanded(wxDataViewCtrl& control, std::span<const PackageId> changed,
+                  const std::set<PackageId>& expanded) {
   const Source* source = source_of(control);
   if (source == nullptr) return;
   const WithoutEvents without_events(control);
-  for (const PackageId package : packages) {
+  for (const PackageId package : changed) {
     const Path path = shown_path(*source->view, PackagesViewbase::package_item(package));
-    if (path) gtk_tree_view_expand_row(tree_of(control), path.get(), FALSE);
-  }
-}
-
-void collapse(wxDataViewCtrl& control, std::span<const PackageId> packages) {
-  const Source* source = source_of(control);
-  if (source == nullptr) return;
-  const WithoutEvents without_events(control);
-  for (const PackageId package : packages) {
-    const Path path = shown_path(*source->view, PackagesViewbase::package_item(package));
-    if (path) gtk_tree_view_collapse_row(tree_of(control), path.get());
+    if (!path) continue;
+    if (expanded.count(package) != 0) {
+      gtk_tree_view_expand_row(tree_of(control), path.get(), FALSE);
+    } else {
+      gtk_tree_view_collapse_row(tree_of(control), path.get());
+    }
   }
 }
 
@@ -301,6 +301,12 @@ void scroll_to_top(wxDataViewCtrl& control, const wxDataViewItem& item) {
   if (path) gtk_tree_view_scroll_to_cell(tree_of(control), path.get(), nullptr, TRUE, 0.0F, 0.0F);
 }
 
+wxRect rect_of(const wxDataViewCtrl& control, const wxDataViewItem& item,
+               const wxDataViewColumn* column) {
+  introduce(control, item);
+  return control.wxDataViewCtrl::GetItemRect(item, column);
+}
+
 void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending) {
   auto* native = GTK_TREE_VIEW_COLUMN(column.GetGtkHandle());
   gtk_tree_view_column_set_sort_indicator(native, ascending.has_value());
@@ -309,7 +315,7 @@ void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending) {
       native, ascending.value_or(true) ? GTK_SORT_ASCENDING : GTK_SORT_DESCENDING);
 }
 
-void make_accessible(wxDataViewCtrl& control, wxDataViewColumn& column, const char* name) {
+void set_up(wxDataViewCtrl& control, wxDataViewColumn& column, const char* name) {
   atk_object_set_name(gtk_widget_get_accessible(control.GtkGetTreeView()), name);
   // Cells of GTK's own kinds describe themselves, also where they take no room.
   auto* native = GTK_TREE_VIEW_COLUMN(column.GetGtkHandle());
@@ -322,9 +328,6 @@ void make_accessible(wxDataViewCtrl& control, wxDataViewColumn& column, const ch
   g_object_set(box, "activatable", FALSE, nullptr);
   add(gtk_cell_renderer_text_new(), describe_text);
   add(box, describe_box);
-}
-
-void disable_own_search(wxDataViewCtrl& control) {
   gtk_tree_view_set_enable_search(tree_of(control), FALSE);
 }
 

@@ -55,12 +55,7 @@ void OutputPane::flush(std::size_t limit) {
 
   const wxString text = control_text(std::move(lines));
   if (follows_newest_line()) {
-    long selected_from = 0;
-    long selected_to = 0;
-    control_->GetSelection(&selected_from, &selected_to);
-    control_->AppendText(text);
-    if (selected_from != selected_to) control_->SetSelection(selected_from, selected_to);
-    control_->ShowPosition(control_->GetLastPosition());
+    append_and_follow(*control_, text);
   } else {
     append_quietly(*control_, text);
   }
@@ -71,9 +66,7 @@ void OutputPane::flush(std::size_t limit) {
 // not mean that the user has left it; one above an earlier position does.
 bool OutputPane::follows_newest_line() {
   const int position = control_->GetScrollPos(wxVERTICAL);
-  const int seen = control_->GetScrollThumb(wxVERTICAL);
-  const int line = control_->GetCharHeight();
-  if (position + seen + line >= control_->GetScrollRange(wxVERTICAL)) {
+  if (shows_end(*control_)) {
     following_ = true;
   } else if (position < scroll_position_) {
     following_ = false;

@@ -10,10 +10,9 @@
 
 #include <wx/timer.h>
 
-namespace zendro::packages_ui {
+#include "packages_ui/post_action.h"
 
-/// Hands an action to the window thread; the action is dropped once the window is gone.
-using PostAction = std::function<void(std::function<void()>)>;
+namespace zendro::packages_ui {
 
 /// Made and destroyed on the window thread, destroyed no earlier than the window that `post` is of.
 class PacedAction {

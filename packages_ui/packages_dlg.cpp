@@ -7,7 +7,9 @@
 
 #include <wx/animate.h>
 #include <wx/button.h>
+#include <wx/iconbndl.h>
 #include <wx/mstream.h>
+#include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/utils.h>
 #include <wx/xml/xml.h>
@@ -38,11 +40,9 @@ constexpr int kFormBorder = 8;
 void register_form() {
   static bool registered = false;
   if (std::exchange(registered, true)) return;
-  const std::pair<const char*, int> kIds[] = {{"treePackages", kIdTreePackages},
-                                              {"btnPatch", kIdPatch},
+  const std::pair<const char*, int> kIds[] = {{"btnPatch", kIdPatch},
                                               {"btnClear", kIdClear},
                                               {"btnReset", kIdReset},
-                                              {"aniProgress", kIdProgress},
                                               {"OK", kIdApply},
                                               {"Cancel", kIdClose}};
   for (const auto& [name, id] : kIds) wxXmlResource::GetXRCID(name, id);
@@ -54,6 +54,16 @@ void register_form() {
   if (!document->IsOk() || !wxXmlResource::Get()->LoadDocument(document.release())) {
     throw std::runtime_error("The form of the window cannot be read.");
   }
+}
+
+// For the caption, the switcher of windows and the bar of tasks, with coarse pixels and fine ones.
+wxIconBundle icons() {
+  const wxBitmapBundle drawing = picture("PackageManager_cmd", kIconSize);
+  wxIconBundle icons;
+  for (const int size : {16, 20, 24, 32, 40, 48, 64}) {
+    icons.AddIcon(drawing.GetIcon(wxSize(size, size)));
+  }
+  return icons;
 }
 
 }  // namespace
@@ -73,13 +83,13 @@ PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cac
                          std::shared_ptr<framework::ActionPoster> window_thread,
                          std::vector<std::string> preselection, std::filesystem::path state_file)
     : cache_(std::move(cache)),
-      window_thread_(std::move(window_thread)),
       preselection_(std::move(preselection)),
       state_file_(std::move(state_file)),
       state_(state_file_.empty() ? std::nullopt : read_window_state(state_file_)),
       questions_(std::make_unique<DialogQuestions>(this)) {
   register_form();
   load_form(parent);
+  post_ = post_to_window(*this, alive_, std::move(window_thread));
   create_controls();
   operations_ = std::make_unique<Operations>(
       cache_, std::make_shared<LogHandler>(this),
@@ -105,25 +115,31 @@ void PackagesDlg::load_form(wxWindow* parent) {
 void PackagesDlg::create_controls() {
   auto* output = XRCCTRL(*this, "edtOutput", wxTextCtrl);
   make_accessible(*output, "Output");
-  pane_ = std::make_unique<OutputPane>(output, post_to_this());
+  pane_ = std::make_unique<OutputPane>(output, post_);
 
-  // The form has an empty place for each control that is ours to make.
-  const auto place_of = [this](const char* name) {
-    wxWindow* place = FindWindowByName(wxString(name) + "_container", this);
-    place->SetId(NewControlId());  // the number is the control's
-    return place;
-  };
-  grid_ = new PackagesRelDisp(place_of("treePackages"), [this] { return caption_of(kIdPatch); });
-  wxXmlResource::Get()->AttachUnknownControl("treePackages", grid_, this);
+  grid_ = new PackagesRelDisp(this, kIdTreePackages, [this] { return caption_of(kIdPatch); });
+  put_in_place("treePackages", grid_);
   search_ = new SearchField(this, *grid_, kFormBorder);
 
-  auto* animation = new wxAnimationCtrl(place_of("aniProgress"), wxID_ANY);
-  progress_ = std::make_unique<ProgressDisplay>(
-      animation, XRCCTRL(*this, "txtProgress", wxStaticText), post_to_this());
-  wxXmlResource::Get()->AttachUnknownControl("aniProgress", animation, this);
+  auto* animation = new wxAnimationCtrl(this, kIdProgress);
+  put_in_place("aniProgress", animation);
+  progress_ = std::make_unique<ProgressDisplay>(animation,
+                                                XRCCTRL(*this, "txtProgress", wxStaticText), post_);
 
-  set_smallest_size(*this, grid_->GetParent());
+  set_smallest_size(*this, grid_);
   place_window(*this, *grid_, state_, wxSize(kInitialWidth, kInitialHeight));
+}
+
+// Puts a control that is ours to make into the empty place that the form has for it. It becomes a
+// child of the window itself like those that the form makes, for other programs to find by number.
+void PackagesDlg::put_in_place(const char* name, wxWindow* control) {
+  wxWindow* place = FindWindowByName(wxString(name) + "_container", this);
+  control->SetName(name);
+  control->MoveBeforeInTabOrder(place);
+  GetSizer()->Replace(place, control, true);
+  control->SetMinSize(place->GetMinSize());
+  place->SetContainingSizer(nullptr);
+  place->Destroy();
 }
 
 void PackagesDlg::bind_events() {
@@ -143,8 +159,7 @@ void PackagesDlg::bind_events() {
 
 void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
   event.Skip();
-  SetIcons(wxIconBundle(
-      picture("PackageManager_cmd", kIconSize).GetIcon(FromDIP(wxSize(kIconSize, kIconSize)))));
+  SetIcons(icons());
   SetTitle(wxString(ui_message(cache_->type() == "xbrl" ? UiCode::PackageUICaptionTaxonomy
                                                         : UiCode::PackageUICaptionSchema)));
   pane_->clear();
@@ -176,18 +191,18 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
   set_idle(false);
   disable_buttons();
   try {
-    worker_.start([this, operation = std::move(operation), completion = std::move(completion),
-                   post = post_to_this()] {
-      // Shared, because a posted action is copied and a table is not.
-      const auto loaded = std::make_shared<LoadedPackages>(operation());
-      post([this, loaded, completion] {
-        pane_->show_pending();
-        set_idle(true);
-        const wxBusyCursor busy;
-        completion(std::move(*loaded));
-        update_buttons();
-      });
-    });
+    worker_.start(
+        [this, operation = std::move(operation), completion = std::move(completion), post = post_] {
+          // Shared, because a posted action is copied and a table is not.
+          const auto loaded = std::make_shared<LoadedPackages>(operation());
+          post([this, loaded, completion] {
+            pane_->show_pending();
+            set_idle(true);
+            const wxBusyCursor busy;
+            completion(std::move(*loaded));
+            update_buttons();
+          });
+        });
   } catch (const std::system_error& error) {
     pane_->append_line(msg::to_wide(error.what()));
     set_idle(true);
@@ -236,7 +251,8 @@ void PackagesDlg::OnCharHook(wxKeyEvent& event) {
     }
     if (grid_has_focus()) {
       if (key == WXK_SPACE) {
-        grid_->toggle_current();
+        // The change may ask a question, which must not happen while a key is under way.
+        CallAfter([this] { grid_->toggle_current(); });
         return;
       }
     }
@@ -260,18 +276,24 @@ void PackagesDlg::report(const msg::Message& message) { pane_->append_line(shown
 
 void PackagesDlg::update_buttons() {
   const ButtonStates states = selection_ ? button_states(*selection_) : ButtonStates{};
-  FindWindow(kIdApply)->Enable(states.changed);
-  FindWindow(kIdReset)->Enable(states.changed);
-  FindWindow(kIdClear)->Enable(states.any_checked);
-  FindWindow(kIdPatch)->Enable(states.patchable);
-  wxWindow* close = FindWindow(kIdClose);
-  close->Enable();
-  close->SetLabel(wxString(
+  enable(kIdApply, states.changed);
+  enable(kIdReset, states.changed);
+  enable(kIdClear, states.any_checked);
+  enable(kIdPatch, states.patchable);
+  enable(kIdClose, true);
+  FindWindow(kIdClose)->SetLabel(wxString(
       ui_message(states.changed ? UiCode::PackageUIButtonCancel : UiCode::PackageUIButtonClose)));
 }
 
 void PackagesDlg::disable_buttons() {
-  for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) FindWindow(id)->Disable();
+  for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) enable(id, false);
+}
+
+// The keyboard goes from a button that is disabled to the grid, not to whatever button is next.
+void PackagesDlg::enable(int id, bool enabled) {
+  wxWindow* button = FindWindow(id);
+  if (!enabled && button->HasFocus()) grid_->SetFocus();
+  button->Enable(enabled);
 }
 
 void PackagesDlg::set_idle(bool idle) {
@@ -290,15 +312,6 @@ std::wstring PackagesDlg::caption_of(int id) const {
 
 std::wstring PackagesDlg::summary() const {
   return summary_text(*selection_, caption_of(kIdApply));
-}
-
-PostAction PackagesDlg::post_to_this() const {
-  return
-      [poster = window_thread_, alive = std::weak_ptr<bool>(alive_)](std::function<void()> action) {
-        poster->post([alive, action = std::move(action)] {
-          if (!alive.expired()) action();
-        });
-      };
 }
 
 }  // namespace zendro::packages_ui

@@ -21,6 +21,7 @@
 #include "packages_ui/paced_action.h"
 #include "packages_ui/packages_rel_disp.h"
 #include "packages_ui/parent_ui.h"
+#include "packages_ui/post_action.h"
 #include "packages_ui/progress_display.h"
 #include "packages_ui/questions.h"
 #include "packages_ui/search_field.h"
@@ -59,6 +60,7 @@ class PackagesDlg : public wxDialog, public ParentUI {
 
   void load_form(wxWindow* parent);
   void create_controls();
+  void put_in_place(const char* name, wxWindow* control);
   void bind_events();
 
   void OnInitDialog(wxInitDialogEvent& event);
@@ -74,19 +76,19 @@ class PackagesDlg : public wxDialog, public ParentUI {
   void show_loaded(std::unique_ptr<PackageTable> table);
   void update_buttons();
   void disable_buttons();
+  void enable(int id, bool enabled);
   void set_idle(bool idle);
   [[nodiscard]] bool grid_has_focus() const;
   [[nodiscard]] std::wstring caption_of(int id) const;
   [[nodiscard]] std::wstring summary() const;
-  [[nodiscard]] PostAction post_to_this() const;
 
   std::shared_ptr<pkg::pkg_cache_t> cache_;
-  std::shared_ptr<framework::ActionPoster> window_thread_;
   std::vector<std::string> preselection_;
   std::filesystem::path state_file_;
   std::optional<WindowState> state_;  ///< as it was kept
   /// Posted actions hold this weakly: they run only while the dialog exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  PostAction post_;
 
   PackagesRelDisp* grid_ = nullptr;
   SearchField* search_ = nullptr;

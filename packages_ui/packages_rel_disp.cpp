@@ -38,13 +38,13 @@ class Flag {
 
 }  // namespace
 
-PackagesRelDisp::PackagesRelDisp(wxWindow* parent, std::function<std::wstring()> patch_caption)
-    : wxDataViewCtrl(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+PackagesRelDisp::PackagesRelDisp(wxWindow* parent, wxWindowID id,
+                                 std::function<std::wstring()> patch_caption)
+    : wxDataViewCtrl(parent, id, wxDefaultPosition, wxDefaultSize,
                      wxDV_SINGLE | wxDV_ROW_LINES | wxBORDER_THEME),
       patch_caption_(std::move(patch_caption)) {
   add_columns();
-  native_tree::make_accessible(*this, *GetColumn(PackagesViewbase::kPackage), "Packages");
-  native_tree::disable_own_search(*this);
+  native_tree::set_up(*this, *GetColumn(PackagesViewbase::kPackage), "Packages");
   bind_events();
 }
 
@@ -59,8 +59,7 @@ void PackagesRelDisp::bind_events() {
       expanded_.erase(*package);
     }
   });
-  Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED,
-       [this](wxDataViewEvent& event) { choose_patch(event.GetItem()); });
+  Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, &PackagesRelDisp::on_activated, this);
   Bind(wxEVT_DATAVIEW_COLUMN_HEADER_CLICK, [this](wxDataViewEvent& event) {
     const auto column = kSortColumns[event.GetColumn()];
     // The rows change, which must not happen inside the control's own handler.
@@ -177,7 +176,8 @@ void PackagesRelDisp::show_rows(const Place& place) {
   native_tree::show(*this, *view_,
                     GridRows(selection_->table(), order_, filter_->matches(filter_text_)));
   mark_sorted_column();  // headers forget it together with the rows
-  native_tree::expand(*this, std::vector<PackageId>(expanded_.begin(), expanded_.end()));
+  native_tree::set_expanded(*this, std::vector<PackageId>(expanded_.begin(), expanded_.end()),
+                            expanded_);
   const wxDataViewItem current = nearest_shown(place.current);
   if (current.IsOk()) go_to(current);
   const wxDataViewItem top = nearest_shown(place.top);
@@ -243,8 +243,7 @@ void PackagesRelDisp::EnsureVisible(const wxDataViewItem& item, const wxDataView
 
 wxRect PackagesRelDisp::GetItemRect(const wxDataViewItem& item,
                                     const wxDataViewColumn* column) const {
-  native_tree::introduce(*const_cast<PackagesRelDisp*>(this), item);
-  return wxDataViewCtrl::GetItemRect(item, column);
+  return native_tree::rect_of(*this, item, column);
 }
 
 void PackagesRelDisp::toggle_current() { toggle(GetCurrentItem()); }
@@ -261,11 +260,14 @@ void PackagesRelDisp::toggle(const wxDataViewItem& item) {
   }
 }
 
-void PackagesRelDisp::choose_patch(const wxDataViewItem& item) {
+void PackagesRelDisp::on_activated(wxDataViewEvent& event) {
+  const wxDataViewItem item = event.GetItem();
+  if (item == toggled_item_ && wxGetLocalTimeMillis() - toggled_at_ < kDoubleClickTime) {
+    event.Skip();  // for a control that has not taken the second click as such yet
+    return;
+  }
   const auto row = PackagesViewbase::version_of(item);
-  if (!row || selection_ == nullptr || locked_ || changing_) return;
-  if (item == toggled_item_ && wxGetLocalTimeMillis() - toggled_at_ < kDoubleClickTime) return;
-  selection_->choose_patch(*row);
+  if (row && selection_ != nullptr && !locked_ && !changing_) selection_->choose_patch(*row);
 }
 
 void PackagesRelDisp::on_char(wxKeyEvent& event) {
@@ -320,10 +322,15 @@ void PackagesRelDisp::collapse_current() {
   if (const auto package = PackagesViewbase::package_of(item)) collapse({*package});
 }
 
+std::vector<PackageId> PackagesRelDisp::packages_shown() const {
+  if (selection_ == nullptr) return {};
+  const std::span<const PackageId> packages = view_->rows().packages();
+  return {packages.begin(), packages.end()};
+}
+
 std::vector<PackageId> PackagesRelDisp::packages_where(bool any_checked) const {
   std::vector<PackageId> packages;
-  if (selection_ == nullptr) return packages;
-  for (const PackageId package : view_->rows().packages()) {
+  for (const PackageId package : packages_shown()) {
     if ((selection_->package_check(package) != PackageCheck::none) == any_checked) {
       packages.push_back(package);
     }
@@ -333,23 +340,17 @@ std::vector<PackageId> PackagesRelDisp::packages_where(bool any_checked) const {
 
 void PackagesRelDisp::expand(std::vector<PackageId> packages) {
   expanded_.insert(packages.begin(), packages.end());
-  native_tree::expand(*this, packages);
+  native_tree::set_expanded(*this, packages, expanded_);
 }
 
 void PackagesRelDisp::collapse(std::vector<PackageId> packages) {
   for (const PackageId package : packages) expanded_.erase(package);
-  native_tree::collapse(*this, packages);
+  native_tree::set_expanded(*this, packages, expanded_);
 }
 
-void PackagesRelDisp::expand_all() {
-  expand(packages_where(true));
-  expand(packages_where(false));
-}
+void PackagesRelDisp::expand_all() { expand(packages_shown()); }
 
-void PackagesRelDisp::collapse_all() {
-  collapse(packages_where(true));
-  collapse(packages_where(false));
-}
+void PackagesRelDisp::collapse_all() { collapse(packages_shown()); }
 
 void PackagesRelDisp::expand_selected() { expand(packages_where(true)); }
 

@@ -26,7 +26,7 @@ namespace zendro::packages_ui {
 class PackagesRelDisp : public wxDataViewCtrl {
  public:
   /// `patch_caption` tells the caption of the Patch Selection button for datatips.
-  PackagesRelDisp(wxWindow* parent, std::function<std::wstring()> patch_caption);
+  PackagesRelDisp(wxWindow* parent, wxWindowID id, std::function<std::wstring()> patch_caption);
 
   /// Shows this selection, which outlives being shown, sorted and filtered as before. The same
   /// rows are expanded, in sight and under the cursor as before, where they still exist.
@@ -68,7 +68,7 @@ class PackagesRelDisp : public wxDataViewCtrl {
   void add_columns();
   void bind_events();
   void toggle(const wxDataViewItem& item);
-  void choose_patch(const wxDataViewItem& item);
+  void on_activated(wxDataViewEvent& event);
   void sort_by(SortColumn column);
   void mark_sorted_column();
 
@@ -81,7 +81,8 @@ class PackagesRelDisp : public wxDataViewCtrl {
   void on_char(wxKeyEvent& event);
   void go_to(const wxDataViewItem& item);
   void collapse_current();
-  /// The packages shown that have a checked version, or those that have none.
+  [[nodiscard]] std::vector<PackageId> packages_shown() const;
+  /// Those of them that have a checked version, or those that have none.
   [[nodiscard]] std::vector<PackageId> packages_where(bool any_checked) const;
   void expand(std::vector<PackageId> packages);
   void collapse(std::vector<PackageId> packages);

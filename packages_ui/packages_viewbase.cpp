@@ -49,6 +49,11 @@ std::optional<RowId> PackagesViewbase::version_of(const wxDataViewItem& item) {
   return static_cast<RowId>(number / 2);
 }
 
+void PackagesViewbase::set_rows(GridRows rows) {
+  rows_ = std::move(rows);
+  top_level_ = rows_.packages();
+}
+
 void PackagesViewbase::GetValue(wxVariant& value, const wxDataViewItem& item,
                                 unsigned int column) const {
   value = column == kPackage ? box_cell(item) : wxVariant(wxString(text_cell(item, column)));
@@ -125,12 +130,24 @@ bool PackagesViewbase::HasContainerColumns(const wxDataViewItem&) const { return
 unsigned int PackagesViewbase::GetChildren(const wxDataViewItem& item,
                                            wxDataViewItemArray& children) const {
   if (!item.IsOk()) {
-    children.reserve(rows_.packages().size());
-    for (const PackageId package : rows_.packages()) children.push_back(package_item(package));
+    children.reserve(top_level_.size());
+    for (const PackageId package : top_level_) children.push_back(package_item(package));
   } else if (const auto package = package_of(item)) {
     for (const RowId row : rows_.versions(*package)) children.push_back(version_item(row));
   }
   return static_cast<unsigned int>(children.size());
+}
+
+int PackagesViewbase::Compare(const wxDataViewItem& one, const wxDataViewItem& other, unsigned int,
+                              bool) const {
+  const auto position = [this](const wxDataViewItem& item) {
+    const auto package = package_of(item);
+    return package ? rows_.position(*package)
+                   : rows_.position(*package_of(GetParent(item)), *version_of(item));
+  };
+  const std::size_t first = position(one);
+  const std::size_t second = position(other);
+  return first < second ? -1 : first > second ? 1 : 0;
 }
 
 wxBitmapBundle PackagesViewbase::icon(std::string_view name) const {

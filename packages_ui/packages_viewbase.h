@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,8 +27,11 @@ class PackagesViewbase : public wxDataViewModel {
   PackagesViewbase(const Selection& selection, std::function<void(const wxDataViewItem&)> on_check);
 
   /// The rows to show. The control has to be told by being given the view anew.
-  void set_rows(GridRows rows) { rows_ = std::move(rows); }
+  void set_rows(GridRows rows);
   [[nodiscard]] const GridRows& rows() const { return rows_; }
+  /// For a control that takes the packages piece by piece: the ones that it is told of, which are
+  /// shown; set_rows() makes them all.
+  void set_top_level(std::span<const PackageId> packages) { top_level_ = packages; }
 
   static wxDataViewItem package_item(PackageId package);
   static wxDataViewItem version_item(RowId row);
@@ -47,6 +51,9 @@ class PackagesViewbase : public wxDataViewModel {
   bool HasContainerColumns(const wxDataViewItem& item) const override;
   unsigned int GetChildren(const wxDataViewItem& item,
                            wxDataViewItemArray& children) const override;
+  /// Rows compare as they are shown, whatever the column and the direction.
+  int Compare(const wxDataViewItem& one, const wxDataViewItem& other, unsigned int column,
+              bool ascending) const override;
 
  private:
   ~PackagesViewbase() override = default;
@@ -56,6 +63,7 @@ class PackagesViewbase : public wxDataViewModel {
 
   const Selection& selection_;
   GridRows rows_;
+  std::span<const PackageId> top_level_;
   std::function<void(const wxDataViewItem&)> on_check_;
   mutable std::map<std::string_view, wxBitmapBundle> icons_;
 };

@@ -1,7 +1,6 @@
 #include "pkg/core_context.h"
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 #include "app/options.h"
@@ -12,22 +11,22 @@
 namespace zendro::pkg {
 namespace {
 
-// A folder of the option set; one that was given without its separator gets it.
+// A folder of the option set with the system's separators, also at its end.
 std::string folder_text(const json::value& value) {
   if (value.is_null()) return {};
   const std::string_view folder = framework::as_string(value);
   if (folder.empty()) return {};
-  return framework::path_to_utf8(framework::path_from_utf8(folder) / std::filesystem::path());
+  std::filesystem::path path = framework::path_from_utf8(folder) / std::filesystem::path();
+  return framework::path_to_utf8(path.make_preferred());
 }
 
 // Comparable form of a folder: resolved as far as it exists, ASCII letters in lower case, since
-// some file systems do not tell them apart, and with a trailing separator.
+// some file systems do not tell them apart on any system, and with a trailing separator.
 std::string comparable(const std::string& folder) {
-  std::error_code failed;
-  const std::filesystem::path given = framework::path_from_utf8(folder);
-  std::filesystem::path resolved = std::filesystem::weakly_canonical(given, failed);
-  if (failed) resolved = given.lexically_normal();
-  return ascii_lower(framework::path_to_utf8(resolved / std::filesystem::path()));
+  const std::filesystem::path resolved =
+      framework::resolved_path(framework::path_from_utf8(folder));
+  const std::string text = framework::path_to_utf8(resolved / std::filesystem::path());
+  return framework::comparable_name(ascii_lower(text));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "framework/digest.h"
+#include "framework/files.h"
 #include "framework/folder.h"
 #include "framework/http.h"
 #include "pkg/package_folder.h"
@@ -69,7 +70,8 @@ class package_download {
                             text_argument(L"sum", digest_text), context_.pkgtype()});
     }
     const std::string local_name = local_member_name(member);
-    const auto [first, is_new] = provided_.try_emplace(local_name, *expected);
+    const auto [first, is_new] =
+        provided_.try_emplace(framework::comparable_name(local_name), *expected);
     if (!is_new && first->second != *expected) {
       return context_.fail(msg::Code::checksum_invalid,
                            {pkg_argument(package_.identity), text_argument(L"file", member),
@@ -156,7 +158,7 @@ class package_download {
   package_folder_t place_;
   std::vector<char> block_;
   std::unique_ptr<Folder> folder_;
-  std::map<std::string, Sha256Digest> provided_;  ///< by local name
+  std::map<std::string, Sha256Digest> provided_;  ///< by comparable local name
   std::optional<std::string> store_;              ///< the store URL once it is known
 };
 

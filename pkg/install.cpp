@@ -128,7 +128,7 @@ class request_check {
     for (const package_t& package : installed.packages()) {
       const package_folder_t folder = read_metadata(
           package, [&context](const meta_t& meta) { return package_folder_t(context, meta); });
-      owners_.try_emplace(folder.path(), package.identity.name);
+      owners_.try_emplace(folder.key(), package.identity.name);
     }
   }
 
@@ -153,7 +153,7 @@ class request_check {
     std::string cause;
     if (folder.is_safe(context_, cause)) {
       const std::string& owner =
-          owners_.try_emplace(folder.path(), package.identity.name).first->second;
+          owners_.try_emplace(folder.key(), package.identity.name).first->second;
       if (owner == package.identity.name) return true;
       cause = "The folder is that of " + owner + ".";
     }
@@ -161,7 +161,7 @@ class request_check {
   }
 
   core_context_t& context_;
-  std::unordered_map<std::string, std::string> owners_;  ///< folder to package name
+  std::unordered_map<std::string, std::string> owners_;  ///< folder's key to package name
   std::uint64_t members_ = 0;
 };
 

@@ -1,7 +1,6 @@
 #include "pkg/list_files.h"
 
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "framework/files.h"
@@ -64,9 +63,7 @@ std::optional<pkgs_available_t> load_installed(core_context_t& context) {
   const std::lock_guard lock(context.global_lock());
   // Only a list that is known to be missing is empty. Anything else that cannot be looked at is an
   // error, or the next write would replace a list that is merely out of reach.
-  std::error_code ignored;
-  const std::filesystem::path path = framework::path_from_utf8(context.installed_path());
-  if (std::filesystem::status(path, ignored).type() == std::filesystem::file_type::not_found) {
+  if (framework::is_missing(framework::path_from_utf8(context.installed_path()))) {
     return pkgs_available_t();
   }
   return load(context, context.installed_path());

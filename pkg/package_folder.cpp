@@ -1,7 +1,6 @@
 #include "pkg/package_folder.h"
 
 #include <filesystem>
-#include <system_error>
 #include <vector>
 
 #include "framework/files.h"
@@ -41,7 +40,8 @@ bool remove_contents(core_context_t& context, const Folder& folder, const std::s
     const bool is_folder = entry.kind == EntryKind::folder;
     if (is_folder) {
       const std::unique_ptr<Folder> inner = folder.open_folder(entry.name, error);
-      if (!inner || !remove_contents(context, *inner, entry_path + "/", depth + 1, error)) {
+      if (!inner || !remove_contents(context, *inner, entry_path + framework::kPathSeparator,
+                                     depth + 1, error)) {
         return false;
       }
     }
@@ -69,7 +69,10 @@ package_folder_t::package_folder_t(const core_context_t& context, const meta_t& 
     : install_root_(context.install_root()),
       type_(meta.type()),
       name_(meta.pkg_installdir()),
-      path_(install_root_ + type_ + "/" + name_ + "/") {}
+      path_(install_root_ + type_ + framework::kPathSeparator + name_ + framework::kPathSeparator) {
+}
+
+std::string package_folder_t::key() const { return framework::comparable_name(path_); }
 
 std::string package_folder_t::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
@@ -100,8 +103,7 @@ bool package_folder_t::is_safe(core_context_t& context, std::string& cause) cons
 
 std::unique_ptr<Folder> package_folder_t::open_parent(IoError& error) const {
   const fs::path root_path = framework::path_from_utf8(install_root_);
-  std::error_code ignored;
-  if (fs::status(root_path, ignored).type() == fs::file_type::not_found) return nullptr;
+  if (framework::is_missing(root_path)) return nullptr;
   const std::unique_ptr<Folder> root = Folder::open(root_path, error);
   if (!root || root->kind_of(type_) == EntryKind::absent) return nullptr;
   return root->open_folder(type_, error);
@@ -125,10 +127,11 @@ std::unique_ptr<Folder> package_folder_t::create(IoError& error) const {
 
 bool package_folder_t::remove(core_context_t& context, IoError& error) const {
   const std::unique_ptr<Folder> parent = open_parent(error);
-  const std::unique_ptr<Folder> folder = parent ? open(error) : nullptr;
+  std::unique_ptr<Folder> folder = parent ? open(error) : nullptr;
   if (error) return false;
   if (folder) {
     if (!remove_contents(context, *folder, path_, 0, error)) return false;
+    folder.reset();  // an open folder would not be gone at once everywhere
     if (parent->remove_folder(name_, error)) {
       context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
       return true;

@@ -21,6 +21,8 @@ class package_folder_t {
 
   /// The full path with its trailing separator, as shown in messages.
   [[nodiscard]] const std::string& path() const { return path_; }
+  /// The same text for every spelling of the same folder.
+  [[nodiscard]] std::string key() const;
   /// The full path of a member's local file.
   [[nodiscard]] std::string member_path(std::string_view member) const;
 

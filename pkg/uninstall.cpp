@@ -123,7 +123,7 @@ class folder_removal {
       if (removal.contains(package.identity)) {
         folders_.push_back(std::move(folder));
       } else {
-        used_.insert(folder.path());
+        used_.insert(folder.key());
       }
     }
   }
@@ -138,7 +138,7 @@ class folder_removal {
 
   bool run() {
     for (const package_folder_t& folder : folders_) {
-      if (used_.contains(folder.path())) {
+      if (used_.contains(folder.key())) {
         context_.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress,
                      {path_argument(folder.path())});
         continue;

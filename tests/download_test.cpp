@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include <unistd.h>
-
 #include "app/options.h"
 #include "framework/digest.h"
 #include "pkg/core_context.h"

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <wx/app.h>
+#include <wx/settings.h>
 #include <wx/textctrl.h>
 
 #include "tests/window_fixture.h"
@@ -49,6 +50,8 @@ class GridTest : public WindowTest {
     settle();
     mouse.MouseClick();
     settle();
+    // Not to make a double click with the next one.
+    wxMilliSleep(static_cast<unsigned long>(wxSystemSettings::GetMetric(wxSYS_DCLICK_MSEC)) + 100);
   }
   /// The packages in the order shown.
   [[nodiscard]] std::vector<std::string> packages() const {

@@ -124,7 +124,7 @@ void ManagerTest::start_with(const std::vector<TestPackage>& packages) {
 std::string ManagerTest::plain(std::string text) const {
   replace_all(text, folder_.path().string(), "$");
   replace_all(text, server_.url(), "@");
-  return text;
+  return with_slashes(std::move(text));
 }
 
 std::vector<std::string> ManagerTest::take_messages() {
@@ -159,7 +159,8 @@ std::map<std::string, std::string> ManagerTest::snapshot() const {
   std::map<std::string, std::string> files;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder_.path())) {
     if (!entry.is_regular_file() || entry.path().extension() == ".lock") continue;
-    files[entry.path().lexically_relative(folder_.path()).string()] = file_text(entry.path());
+    files[entry.path().lexically_relative(folder_.path()).generic_string()] =
+        file_text(entry.path());
   }
   return files;
 }

@@ -52,7 +52,7 @@ class ManagerTest : public testing::Test {
 
   /// What the sinks have received since the last call, each entry a line: the identifier of a
   /// message with its arguments in the order given ("! " in front of a warning); the text of a log
-  /// line. The folder of the test is written "$", the store's URL "@".
+  /// line. The folder of the test is written "$", the store's URL "@", separators "/".
   std::vector<std::string> take_messages();
   std::vector<std::string> take_log();
   /// The texts of the messages as a user reads them, since the last take_messages().

@@ -1,12 +1,13 @@
 #include "app/options.h"
 
-#include <cstdlib>
 #include <optional>
 
 #include <gtest/gtest.h>
 
 #include "app/package_type.h"
 #include "pkg/active_types.h"
+#include "tests/environment.h"
+#include "tests/temp_folder.h"
 
 namespace zendro::app {
 namespace {
@@ -24,25 +25,27 @@ json::object options_of(std::string_view type) {
 class Options : public testing::Test {
  protected:
   void SetUp() override {
-    setenv("ZENDRO_COMMON_APPDATA", "/srv/data", 1);
+    tests::set_variable("ZENDRO_COMMON_APPDATA", "/srv/data");
     destroy_default_settings();
     create_default_settings();
   }
   void TearDown() override {
     destroy_default_settings();
-    unsetenv("ZENDRO_COMMON_APPDATA");
+    tests::unset_variable("ZENDRO_COMMON_APPDATA");
   }
 };
 
 TEST_F(Options, FoldersFollowFromTheTypeAndTheSharedFolder) {
   const json::object xsd = options_of("xsd");
   const json::object xbrl = options_of("xbrl");
-  EXPECT_EQ(base_folder(), "/srv/data/Zendro/");
-  EXPECT_EQ(text(get_install_root(nullptr)), "/srv/data/Zendro/pkgs/");
-  EXPECT_EQ(text(get_cache_root(&xsd)), "/srv/data/Zendro/pkgs/.xsd_cache/");
-  EXPECT_EQ(text(get_cache_root(&xbrl)), "/srv/data/Zendro/pkgs/.cache/");
-  EXPECT_EQ(manager_executable("xsd"), "/srv/data/SharedBetweenVersions/korvane.exe");
-  EXPECT_EQ(manager_executable("xbrl"), "/srv/data/SharedBetweenVersions/plintor.exe");
+  EXPECT_EQ(tests::with_slashes(base_folder()), "/srv/data/Zendro/");
+  EXPECT_EQ(tests::with_slashes(text(get_install_root(nullptr))), "/srv/data/Zendro/pkgs/");
+  EXPECT_EQ(tests::with_slashes(text(get_cache_root(&xsd))), "/srv/data/Zendro/pkgs/.xsd_cache/");
+  EXPECT_EQ(tests::with_slashes(text(get_cache_root(&xbrl))), "/srv/data/Zendro/pkgs/.cache/");
+  EXPECT_EQ(tests::with_slashes(manager_executable("xsd")),
+            "/srv/data/SharedBetweenVersions/korvane.exe");
+  EXPECT_EQ(tests::with_slashes(manager_executable("xbrl")),
+            "/srv/data/SharedBetweenVersions/plintor.exe");
   EXPECT_EQ(package_file_extension("xsd"), ".zendro_xmlschemas");
   EXPECT_EQ(package_file_extension("xbrl"), ".zendro_taxonomies");
 }

@@ -70,10 +70,7 @@ class OutputWindowTest : public testing::Test, public WindowLoop {
     };
   }
 
-  [[nodiscard]] int pixels_below() const {
-    return output_->GetScrollRange(wxVERTICAL) - output_->GetScrollThumb(wxVERTICAL) -
-           output_->GetScrollPos(wxVERTICAL);
-  }
+  [[nodiscard]] int pixels_below() const { return tests::pixels_below(*output_); }
 
   std::atomic<int> posted_ = 0;
   wxFrame* frame_ = new wxFrame(nullptr, wxID_ANY, "Output", wxPoint(0, 0), wxSize(500, 400));
@@ -102,7 +99,7 @@ TEST_F(OutputWindowTest, TenThousandLinesInASecond) {
           if (line % 100 == 99) std::this_thread::sleep_for(Milliseconds(8));
         }
       },
-      [&] { return output_->GetLastPosition() >= static_cast<long>(expected.size()); });
+      [&] { return length_of(*output_) >= expected.size(); });
   RecordProperty("milliseconds", static_cast<int>((Clock::now() - began) / Milliseconds(1)));
   RecordProperty("stall", static_cast<int>(stall.count()));
   EXPECT_LT(stall, kStall);
@@ -115,12 +112,12 @@ TEST_F(OutputWindowTest, TenThousandLinesInASecond) {
 TEST_F(OutputWindowTest, AFloodWithoutAPauseLeavesTheWindowAlive) {
   packages_ui::OutputPane pane(output_, counted_post());
   constexpr int kLines = 200'000;
-  constexpr long kLength = 10 * 2 + 90 * 3 + 900 * 4 + 9'000 * 5 + 90'000 * 6 + 100'000 * 7;
+  constexpr std::size_t kLength = 10 * 2 + 90 * 3 + 900 * 4 + 9'000 * 5 + 90'000 * 6 + 100'000 * 7;
   const Milliseconds stall = work_and_watch(
       [&] {
         for (int line = 0; line < kLines; ++line) pane.append_line(std::to_wstring(line));
       },
-      [&] { return output_->GetLastPosition() >= kLength; });
+      [&] { return length_of(*output_) >= kLength; });
   RecordProperty("stall", static_cast<int>(stall.count()));
   EXPECT_LT(stall, 4 * kStall);
   EXPECT_EQ(output_->GetNumberOfLines(), kLines + 1);

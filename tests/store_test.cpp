@@ -1,6 +1,4 @@
 // Bringing the list of available packages up to date.
-#include <sys/stat.h>
-
 #include "app/options.h"
 #include "framework/digest.h"
 #include "tests/manager_fixture.h"

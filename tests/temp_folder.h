@@ -1,20 +1,23 @@
 // A folder of its own for one test, removed with all that it holds at the end.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 #include <string>
-
-#include <stdlib.h>
 
 namespace zendro::tests {
 
 class TempFolder {
  public:
   TempFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "zendro-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    path_ = name;
+    std::random_device random;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      path_ = std::filesystem::temp_directory_path() / ("zendro-test-" + std::to_string(random()));
+      if (std::filesystem::create_directory(path_)) return;
+    }
+    throw std::runtime_error("no temporary folder");
   }
   ~TempFolder() {
     std::error_code ignored;
@@ -29,5 +32,12 @@ class TempFolder {
  private:
   std::filesystem::path path_;
 };
+
+/// A text with "/" where the system's paths have their separators.
+inline std::string with_slashes(std::string text) {
+  std::replace(text.begin(), text.end(),
+               static_cast<char>(std::filesystem::path::preferred_separator), '/');
+  return text;
+}
 
 }  // namespace zendro::tests

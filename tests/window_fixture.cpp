@@ -4,8 +4,6 @@
 
 #include <wx/app.h>
 #include <wx/button.h>
-#include <wx/textctrl.h>
-#include <wx/timer.h>
 
 namespace zendro::tests {
 namespace {
@@ -43,14 +41,21 @@ std::vector<wxDataViewItem> items_of(const wxDataViewModel& model) {
 
 }  // namespace
 
-WindowLoop::WindowLoop() : window_thread_(std::make_shared<app::WindowThread>(*wxTheApp)) {}
+// A message that was there when the loop asked may be gone when it fetches it (a move of the mouse
+// over a window that is hidden); the loop then waits for the next one, which has to come.
+WindowLoop::WindowLoop() : window_thread_(app::make_window_thread()) {
+  heartbeat_.Start(2 * kRoundMilliseconds);
+}
+
+void WindowLoop::work() {
+  wxTheApp->ProcessPendingEvents();
+  loop_.YieldFor(wxEVT_CATEGORY_ALL);
+  loop_.ProcessIdle();
+  wxMilliSleep(kRoundMilliseconds);
+}
 
 void WindowLoop::settle() {
-  for (int round = 0; round < kSettleRounds; ++round) {
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
-  }
+  for (int round = 0; round < kSettleRounds; ++round) work();
 }
 
 void WindowLoop::wait_until(const std::function<bool()>& condition, const std::string& what) {
@@ -58,9 +63,7 @@ void WindowLoop::wait_until(const std::function<bool()>& condition, const std::s
   while (!condition()) {
     ASSERT_LT(Clock::now(), end) << "waited in vain: " << what << "; shown is:\n"
                                  << what_is_shown();
-    wxTheApp->ProcessPendingEvents();
-    loop_.YieldFor(wxEVT_CATEGORY_ALL);
-    wxMilliSleep(kRoundMilliseconds);
+    work();
   }
 }
 
@@ -84,6 +87,7 @@ WindowTest::WindowTest(std::string type)
 WindowTest::~WindowTest() { close(); }
 
 void WindowTest::open(std::vector<std::string> preselection) {
+  close();
   dialog_ = std::make_unique<packages_ui::PackagesDlg>(nullptr, window_cache_, window_thread(),
                                                        std::move(preselection), state_file());
   dialog_->Show();

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include <wx/evtloop.h>
+#include <wx/textctrl.h>
+#include <wx/timer.h>
 #include <wx/uiaction.h>
 
 #include "app/window_thread.h"
@@ -16,6 +18,11 @@
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
+
+/// How much of a multi-line text lies below what is in sight, in pixels.
+int pixels_below(const wxTextCtrl& control);
+/// How long the text of a control is, in characters, with line ends of one character.
+std::size_t length_of(const wxTextCtrl& control);
 
 /// An event loop for windows that a test makes on its own thread, and keys for them.
 class WindowLoop {
@@ -33,7 +40,7 @@ class WindowLoop {
   void take_keyboard(wxTopLevelWindow& window, wxWindow& control);
 
   [[nodiscard]] wxUIActionSimulator& simulator() { return simulator_; }
-  [[nodiscard]] const std::shared_ptr<app::WindowThread>& window_thread() const {
+  [[nodiscard]] const std::shared_ptr<framework::ActionPoster>& window_thread() const {
     return window_thread_;
   }
 
@@ -42,10 +49,13 @@ class WindowLoop {
   [[nodiscard]] virtual std::string what_is_shown() const { return {}; }
 
  private:
+  void work();
+
   wxGUIEventLoop loop_;
   wxEventLoopActivator active_{&loop_};
+  wxTimer heartbeat_;
   wxUIActionSimulator simulator_;
-  std::shared_ptr<app::WindowThread> window_thread_;
+  std::shared_ptr<framework::ActionPoster> window_thread_;
 };
 
 class WindowTest : public ManagerTest, public WindowLoop {

@@ -1,0 +1,49 @@
+// Folders with the links and pipes of POSIX systems.
+#include <sys/stat.h>
+
+#include "tests/folder_fixture.h"
+
+namespace zendro::framework {
+namespace {
+
+namespace fs = std::filesystem;
+using tests::FolderTest;
+
+TEST_F(FolderTest, NeverFollowsALinkToAFile) {
+  fs::create_symlink(temp_ / "outside/file", temp_ / "inside/file_link");
+  fs::create_symlink(temp_ / "outside/new", temp_ / "inside/dangling");
+  for (const char* name : {"file_link", "dangling"}) {
+    EXPECT_EQ(folder_->kind_of(name), EntryKind::other) << name;
+    EXPECT_FALSE(folder_->open_file(name, error_)) << name;
+    EXPECT_FALSE(folder_->create_file(name, error_)) << name;
+    EXPECT_FALSE(folder_->open_folder(name, error_)) << name;
+    EXPECT_FALSE(folder_->create_folder(name, error_)) << name;
+    EXPECT_TRUE(folder_->remove_file(name, error_)) << error_.text;
+    EXPECT_EQ(folder_->kind_of(name), EntryKind::absent) << name;
+  }
+  EXPECT_EQ(get("outside/file"), "precious");
+  EXPECT_FALSE(fs::exists(temp_ / "outside/new"));
+}
+
+TEST_F(FolderTest, NeverWaitsForAPipe) {
+  ASSERT_EQ(mkfifo((temp_ / "inside/pipe").c_str(), 0666), 0);
+  fs::create_directory_symlink(temp_ / "outside", temp_ / "inside/link");
+  EXPECT_FALSE(folder_->open_file("pipe", error_));
+  EXPECT_FALSE(folder_->create_file("pipe", error_));
+  std::vector<Folder::Entry> entries;
+  ASSERT_TRUE(folder_->list(entries, error_)) << error_.text;
+  ASSERT_EQ(entries.size(), 2U);
+  for (const auto& entry : entries) EXPECT_EQ(entry.kind, EntryKind::other) << entry.name;
+}
+
+// What Windows refuses is a name like any other.
+TEST_F(FolderTest, TakesEveryNameOfTheSystem) {
+  for (const char* name : {"a:*?.zip", "con", "a."}) {
+    EXPECT_TRUE(create(name, "text")) << error_.text;
+    EXPECT_EQ(get(std::string("inside/") + name), "text");
+    EXPECT_TRUE(folder_->remove_file(name, error_)) << error_.text;
+  }
+}
+
+}  // namespace
+}  // namespace zendro::framework
