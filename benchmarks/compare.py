@@ -1,8 +1,7 @@
-"""Measures everything side by side and prints one table: compare.py PROGRAMS WORK [GROUP...]
+"""Measures everything side by side and prints one table: compare.py PROGRAMS [GROUP...]
 
-PROGRAMS is the folder of the built programs, WORK a folder for files that are removed again; the
-groups are "core", "process" and "window", all of them unless some are named. Exit status 1 when a
-row is over its bound.
+PROGRAMS is the folder of the built programs; the groups are those below, all of them unless some
+are named. Exit status 1 when a row is over its bound.
 """
 
 import sys
@@ -17,22 +16,29 @@ import window_rows
 from measure import Row
 
 GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
-    "core": lambda programs, _: core_rows.rows(programs),
-    "process": process_rows.rows,
+    "lists": core_rows.lists,
+    "memory": process_rows.list_memory,
+    "update": core_rows.update,
+    "verification": process_rows.verification,
+    "small-downloads": process_rows.small_downloads,
+    "large-download": process_rows.large_download,
+    "operations": core_rows.operations,
+    "catalogs": core_rows.catalogs,
+    "selection": core_rows.selection,
     "window": window_rows.rows,
 }
 
 
-def main(programs: Path, work: Path, groups: list[str]) -> int:
+def main(programs: Path, groups: list[str]) -> int:
     rows = []
-    with tempfile.TemporaryDirectory(dir=work) as folder:
+    with tempfile.TemporaryDirectory(prefix="zendro-bench-") as folder:
         for group in groups or GROUPS:
             for row in GROUPS[group](programs, Path(folder)):
-                print(f"measured: {row.work}", file=sys.stderr)
+                print(table.progress(row), file=sys.stderr)
                 rows.append(row)
     print(table.formatted(rows), end="")
     return 1 if any(row.is_over() for row in rows) else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3:]))
+    sys.exit(main(Path(sys.argv[1]), sys.argv[2:]))

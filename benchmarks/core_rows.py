@@ -21,6 +21,7 @@ def _run(program: Path, names: tuple[str, ...]) -> list[list[float]]:
                 program,
                 f"--benchmark_filter=^({wanted})$",
                 f"--benchmark_repetitions={ROUNDS}",
+                "--benchmark_min_time=0.05",
                 "--benchmark_enable_random_interleaving=true",
                 f"--benchmark_out={out.name}",
                 "--benchmark_out_format=json",
@@ -38,14 +39,15 @@ def _run(program: Path, names: tuple[str, ...]) -> list[list[float]]:
     return [times[name] for name in names]
 
 
-def rows(programs: Path) -> Iterator[Row]:
-    core = programs / "core_benchmark"
-    selection = programs / "selection_benchmark"
-
+def lists(programs: Path, _: Path) -> Iterator[Row]:
     for versions in (24_000, 100_000):
-        ours, others = _run(core, (f"load_list/{versions}", f"bare_parse/{versions}"))
+        ours, others = _run(
+            programs / "core_benchmark", (f"load_list/{versions}", f"bare_parse/{versions}")
+        )
         yield Row(f"load a list of {versions:,}", "Boost.JSON, same bytes", "s", ours, others, 1.3)
 
+
+def update(programs: Path, _: Path) -> Iterator[Row]:
     loop = "digest, inflate, parse, serialise, write"
     first, older, others = _run(
         programs / "update_benchmark", ("first_update", "update_of_older_list", "plain_loop")
@@ -53,6 +55,9 @@ def rows(programs: Path) -> Iterator[Row]:
     yield Row("update from a store, no list yet", loop, "s", first, others, 1.2)
     yield Row("update from a store, an older list", loop, "s", older, others, 1.2)
 
+
+def operations(programs: Path, _: Path) -> Iterator[Row]:
+    core = programs / "core_benchmark"
     half, full = _run(core, ("install_with_references/50000", "install_with_references/100000"))
     work = "install 5,000 referenced of 100,000"
     yield Row(work, "of 50,000", "s", full, half, 2.2)
@@ -61,9 +66,13 @@ def rows(programs: Path) -> Iterator[Row]:
     half, full = _run(core, ("uninstall_tenth/10000", "uninstall_tenth/20000"))
     yield Row("uninstall 2,000 of 20,000 installed", "1,000 of 10,000", "s", full, half, 2.5)
 
-    ours, others = _run(core, ("write_catalogs", "save_with_pugixml"))
-    yield Row("write catalogs, 2,000 packages of 100", "pugixml, same documents", "s", ours, others, 1.5)
 
+def catalogs(programs: Path, _: Path) -> Iterator[Row]:
+    times = _run(programs / "core_benchmark", ("write_catalogs", "save_with_pugixml"))
+    yield Row("write catalogs, 2,000 packages of 100", "pugixml, same documents", "s", *times, 1.5)
+
+
+def selection(programs: Path, _: Path) -> Iterator[Row]:
     for work, name in (
         ("tick that pulls in 5,000", "tick_with_references"),
         ("Deselect All", "deselect_all"),
@@ -71,5 +80,5 @@ def rows(programs: Path) -> Iterator[Row]:
         ("search keystroke, few found", "search_keystroke/few"),
         ("search keystroke, none found", "search_keystroke/nothing"),
     ):
-        (ours,) = _run(selection, (name,))
+        (ours,) = _run(programs / "selection_benchmark", (name,))
         yield Row(f"{work}, 100,000 versions", "", "s", ours, None, 0.1)

@@ -52,9 +52,8 @@ bool measure(const std::function<bool()>& operation) {
 bool run(const std::vector<std::string>& arguments) {
   const std::string& action = arguments[0];
   pkg::pkg_cache_t cache = make_cache(arguments[1], arguments.size() > 2 ? arguments[2] : "");
-  cache.set_message_sink([](const msg::Message& message) {
-    std::cerr << msg::to_utf8(message.text()) << '\n';
-  });
+  cache.set_message_sink(
+      [](const msg::Message& message) { std::cerr << msg::to_utf8(message.text()) << '\n'; });
   if (action == "load") {
     return measure([&] { return cache.load_available() && cache.load_installed(); });
   }

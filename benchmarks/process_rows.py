@@ -15,7 +15,8 @@ MIB = 1 << 20
 def _timed(command: Sequence[str | Path], prepare: Callable[[], None] = lambda: None) -> float:
     prepare()
     begin = time.perf_counter()
-    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    # The meter of curl for parallel transfers cannot be switched off.
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return time.perf_counter() - begin
 
 
@@ -25,7 +26,7 @@ def _peak(command: Sequence[str | Path]) -> float:
     return int(output.split()[1]) / MIB
 
 
-def _load_memory(programs: Path, work: Path) -> Iterator[Row]:
+def list_memory(programs: Path, work: Path) -> Iterator[Row]:
     for versions in (24_000, 100_000):
         manager = stores.Installation(work / f"list-{versions}", "")
         path = manager.folder / "cache" / "pkgs-available.json"
@@ -37,7 +38,7 @@ def _load_memory(programs: Path, work: Path) -> Iterator[Row]:
         shutil.rmtree(manager.folder)
 
 
-def _verify(programs: Path, work: Path) -> Iterator[Row]:
+def verification(programs: Path, work: Path) -> Iterator[Row]:
     for count in (200, 1):
         store = work / "store"
         package = stores.Package(store, count, 1024 * MIB // count)
@@ -91,7 +92,7 @@ class _Download:
         return _timed(["aria2c", "--no-conf", "-q", "-j16", "-i", self._aria2_input], self._remove)
 
 
-def _small_downloads(programs: Path, work: Path) -> Iterator[Row]:
+def small_downloads(programs: Path, work: Path) -> Iterator[Row]:
     store = work / "store"
     package = stores.Package(store, 1000, 20_000)
     work_name = "download 1,000 members of 20 kB"
@@ -112,7 +113,7 @@ def _small_downloads(programs: Path, work: Path) -> Iterator[Row]:
     shutil.rmtree(store)
 
 
-def _large_download(programs: Path, work: Path) -> Iterator[Row]:
+def large_download(programs: Path, work: Path) -> Iterator[Row]:
     store = work / "store"
     package = stores.Package(store, 1, 512 * MIB)
     with stores.served(programs, store, work) as url:
@@ -123,10 +124,3 @@ def _large_download(programs: Path, work: Path) -> Iterator[Row]:
         yield Row("download one of 512 MiB, memory", "16 MiB", "MiB", peaks, [16], 1.0)
     shutil.rmtree(work / "manager")
     shutil.rmtree(store)
-
-
-def rows(programs: Path, work: Path) -> Iterator[Row]:
-    yield from _load_memory(programs, work)
-    yield from _verify(programs, work)
-    yield from _small_downloads(programs, work)
-    yield from _large_download(programs, work)

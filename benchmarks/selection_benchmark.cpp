@@ -5,7 +5,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include "benchmarks/generated_lists.h"
 #include "packages_ui/button_states.h"
 #include "packages_ui/grid_rows.h"
 #include "packages_ui/package_filter.h"
@@ -13,6 +12,8 @@
 #include "packages_ui/pending_changes.h"
 #include "packages_ui/selection.h"
 #include "pkg/merged_view.h"
+
+#include "benchmarks/generated_lists.h"
 
 namespace zendro::benchmarks {
 using namespace packages_ui;

@@ -25,6 +25,11 @@ def _cells(row: Row) -> tuple[str, ...]:
     return (row.work, row.against, ours, other, f"{row.value():.2f}", f"{row.bound:.1f}", remark)
 
 
+def progress(row: Row) -> str:
+    """A row as soon as it is known."""
+    return "measured: " + ", ".join(cell for cell in _cells(row) if cell)
+
+
 def formatted(rows: Sequence[Row]) -> str:
     """All rows, and a last line that counts those over their bound."""
     lines = [HEAD] + [_cells(row) for row in rows]

@@ -13,11 +13,12 @@
 #include <zip.h>
 
 #include "app/options.h"
-#include "benchmarks/generated_lists.h"
 #include "demo/loopback_server.h"
 #include "pkg/cache.h"
 #include "tests/temp_folder.h"
 #include "tests/zip_builder.h"
+
+#include "benchmarks/generated_lists.h"
 
 namespace zendro::benchmarks {
 namespace {
@@ -43,8 +44,9 @@ const std::string& archive() {
 class Client {
  public:
   Client() {
-    server_.serve("/bootstrap", demo::Reply::bytes(json::serialize(
-                                    json::object{{"pkg.store_url", server_.url()}})));
+    server_.serve(
+        "/bootstrap",
+        demo::Reply::bytes(json::serialize(json::object{{"pkg.store_url", server_.url()}})));
     server_.serve(std::string("/") + kListName + ".zip", demo::Reply::bytes(archive()));
     json::object options;
     options[app::option::install_root] = (folder_ / "pkgs").string();
