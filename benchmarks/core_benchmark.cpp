@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "app/options.h"
 #include "pkg/cache.h"
 #include "pkg/catalogs.h"
+#include "pkg/list_files.h"
 #include "pkg/package_list.h"
 #include "pkg/package_url.h"
 #include "tests/temp_folder.h"
@@ -131,7 +133,9 @@ void write_catalogs(benchmark::State& state) {
   Manager manager(list, list);
   std::mutex lock;
   pkg::core_context_t context("xsd", manager.options(), {}, lock);
-  for (auto _ : state) require(pkg::update_catalogs(context));
+  const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
+  require(installed.has_value());
+  for (auto _ : state) require(pkg::write_catalogs(context, *installed));
 }
 BENCHMARK(write_catalogs)->Unit(benchmark::kMillisecond);
 
