@@ -13,47 +13,38 @@
 #include "packages_ui/selection.h"
 #include "pkg/merged_view.h"
 
-namespace zendro::packages_ui {
+#include "benchmarks/generated_lists.h"
+
+namespace zendro::benchmarks {
+using namespace packages_ui;
+
 namespace {
 
 constexpr int kPackages = 33333;
 constexpr int kInstalled = 2000;
 constexpr int kReferences = 5000;
 
-// Package p0 references 5,000 others, every other one the package of half its number.
-std::string list_text(bool installed) {
-  std::string text = "{";
-  const auto add = [&text](const std::string& identity, const std::string& references) {
-    text += "\"" + identity + R"(":{"title":"A title of )" + identity +
-            R"(","publisher":"Publisher","description":"What is in it is told in a sentence )"
-            R"(that is about as long as such sentences are.","references":[)" +
-            references + "]},";
-  };
-  std::string many;
-  for (int i = 0; i < kReferences; ++i) many += "\"p" + std::to_string(i * 5 + 1) + "\",";
-  many.pop_back();
-  for (int i = 0; i < kPackages; ++i) {
-    const std::string name = "p" + std::to_string(i);
-    const std::string references = i == 0 ? many : "\"p" + std::to_string(i / 2) + "\"";
-    if (installed) {
-      if (i % (kPackages / kInstalled) == 2) add(name + "-1.0.0", references);
-      continue;
-    }
-    for (const char* version : {"-1.0.0", "-1.1.0", "-2.0.0"}) add(name + version, references);
-  }
-  text.back() = '}';
-  return text;
-}
-
-pkg::pkgs_available_t list(bool installed) {
+pkg::pkgs_available_t parsed(const std::string& text) {
   std::string error;
-  auto document = pkg::document_t::parse(list_text(installed), error);
+  auto document = pkg::document_t::parse(text, error);
   if (!document) std::abort();
   return pkg::pkgs_available_t(std::move(document));
 }
 
+// Package p0 references 5,000 others, every other one the package of half its number.
 std::unique_ptr<PackageTable> table() {
-  return std::make_unique<PackageTable>("xsd", pkg::merged_view_t(list(false), list(true)));
+  json::array many;
+  for (int i = 0; i < kReferences; ++i) many.emplace_back(package_name(i * 5 + 1));
+  const auto reference = [&many](int package, json::object& meta) {
+    meta["references"] = package == 0 ? many : json::array{package_name(package / 2)};
+    return true;
+  };
+  const auto is_installed = [](int package, json::object&) {
+    return package % (kPackages / kInstalled) == 2;
+  };
+  return std::make_unique<PackageTable>(
+      "xsd", pkg::merged_view_t(parsed(short_list(kPackages, true, reference)),
+                                parsed(short_list(kPackages, false, is_installed))));
 }
 
 // Agrees to everything; after a change it does what the window does apart from drawing.
@@ -164,4 +155,4 @@ BENCHMARK_CAPTURE(sort_by, title, SortColumn::title)->Unit(benchmark::kMilliseco
 BENCHMARK_CAPTURE(sort_by, state, SortColumn::state)->Unit(benchmark::kMillisecond);
 
 }  // namespace
-}  // namespace zendro::packages_ui
+}  // namespace zendro::benchmarks

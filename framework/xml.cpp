@@ -1,5 +1,7 @@
 #include "framework/xml.h"
 
+#include <algorithm>
+
 #include "framework/percent.h"
 #include "framework/utf8.h"
 
@@ -39,6 +41,13 @@ std::string xml_safe(std::string_view utf8) {
   std::string out;
   out.reserve(utf8.size());
   for (std::size_t i = 0; i < utf8.size();) {
+    // Printable ASCII, which is nearly all that there is, goes in one piece.
+    const auto plain = std::find_if(utf8.begin() + static_cast<std::ptrdiff_t>(i), utf8.end(),
+                                    [](char c) { return c < 0x20 || c > 0x7E; });
+    const auto begin = i;
+    i = static_cast<std::size_t>(plain - utf8.begin());
+    out.append(utf8, begin, i - begin);
+    if (i == utf8.size()) break;
     char32_t character = 0;
     const std::size_t length = decode_utf8(utf8.substr(i), character);
     if (length > 0 && is_xml_character(character)) {

@@ -124,9 +124,12 @@ void check_catalog_entries(const package_t& package) {
 
 bool update_catalogs(core_context_t& context) {
   const std::optional<pkgs_available_t> installed = load_installed(context);
-  if (!installed) return false;
+  return installed && write_catalogs(context, *installed);
+}
+
+bool write_catalogs(core_context_t& context, const pkgs_available_t& installed) {
   catalog_entries_t entries;
-  for (const package_t& package : installed->packages()) {
+  for (const package_t& package : installed.packages()) {
     try {
       collect(package, entries);
     } catch (const framework::JsonError& error) {

@@ -13,5 +13,7 @@ void check_catalog_entries(const package_t& package);
 /// and "remapping.xml", in this order. The first that cannot be written ends the update. Failures
 /// are reported by whoever met them.
 bool update_catalogs(core_context_t& context);
+/// The same for a list of installed packages that is at hand.
+bool write_catalogs(core_context_t& context, const pkgs_available_t& installed);
 
 }  // namespace zendro::pkg

@@ -1,0 +1,44 @@
+"""Measures everything side by side and prints one table: compare.py PROGRAMS [GROUP...]
+
+PROGRAMS is the folder of the built programs; the groups are those below, all of them unless some
+are named. Exit status 1 when a row is over its bound.
+"""
+
+import sys
+import tempfile
+from collections.abc import Callable, Iterator
+from pathlib import Path
+
+import core_rows
+import process_rows
+import table
+import window_rows
+from measure import Row
+
+GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
+    "lists": core_rows.lists,
+    "memory": process_rows.list_memory,
+    "update": core_rows.update,
+    "verification": process_rows.verification,
+    "small-downloads": process_rows.small_downloads,
+    "large-download": process_rows.large_download,
+    "operations": core_rows.operations,
+    "catalogs": core_rows.catalogs,
+    "selection": core_rows.selection,
+    "window": window_rows.rows,
+}
+
+
+def main(programs: Path, groups: list[str]) -> int:
+    rows = []
+    with tempfile.TemporaryDirectory(prefix="zendro-bench-") as folder:
+        for group in groups or GROUPS:
+            for row in GROUPS[group](programs, Path(folder)):
+                print(table.progress(row), file=sys.stderr)
+                rows.append(row)
+    print(table.formatted(rows), end="")
+    return 1 if any(row.is_over() for row in rows) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(Path(sys.argv[1]), sys.argv[2:]))

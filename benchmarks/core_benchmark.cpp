@@ -1,0 +1,232 @@
+// The package core inside one process: each piece of work, and what bounds it.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <pugixml.hpp>
+
+#include "app/options.h"
+#include "pkg/cache.h"
+#include "pkg/catalogs.h"
+#include "pkg/list_files.h"
+#include "pkg/package_list.h"
+#include "pkg/package_url.h"
+#include "tests/temp_folder.h"
+
+#include "benchmarks/generated_lists.h"
+
+namespace zendro::benchmarks {
+namespace {
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void write_text(const std::filesystem::path& path, const std::string& text) {
+  std::filesystem::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// Takes every report of an installation and has nothing to give.
+class TelemetrySink : public framework::HttpTransport {
+ public:
+  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest&,
+                                               framework::IoError&) override {
+    std::abort();
+  }
+  framework::SendOutcome post(const framework::HttpRequest&, std::string_view,
+                              framework::IoError&) override {
+    return framework::SendOutcome::sent;
+  }
+};
+
+// A manager in a folder of its own, with these lists.
+class Manager {
+ public:
+  Manager(const std::string& available, const std::string& installed) {
+    options_[app::option::install_root] = (folder_ / "pkgs").string();
+    options_[app::option::cache_root] = (folder_ / "cache").string();
+    cache_ = std::make_unique<pkg::pkg_cache_t>("xsd", options_);
+    cache_->set_transport_factory([] { return std::make_unique<TelemetrySink>(); });
+    write_text(folder_ / "cache/pkgs-available.json", available);
+    set_installed(installed);
+  }
+
+  void set_installed(const std::string& list) {
+    write_text(folder_ / "cache/pkgs-installed.json", list);
+  }
+  void make_package_folder(const std::string& identity) {
+    std::filesystem::create_directories(folder_ / "pkgs/xsd" / identity);
+  }
+  [[nodiscard]] pkg::pkg_cache_t& cache() { return *cache_; }
+  [[nodiscard]] const json::object& options() const { return cache_->options(); }
+
+ private:
+  tests::TempFolder folder_;
+  json::object options_;
+  std::unique_ptr<pkg::pkg_cache_t> cache_;
+};
+
+const std::string& store_list_of(std::int64_t versions) {
+  static std::map<std::int64_t, std::string> lists;
+  std::string& list = lists[versions];
+  if (list.empty()) list = store_list(static_cast<int>(versions));
+  return list;
+}
+
+void load_list(benchmark::State& state) {
+  const std::string& text = store_list_of(state.range(0));
+  for (auto _ : state) {
+    std::string error;
+    auto document = pkg::document_t::parse(text, error);
+    require(document != nullptr);
+    auto list = std::make_unique<pkg::pkgs_available_t>(std::move(document));
+    benchmark::DoNotOptimize(list->packages().size());
+    state.PauseTiming();
+    list.reset();
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(load_list)->Arg(24'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+void bare_parse(benchmark::State& state) {
+  const std::string& text = store_list_of(state.range(0));
+  for (auto _ : state) {
+    auto arena = std::make_unique<json::monotonic_resource>();
+    benchmark::DoNotOptimize(json::parse(text, json::storage_ptr(arena.get())).as_object().size());
+    state.PauseTiming();
+    arena.reset();
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(bare_parse)->Arg(24'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+constexpr int kCatalogPackages = 2'000;
+constexpr int kCatalogEntries = 100;
+
+// Calls `add` with every key and member path of the catalogs' entries.
+template <typename Add>
+void for_each_entry(int package, const Add& add) {
+  for (int entry = 0; entry < kCatalogEntries; ++entry) {
+    const std::string name = std::to_string(entry) + ".xsd";
+    add("https://" + package_name(package) + ".example/schemas/" + name, "schemas.zip|zip/" + name);
+  }
+}
+
+void write_catalogs(benchmark::State& state) {
+  const std::string list = short_list(kCatalogPackages, false, [](int package, json::object& meta) {
+    json::object catalogs;
+    for_each_entry(package,
+                   [&](const std::string& key, const std::string& path) { catalogs[key] = path; });
+    meta["catalogs"] = std::move(catalogs);
+    return true;
+  });
+  Manager manager(list, list);
+  std::mutex lock;
+  pkg::core_context_t context("xsd", manager.options(), {}, lock);
+  const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
+  require(installed.has_value());
+  for (auto _ : state) require(pkg::write_catalogs(context, *installed));
+}
+BENCHMARK(write_catalogs)->Unit(benchmark::kMillisecond);
+
+// The same catalog from texts that are ready.
+void save_with_pugixml(benchmark::State& state) {
+  std::vector<std::pair<std::string, std::string>> entries;
+  for (int package = 0; package < kCatalogPackages; ++package) {
+    for_each_entry(package, [&](const std::string& key, const std::string& path) {
+      entries.emplace_back(key, pkg::package_url({package_name(package), {1, 0, 0}}, path));
+    });
+  }
+  const tests::TempFolder folder;
+  for (auto _ : state) {
+    pugi::xml_document document;
+    pugi::xml_node root = document.append_child("catalog");
+    for (const auto& [key, uri] : entries) {
+      pugi::xml_node node = root.append_child("uri");
+      node.append_attribute("name") = key.c_str();
+      node.append_attribute("uri") = uri.c_str();
+    }
+    require(document.save_file((folder / "catalog.xml").c_str(), "  "));
+  }
+}
+BENCHMARK(save_with_pugixml)->Unit(benchmark::kMillisecond);
+
+constexpr int kReferenced = 5'000;
+constexpr const char* kNothing = "{}";
+
+// Package p0 references 5,000 others, every other one the package of half its number.
+std::unique_ptr<Manager> manager_with_references(int packages) {
+  json::array many;
+  for (int i = 1; i <= kReferenced; ++i)
+    many.emplace_back(package_name(i * (packages / kReferenced - 1)));
+  const std::string list = short_list(packages, true, [&](int package, json::object& meta) {
+    meta["references"] = package == 0 ? many : json::array{package_name(package / 2)};
+    return true;
+  });
+  auto manager = std::make_unique<Manager>(list, kNothing);
+  for (int package = 0; package < packages; ++package) {
+    manager->make_package_folder(package_name(package) + "-2.0.0");
+  }
+  return manager;
+}
+
+void install_with_references(benchmark::State& state) {
+  // For all repetitions: it takes longer to make than to use.
+  static std::map<std::int64_t, std::unique_ptr<Manager>> managers;
+  std::unique_ptr<Manager>& manager = managers[state.range(0)];
+  if (!manager) manager = manager_with_references(static_cast<int>(state.range(0)) / 3);
+  for (auto _ : state) {
+    require(manager->cache().install({"p0"}));
+    state.PauseTiming();
+    manager->set_installed(kNothing);
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(install_with_references)->Arg(50'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+constexpr int kReferencesOfEach = 10;
+
+// Removes every tenth of the installed packages; each references ten others.
+void uninstall_tenth(benchmark::State& state) {
+  const int packages = static_cast<int>(state.range(0));
+  const auto is_removed = [](int package) { return package % 10 == 0; };
+  std::vector<std::string> removed;
+  const std::string list = short_list(packages, false, [&](int package, json::object& meta) {
+    if (is_removed(package)) removed.push_back(package_name(package));
+    json::array references;
+    for (int i = 1; i <= kReferencesOfEach; ++i) {
+      // What stays needs nothing of what goes, so that all of it can go.
+      int other = (package + i * 7919) % packages;
+      if (!is_removed(package) && is_removed(other)) ++other;
+      references.emplace_back(package_name(other));
+    }
+    meta["references"] = std::move(references);
+    return true;
+  });
+  Manager manager(list, list);
+  const auto make_folders = [&] {
+    for (const std::string& name : removed) manager.make_package_folder(name + "-1.0.0");
+  };
+  make_folders();
+  for (auto _ : state) {
+    require(manager.cache().uninstall(removed));
+    state.PauseTiming();
+    manager.set_installed(list);
+    make_folders();
+    state.ResumeTiming();
+  }
+}
+BENCHMARK(uninstall_tenth)->Arg(10'000)->Arg(20'000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace zendro::benchmarks

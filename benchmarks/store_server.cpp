@@ -1,0 +1,61 @@
+// Serves a folder as a package store on the loopback interface:
+//   store_server FOLDER URL_FILE DELAY
+// Every answer is begun DELAY milliseconds after its request. The server's URL, on a free port, is
+// written to URL_FILE once it answers; "bootstrap" and "telemetry" below it are the store's two
+// endpoints. Stops when its standard input is closed, on a termination signal, or after an hour.
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "demo/end_of_run.h"
+#include "demo/loopback_server.h"
+#include "framework/json.h"
+
+namespace zendro::benchmarks {
+namespace {
+
+namespace fs = std::filesystem;
+namespace json = boost::json;
+using demo::Reply;
+
+constexpr std::chrono::seconds kLimit = std::chrono::hours(1);
+
+void run(const fs::path& folder, const fs::path& url_file, std::chrono::milliseconds delay) {
+  demo::EndOfRun end_of_run;
+  demo::LoopbackServer server;
+  const auto serve = [&](const std::string& path, Reply reply) {
+    server.serve(path, std::move(reply));
+    if (delay.count() > 0) server.set_fault(path, demo::Fault::late(delay));
+  };
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    serve("/" + entry.path().lexically_relative(folder).generic_string(),
+          Reply::from_file(entry.path()));
+  }
+  serve("/bootstrap", Reply::bytes(json::serialize(json::object{{"pkg.store_url", server.url()}})));
+  serve("/telemetry", Reply::with_status(200));
+  const fs::path made = url_file.string() + ".new";
+  std::ofstream(made) << server.url();
+  fs::rename(made, url_file);
+  end_of_run.wait(kLimit);
+}
+
+}  // namespace
+}  // namespace zendro::benchmarks
+
+int main(int argc, char* argv[]) {
+  if (argc != 4) {
+    std::cerr << "usage: store_server FOLDER URL_FILE DELAY\n";
+    return 2;
+  }
+  try {
+    zendro::benchmarks::run(argv[1], argv[2], std::chrono::milliseconds(std::atoi(argv[3])));
+    return 0;
+  } catch (const std::exception& failure) {
+    std::cerr << "store_server: " << failure.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,79 @@
+"""Folders and servers that whole processes are measured with."""
+
+import contextlib
+import hashlib
+import json
+import random
+import shutil
+import subprocess
+import time
+import urllib.parse
+from collections.abc import Iterator
+from pathlib import Path
+
+SEED = 20_000_101
+BLOCK = 1 << 20
+IDENTITY = "speed-1.0.0"
+NAME = "speed"
+
+
+class Package:
+    """One package with members of random bytes, as files of a store's folder."""
+
+    def __init__(self, store: Path, count: int, size: int):
+        source = random.Random(SEED)
+        self.members = [f"xsd/{IDENTITY}/{number}.bin" for number in range(count)]
+        self.digests = {}
+        (store / "xsd" / IDENTITY).mkdir(parents=True)
+        for member in self.members:
+            digest = hashlib.sha256()
+            with open(store / member, "wb") as file:
+                for begin in range(0, size, BLOCK):
+                    block = source.randbytes(min(BLOCK, size - begin))
+                    digest.update(block)
+                    file.write(block)
+            self.digests[member] = digest.hexdigest()
+
+    def list(self) -> str:
+        meta = {"_name": NAME, "_type": "xsd", "_pkg_installdir": IDENTITY, "files": self.digests}
+        return json.dumps({"_META": {"build_number": 1}, IDENTITY: meta})
+
+
+class Installation:
+    """The folder of a manager: packages in pkgs/, lists in cache/."""
+
+    def __init__(self, folder: Path, available: str):
+        self.folder = folder
+        self._installed = folder / "cache" / "pkgs-installed.json"
+        self.package_folder = folder / "pkgs" / "xsd" / IDENTITY
+        self._installed.parent.mkdir(parents=True)
+        (folder / "cache" / "pkgs-available.json").write_text(available)
+
+    def local_file(self, member: str) -> Path:
+        return self.package_folder / urllib.parse.quote(member, safe="")
+
+    def forget_installed(self) -> None:
+        self._installed.unlink(missing_ok=True)
+
+    def remove_package(self) -> None:
+        self.forget_installed()
+        shutil.rmtree(self.package_folder, ignore_errors=True)
+
+
+@contextlib.contextmanager
+def served(programs: Path, store: Path, work: Path, delay_ms: int = 0) -> Iterator[str]:
+    """The URL of a server of the folder; each answer is begun `delay_ms` after its request."""
+    url_file = work / "server.url"
+    server = subprocess.Popen(
+        [programs / "store_server", store, url_file, str(delay_ms)], stdin=subprocess.PIPE
+    )
+    try:
+        while not url_file.exists():
+            if server.poll() is not None:
+                raise RuntimeError("the store's server did not start")
+            time.sleep(0.01)
+        yield url_file.read_text()
+    finally:
+        server.stdin.close()
+        server.wait()
+        url_file.unlink(missing_ok=True)
