@@ -26,9 +26,11 @@ constexpr milliseconds kDrainTime{500};
 /// The longest wait between two looks at the clock.
 constexpr milliseconds kPollTime{100};
 /// How many requests are sent before they are asked for.
-constexpr std::size_t kReadAhead = 16;
+constexpr std::size_t kReadAhead = 20;
 /// How long a server keeps a connection open on which nobody reads, at least.
 constexpr std::chrono::seconds kPatienceOfServers{5};
+/// How long those that are read ahead may go without being moved on, while others are read.
+constexpr milliseconds kMoment{1};
 constexpr std::size_t kMaxCaFile = 16 * 1024 * 1024;
 
 /// Whether no header could end its line and begin another one.
@@ -383,7 +385,8 @@ bool CurlTransport::take_ahead(const std::string& url) {
     current_->end();
     return false;
   }
-  move_on();
+  // Where it has all arrived, the others can wait for a moment.
+  if (!transfer().over || steady_clock::now() - moved_on_ > kMoment) move_on();
   drive([this] { return transfer().answered; });
   if (is_of_use(*current_)) return true;
   expect({});  // it rather takes one request after the other
