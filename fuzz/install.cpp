@@ -1,7 +1,10 @@
 // Whole runs against a store in memory: the list, the filters one a line, and what goes wrong,
 // each ended by a zero byte. A digest "*" of the list stands for the true one.
-#include <optional>
+#include <map>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "framework/digest.h"
 #include "framework/url_io.h"
@@ -52,12 +55,18 @@ std::string read_through(pkg::PkgIOCallback& opener, const std::string& url) {
   return text;
 }
 
-// What stands in the list of installed packages is there, whole.
+// What stands in the list of installed packages is there, whole. Versions of one package may share
+// a folder, in which the one that came last has the say.
 void check_installed(const WatchedFolder& folder, const pkg::pkgs_available_t& installed) {
   pkg::PkgIOCallback opener(std::make_shared<const json::object>(folder.options()));
+  const auto folder_of = [](const pkg::package_t& package) {
+    return std::pair(package.meta.type(), package.meta.pkg_installdir());
+  };
+  std::map<std::pair<std::string_view, std::string_view>, int> owners;
+  for (const pkg::package_t& package : installed.packages()) ++owners[folder_of(package)];
   for (const pkg::package_t& package : installed.packages()) {
     const json::object* files = package.meta.files();
-    if (files == nullptr) continue;
+    if (files == nullptr || owners[folder_of(package)] > 1) continue;
     for (const json::key_value_pair& file : *files) {
       const std::string member(file.key());
       const std::string url = "zendro://pkg/" + to_string(package.identity) + "/" + member;
