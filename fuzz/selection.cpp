@@ -1,0 +1,258 @@
+// The selection under actions: lists made of the first bytes, then one byte an action. After each
+// action what must always hold is compared with what a search of everything finds.
+#include "packages_ui/selection.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include "packages_ui/pending_changes.h"
+#include "pkg/list_files.h"
+
+#include "fuzz/input.h"
+
+namespace zendro::fuzz {
+namespace {
+
+namespace json = boost::json;
+using packages_ui::PackageId;
+using packages_ui::PackageTable;
+using packages_ui::PatchState;
+using packages_ui::RowId;
+using packages_ui::Selection;
+using packages_ui::VersionRow;
+
+constexpr const char* kNames[] = {"a", "ab", "b", "c"};
+
+std::string any_identity(FuzzedDataProvider& bytes) {
+  const auto digit = [&] { return std::to_string(bytes.ConsumeIntegralInRange(0, 2)); };
+  std::string text = bytes.PickValueInArray(kNames);
+  text += "-" + digit() + "." + digit() + "." + digit();
+  return text;
+}
+
+// References are to exact versions, to lines, or to names.
+std::string any_reference(FuzzedDataProvider& bytes) {
+  std::string text = any_identity(bytes);
+  const int parts = bytes.ConsumeIntegralInRange(0, 3);
+  for (int i = 0; i < parts; ++i) text.resize(text.find_last_of(".-"));
+  return text;
+}
+
+json::object any_packages(FuzzedDataProvider& bytes, int most) {
+  json::object packages;
+  const int count = bytes.ConsumeIntegralInRange(0, most);
+  for (int i = 0; i < count; ++i) {
+    json::array references;
+    const int reference_count = bytes.ConsumeIntegralInRange(0, 3);
+    const std::string identity = any_identity(bytes);
+    for (int j = 0; j < reference_count; ++j) references.emplace_back(any_reference(bytes));
+    packages[identity] = json::object{{"references", references}};
+  }
+  return packages;
+}
+
+pkg::pkgs_available_t list_of(const json::object& packages) {
+  std::string cause;
+  return *pkg::parse_list(json::serialize(packages), cause);
+}
+
+std::unique_ptr<PackageTable> any_table(FuzzedDataProvider& bytes) {
+  json::object available = any_packages(bytes, 12);
+  json::object installed = any_packages(bytes, 4);
+  // Mostly what is installed is available, too.
+  if (bytes.ConsumeBool()) installed.clear();
+  for (const json::key_value_pair& package : available) {
+    if (bytes.ConsumeIntegralInRange(0, 3) == 0) installed[package.key()] = package.value();
+  }
+  available["_DEPRECATED"] = any_packages(bytes, 3);
+  return std::make_unique<PackageTable>("xsd",
+                                        pkg::merged_view_t(list_of(available), list_of(installed)));
+}
+
+using State = std::vector<VersionRow>;
+
+bool same(const State& a, const State& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+    return x.checked == y.checked && x.patch == y.patch && x.referenced_by == y.referenced_by;
+  });
+}
+
+// The user, who answers from the bytes, and what may be asked.
+class User : public packages_ui::SelectionQuestions, public packages_ui::ParentUI {
+ public:
+  explicit User(FuzzedDataProvider& bytes) : bytes_(bytes) {}
+
+  packages_ui::VersionsAnswer latest_all_cancel() override {
+    return static_cast<packages_ui::VersionsAnswer>(bytes_.ConsumeIntegralInRange(0, 2));
+  }
+  bool remove_dependants(std::span<const std::wstring> packages) override {
+    require(!packages.empty(), "nobody is asked about nothing");
+    refused = !bytes_.ConsumeBool();
+    return !refused;
+  }
+  bool remove_used_by(std::span<const std::wstring> packages) override {
+    unused.emplace(packages.begin(), packages.end());
+    removed = state();
+    return bytes_.ConsumeBool();
+  }
+  void selection_changed() override { ++changes; }
+  void report(const msg::Message&) override {}
+
+  [[nodiscard]] State state() const { return {selection->rows().begin(), selection->rows().end()}; }
+
+  Selection* selection = nullptr;
+  int changes = 0;
+  bool refused = false;
+  std::optional<std::set<std::wstring>> unused;  ///< what was asked about
+  State removed;                                 ///< the rows at that time
+
+ private:
+  FuzzedDataProvider& bytes_;
+};
+
+bool references(const PackageTable& table, RowId from, RowId to) {
+  const auto all = table.references(from);
+  return std::find(all.begin(), all.end(), to) != all.end();
+}
+
+void check_state(const Selection& selection) {
+  const PackageTable& table = selection.table();
+  for (RowId row = 0; row < selection.rows().size(); ++row) {
+    const VersionRow& version = selection.row(row);
+    require(version.checked || version.referenced_by.empty(), "only ticks have causes");
+    require(!version.checked || table.choosable(row), "only what can be chosen is ticked");
+    for (const RowId referrer : version.referenced_by) {
+      require(selection.row(referrer).checked, "the cause of a tick is ticked");
+      require(references(table, referrer, row), "the cause of a tick references it");
+    }
+    const bool has_patch = version.installed && table.patch_for(row) != packages_ui::kNoRow;
+    require((version.patch != PatchState::none) == has_patch, "patches are of installed versions");
+  }
+  for (PackageId package = 0; package < table.package_count(); ++package) {
+    (void)selection.package_check(package);
+  }
+
+  const auto changes = packages_ui::pending_changes(selection);
+  for (const RowId row : changes.uninstall) {
+    require(selection.row(row).installed && !selection.row(row).checked, "an uninstall");
+  }
+  for (const RowId row : changes.install) {
+    require(!selection.row(row).installed && selection.row(row).checked, "an install");
+  }
+  std::set<std::pair<std::string, int>> once;
+  for (const auto& request : packages_ui::requests(selection)) {
+    require(once.insert(request).second, "no request is made twice");
+  }
+  require(changes.empty() == once.empty(), "what is pending is requested");
+}
+
+// The ticked rows that rows which went used, directly or through each other, and no other uses.
+std::set<std::wstring> unused_after(const PackageTable& table, const State& before,
+                                    const State& after) {
+  std::set<RowId> unused;
+  const auto is_gone = [&](RowId row) {
+    return unused.count(row) != 0 || (before[row].checked && !after[row].checked);
+  };
+  for (bool grown = true; grown;) {
+    grown = false;
+    for (RowId row = 0; row < after.size(); ++row) {
+      if (!after[row].checked || unused.count(row) != 0) continue;
+      bool was_used = false;
+      bool is_used = false;
+      for (RowId user = 0; user < after.size(); ++user) {
+        if (!references(table, user, row)) continue;
+        was_used |= is_gone(user);
+        is_used |= after[user].checked && unused.count(user) == 0;
+      }
+      if (was_used && !is_used) grown |= unused.insert(row).second;
+    }
+  }
+  std::set<std::wstring> texts;
+  for (const RowId row : unused) texts.insert(table.text(row));
+  return texts;
+}
+
+void check_untick(const User& user, const PackageTable& table, const State& before,
+                  const State& after) {
+  if (user.refused) {
+    require(same(before, after), "who is refused changes nothing");
+    return;
+  }
+  const bool any_gone = [&] {
+    for (RowId row = 0; row < after.size(); ++row) {
+      if (before[row].checked && !after[row].checked) return true;
+    }
+    return false;
+  }();
+  const State& removed = user.unused ? user.removed : after;
+  const auto expected = any_gone ? unused_after(table, before, removed) : std::set<std::wstring>();
+  require(user.unused.value_or(std::set<std::wstring>()) == expected,
+          "the user is asked about what is used no more, and nothing else");
+}
+
+void act(FuzzedDataProvider& bytes, User& user, Selection& selection, const State& at_first) {
+  const PackageTable& table = selection.table();
+  const State before = user.state();
+  const int action = bytes.ConsumeIntegralInRange(0, 15);
+  const auto row =
+      static_cast<RowId>(bytes.ConsumeIntegralInRange<std::size_t>(0, selection.rows().size() - 1));
+  user.refused = false;
+  user.unused.reset();
+  user.changes = 0;
+  if (action < 9) {
+    selection.toggle_version(row);
+    if (before[row].checked) {
+      check_untick(user, table, before, user.state());
+      require(user.refused || !selection.row(row).checked, "what is unticked is not ticked");
+    } else {
+      require(selection.row(row).checked == table.choosable(row), "what is ticked is ticked");
+    }
+  } else if (action < 12) {
+    selection.toggle_package(table.package_of(row));
+  } else if (action == 12) {
+    selection.tick(row);
+    require(selection.row(row).checked == table.choosable(row), "what is ticked is ticked");
+    require(selection.row(row).referenced_by.empty(), "a tick of the user has no cause");
+  } else if (action == 13) {
+    selection.choose_patch(row);
+    require(selection.row(row).patch != PatchState::available, "a patch is chosen");
+  } else if (action == 14) {
+    selection.deselect_all();
+    for (const VersionRow& version : selection.rows())
+      require(!version.checked, "nothing is ticked");
+  } else if (bytes.ConsumeBool()) {
+    selection.reset();
+    require(same(user.state(), at_first), "a reset leads to the beginning");
+  } else {
+    const std::string identity = any_reference(bytes);
+    selection.preselect({&identity, 1});
+    const RowId best = table.find_best(identity);
+    require(best == packages_ui::kNoRow || selection.row(best).checked, "a wish is ticked");
+  }
+  check_state(selection);
+  require(same(before, user.state()) || user.changes > 0, "a change is told");
+}
+
+void run(const std::uint8_t* data, std::size_t size) {
+  FuzzedDataProvider bytes(data, size);
+  User user(bytes);
+  Selection selection(any_table(bytes), user, user);
+  user.selection = &selection;
+  if (selection.rows().empty()) return;
+  const State at_first = user.state();
+  check_state(selection);
+  while (bytes.remaining_bytes() > 0) act(bytes, user, selection, at_first);
+}
+
+}  // namespace
+}  // namespace zendro::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  zendro::fuzz::run(data, size);
+  return 0;
+}
