@@ -58,7 +58,7 @@ class CurlTransport final : public HttpTransport {
 
   std::shared_ptr<HttpResponse> get(const HttpRequest& request, IoError& error) override;
   SendOutcome post(const HttpRequest& request, std::string_view body, IoError& error) override;
-  void expect(std::vector<std::string> urls) override;
+  void expect(const std::vector<std::string>& urls) override;
 
   /// Body bytes of the current answer: their count, 0 at its end, -1 on failure.
   std::int64_t read_body(void* buffer, std::size_t size, IoError& error);
@@ -351,7 +351,7 @@ void CurlTransport::forget_ahead() {
   ahead_.clear();
 }
 
-void CurlTransport::expect(std::vector<std::string> urls) {
+void CurlTransport::expect(const std::vector<std::string>& urls) {
   forget_ahead();
   expected_.clear();
   for (const std::string& url : urls) {

@@ -67,7 +67,7 @@ class HttpTransport {
   /// ahead of their turn, over a bounded number of connections and into bounded memory. What get()
   /// returns stays what it would be without: an answer that was cut short or refused meanwhile is
   /// asked for once more in its turn. Does nothing by itself.
-  virtual void expect(std::vector<std::string> urls) { static_cast<void>(urls); }
+  virtual void expect(const std::vector<std::string>& urls) { static_cast<void>(urls); }
 };
 
 struct TransportSettings {

@@ -129,7 +129,7 @@ class package_download {
         urls.push_back(framework::resolve_url(*store_, member));
       }
     }
-    context_.http().expect(std::move(urls));
+    context_.http().expect(urls);
   }
 
   [[nodiscard]] std::filesystem::path trace_log() const {
