@@ -9,6 +9,7 @@
 
 #include "framework/lock_file.h"
 #include "tests/temp_folder.h"
+#include "tests/whole_file.h"
 
 namespace zendro::framework {
 namespace {
@@ -16,16 +17,9 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
+using tests::contents;
+using tests::kNoLimit;
 using tests::TempFolder;
-
-constexpr std::uint64_t kNoLimit = UINT64_MAX;
-
-std::string contents(const fs::path& path) {
-  std::string bytes;
-  IoError error;
-  EXPECT_TRUE(read_file(path, bytes, kNoLimit, error)) << error.text;
-  return bytes;
-}
 
 TEST(FilesTest, WritesReplacesAndReadsWithinLimits) {
   const TempFolder folder;
