@@ -11,6 +11,7 @@
 #include "packages_ui/package_order.h"
 #include "packages_ui/pending_changes.h"
 #include "packages_ui/selection.h"
+#include "pkg/list_files.h"
 #include "pkg/merged_view.h"
 
 #include "benchmarks/generated_lists.h"
@@ -24,11 +25,11 @@ constexpr int kPackages = 33333;
 constexpr int kInstalled = 2000;
 constexpr int kReferences = 5000;
 
-pkg::pkgs_available_t parsed(const std::string& text) {
-  std::string error;
-  auto document = pkg::document_t::parse(text, error);
-  if (!document) std::abort();
-  return pkg::pkgs_available_t(std::move(document));
+pkg::pkgs_available_t parsed(std::string text) {
+  std::string cause;
+  std::optional<pkg::pkgs_available_t> list = pkg::parse_list(std::move(text), cause);
+  if (!list) std::abort();
+  return std::move(*list);
 }
 
 // Package p0 references 5,000 others, every other one the package of half its number.

@@ -102,7 +102,7 @@ void check(const std::vector<CatalogEntry>& found, const std::vector<const Expec
 
 void run(std::string_view input) {
   std::string cause;
-  const auto installed = pkg::parse_list(input, cause);
+  const auto installed = pkg::parse_list(std::string(input), cause);
   if (!installed) return;
   bool sound = true;
   try {

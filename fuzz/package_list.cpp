@@ -19,7 +19,7 @@ bool same_packages(const package_map_t& a, const package_map_t& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [](const auto& left, const auto& right) {
                       return left.identity == right.identity && left.key == right.key &&
-                             left.meta.map() == right.meta.map();
+                             left.meta.map().values() == right.meta.map().values();
                     });
 }
 
@@ -85,14 +85,14 @@ void check_add_and_remove(pkgs_available_t list, const pkgs_available_t& other) 
 void run(std::string_view input) {
   const std::vector<std::string_view> texts = split(input, '\0', 2);
   std::string cause;
-  auto list = pkg::parse_list(texts[0], cause);
+  auto list = pkg::parse_list(std::string(texts[0]), cause);
   require(list.has_value() == cause.empty(), "what cannot be read has a cause");
   if (!list) return;
   check_sorted(list->packages());
   check_sorted(list->deprecated());
   rewritten(*list);
   read_metadata_of(*list);
-  auto other = pkg::parse_list(texts.size() == 2 ? texts[1] : "{}", cause);
+  auto other = pkg::parse_list(std::string(texts.size() == 2 ? texts[1] : "{}"), cause);
   if (!other) return;
   check_add_and_remove(*list, *other);
   const pkg::merged_view_t view(std::move(*list), std::move(*other));

@@ -35,10 +35,11 @@ bool write(core_context_t& context, const pkgs_available_t& list, const std::str
 
 }  // namespace
 
-std::optional<pkgs_available_t> parse_list(std::string_view text, std::string& cause) {
+std::optional<pkgs_available_t> parse_list(std::string text, std::string& cause) {
   try {
-    if (auto document = document_t::parse(text, cause))
+    if (auto document = framework::LazyDocument::parse(std::move(text), cause)) {
       return pkgs_available_t(std::move(document));
+    }
   } catch (const framework::JsonError& error) {
     cause = error.what();
   }
@@ -52,7 +53,7 @@ std::optional<pkgs_available_t> read_list(const std::string& path, std::string& 
     cause = error.text;
     return std::nullopt;
   }
-  return parse_list(text, cause);
+  return parse_list(std::move(text), cause);
 }
 
 std::optional<pkgs_available_t> load_available(core_context_t& context) {

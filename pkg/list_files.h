@@ -11,7 +11,7 @@
 namespace zendro::pkg {
 
 /// Parses a package-list document. Nothing, with the cause, when it is not one.
-std::optional<pkgs_available_t> parse_list(std::string_view text, std::string& cause);
+std::optional<pkgs_available_t> parse_list(std::string text, std::string& cause);
 /// Reads a package-list document from a file. Nothing, with the cause, when it cannot be read.
 std::optional<pkgs_available_t> read_list(const std::string& path, std::string& cause);
 

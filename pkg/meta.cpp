@@ -4,19 +4,14 @@
 
 namespace zendro::pkg {
 
-std::string_view meta_t::text(std::string_view key) const {
-  const json::value* value = map_->if_contains(key);
-  return value == nullptr ? std::string_view() : framework::as_string(*value);
-}
-
 const json::object* meta_t::map(std::string_view key) const {
-  const json::value* value = map_->if_contains(key);
+  const json::value* value = map_->values().if_contains(key);
   return value == nullptr ? nullptr : &framework::as_map(*value);
 }
 
 std::vector<std::string_view> meta_t::texts(std::string_view key) const {
   std::vector<std::string_view> out;
-  const json::value* value = map_->if_contains(key);
+  const json::value* value = map_->values().if_contains(key);
   if (value == nullptr) return out;
   const json::array& array = framework::as_array(*value);
   out.reserve(array.size());
@@ -26,15 +21,15 @@ std::vector<std::string_view> meta_t::texts(std::string_view key) const {
   return out;
 }
 
-std::string_view meta_t::name() const { return text("_name"); }
-std::string_view meta_t::type() const { return text("_type"); }
-std::string_view meta_t::pkg_installdir() const { return text("_pkg_installdir"); }
-std::string_view meta_t::title() const { return text("title"); }
-std::string_view meta_t::description() const { return text("description"); }
-std::string_view meta_t::homepage() const { return text("homepage"); }
+std::string_view meta_t::name() const { return map_->string("_name"); }
+std::string_view meta_t::type() const { return map_->string("_type"); }
+std::string_view meta_t::pkg_installdir() const { return map_->string("_pkg_installdir"); }
+std::string_view meta_t::title() const { return map_->string("title"); }
+std::string_view meta_t::description() const { return map_->string("description"); }
+std::string_view meta_t::homepage() const { return map_->string("homepage"); }
 
 std::string_view meta_t::publisher() const {
-  if (const std::string_view publisher = text("publisher"); !publisher.empty()) return publisher;
+  if (const std::string_view publisher = map_->string("publisher"); !publisher.empty()) return publisher;
   std::string_view host = homepage();
   const std::size_t authority = host.find("://");
   if (authority == std::string_view::npos) return {};

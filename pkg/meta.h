@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "framework/json.h"
+#include "framework/lazy_json.h"
 
 namespace zendro::pkg {
 
@@ -15,9 +16,9 @@ namespace json = boost::json;
 /// a member of the wrong type throws framework::JsonError.
 class meta_t {
  public:
-  explicit meta_t(const json::object& map) : map_(&map) {}
+  explicit meta_t(const framework::LazyObject& map) : map_(&map) {}
 
-  [[nodiscard]] const json::object& map() const { return *map_; }
+  [[nodiscard]] const framework::LazyObject& map() const { return *map_; }
 
   [[nodiscard]] std::string_view name() const;            // "_name"
   [[nodiscard]] std::string_view type() const;            // "_type"
@@ -39,11 +40,10 @@ class meta_t {
   [[nodiscard]] std::vector<std::string_view> conflicting_pkgs() const;
 
  private:
-  [[nodiscard]] std::string_view text(std::string_view key) const;
   [[nodiscard]] const json::object* map(std::string_view key) const;
   [[nodiscard]] std::vector<std::string_view> texts(std::string_view key) const;
 
-  const json::object* map_;
+  const framework::LazyObject* map_;
 };
 
 }  // namespace zendro::pkg

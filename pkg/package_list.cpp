@@ -14,8 +14,8 @@ constexpr std::string_view kBuildNumber = "build_number";
 
 bool identity_less(const package_t& a, const package_t& b) { return a.identity < b.identity; }
 
-package_t make_package(std::string_view key, const json::value& value) {
-  return {parse_identity(key), key, meta_t(framework::as_map(value))};
+package_t make_package(std::string_view key, const framework::LazyObject& map) {
+  return {parse_identity(key), key, meta_t(map)};
 }
 
 // Sorts entries that stand in document order; of two with one identity the first stays.
@@ -34,15 +34,7 @@ package_map_t::const_iterator lower_bound(const package_map_t& packages, const n
                           });
 }
 
-std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
-
 }  // namespace
-
-std::shared_ptr<const document_t> document_t::parse(std::string_view text, std::string& error) {
-  auto document = std::make_shared<document_t>();
-  if (!framework::parse_json(text, document->root, error)) return nullptr;
-  return document;
-}
 
 const package_t* find_exact(const package_map_t& packages, const name_semver_t& identity) {
   const auto found = lower_bound(packages, identity);
@@ -58,33 +50,32 @@ const package_t* find_best(const package_map_t& packages, const name_semver_t& k
   return fits ? &*found : nullptr;
 }
 
-pkgs_available_t::pkgs_available_t(std::shared_ptr<const document_t> document,
+pkgs_available_t::pkgs_available_t(std::shared_ptr<framework::LazyDocument> document,
                                    std::span<const std::string_view> not_packages) {
-  const json::object& root = framework::as_map(document->root);
-  documents_.push_back(std::move(document));
-  members_.reserve(root.size());
-  packages_.reserve(root.size());
-  for (const json::key_value_pair& member : root) {
-    const std::string_view key = view(member.key());
+  using Member = framework::LazyDocument::Member;
+  const std::vector<Member> members = document->members(document->root());
+  members_.reserve(members.size());
+  packages_.reserve(members.size());
+  for (const auto& [key, text] : members) {
     if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) continue;
-    const json::object& map = framework::as_map(member.value());
+    const framework::LazyObject& map = document->object(text);
     const bool is_package = key != kMeta && key != kDeprecated;
     members_.push_back({key, &map, is_package});
     if (is_package) {
-      packages_.push_back(make_package(key, member.value()));
+      packages_.push_back(make_package(key, map));
     } else if (key == kMeta) {
-      if (const json::value* number = map.if_contains(kBuildNumber)) {
+      if (const json::value* number = map.values().if_contains(kBuildNumber)) {
         build_number_ = framework::to_int64(*number);
       }
     } else {
-      deprecated_.reserve(map.size());
-      for (const json::key_value_pair& entry : map) {
-        deprecated_.push_back(make_package(view(entry.key()), entry.value()));
+      for (const Member& entry : document->members(text)) {
+        deprecated_.push_back(make_package(entry.name, document->object(entry.text)));
       }
     }
   }
   sort_packages(packages_);
   sort_packages(deprecated_);
+  documents_.push_back(std::move(document));
 }
 
 const package_t* pkgs_available_t::find_entry(const name_semver_t& identity) const {
@@ -144,7 +135,7 @@ std::string pkgs_available_t::serialise() const {
     separator = ",\n";
     writer.append(member.key);
     out += ':';
-    writer.append(*member.map);
+    member.map->append_to(writer);
   }
   out += "\n}\n";
   return out;

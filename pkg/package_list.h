@@ -1,7 +1,7 @@
 // Package lists in memory, and the documents that they are read from and written to.
 //
-// A list is parsed into an arena that the list shares with whoever takes entries from it; entries
-// are never copied one by one.
+// A list shares its document with whoever takes entries from it; entries are never copied one by
+// one, and parsed when they are first read.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,7 @@
 
 #include "framework/io.h"
 #include "framework/json.h"
+#include "framework/lazy_json.h"
 #include "pkg/meta.h"
 #include "pkg/name_semver.h"
 
@@ -21,15 +22,6 @@ namespace zendro::pkg {
 
 /// The largest list document that is read, in bytes.
 inline constexpr std::uint64_t kListLimit = 1ull << 30;
-
-/// A parsed JSON document with the arena that holds it. Shared and immutable once parsed.
-struct document_t {
-  boost::json::monotonic_resource arena;
-  json::value root = json::value(json::storage_ptr(&arena));
-
-  /// Null, with the cause in `error`, when the text is not JSON.
-  static std::shared_ptr<const document_t> parse(std::string_view text, std::string& error);
-};
 
 struct package_t {
   name_semver_t identity;
@@ -63,7 +55,7 @@ class pkgs_available_t {
   pkgs_available_t() = default;
   /// Views a package-list document; throws JsonError when it has not the shape of one. The top
   /// level members named in `not_packages` are passed over.
-  explicit pkgs_available_t(std::shared_ptr<const document_t> document,
+  explicit pkgs_available_t(std::shared_ptr<framework::LazyDocument> document,
                             std::span<const std::string_view> not_packages = {});
 
   [[nodiscard]] const package_map_t& packages() const { return packages_; }
@@ -87,11 +79,11 @@ class pkgs_available_t {
  private:
   struct member_t {
     std::string_view key;
-    const json::object* map;
+    const framework::LazyObject* map;
     bool is_package;  ///< false for "_META" and "_DEPRECATED"
   };
 
-  std::vector<std::shared_ptr<const document_t>> documents_;
+  std::vector<std::shared_ptr<const framework::LazyDocument>> documents_;
   std::vector<member_t> members_;  ///< all top level members in document order
   package_map_t packages_;
   package_map_t deprecated_;

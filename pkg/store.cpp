@@ -124,7 +124,7 @@ bool update_store_information(core_context_t& context, bool force) {
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
   std::string cause;
-  const std::optional<pkgs_available_t> document = parse_list(list, cause);
+  const std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
   if (!document) return context.fail(msg::Code::invalid_pkg_store_information, pkgtype, cause);
   return write_pkg_information(context, *document);
 }

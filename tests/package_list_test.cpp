@@ -17,14 +17,14 @@ namespace {
 
 pkgs_available_t list_of(std::string_view text) {
   std::string cause;
-  std::optional<pkgs_available_t> list = parse_list(text, cause);
+  std::optional<pkgs_available_t> list = parse_list(std::string(text), cause);
   EXPECT_TRUE(list) << cause;
   return list ? std::move(*list) : pkgs_available_t();
 }
 
 std::string failure_of(std::string_view text) {
   std::string cause;
-  EXPECT_FALSE(parse_list(text, cause));
+  EXPECT_FALSE(parse_list(std::string(text), cause));
   return cause;
 }
 
@@ -192,8 +192,8 @@ TEST(PackageList, MergedViewKnowsWhatEachVersionIs) {
 
 TEST(Meta, PublisherIsNamedOrTheHostOfTheHomepage) {
   const auto publisher = [](const char* members) {
-    const json::value value = json::parse(members);
-    return std::string(meta_t(value.as_object()).publisher());
+    const pkgs_available_t list = list_of("{\"a-1.0.0\":" + std::string(members) + "}");
+    return std::string(list.packages().front().meta.publisher());
   };
   EXPECT_EQ(publisher(R"({"publisher":"W3C","homepage":"https://x.example/"})"), "W3C");
   EXPECT_EQ(publisher(R"({"homepage":"https://u:p@www.w3.example:8080/TR?x#y"})"),

@@ -20,6 +20,7 @@
 #include "packages_ui/row_text.h"
 #include "packages_ui/type_ahead.h"
 #include "packages_ui/ui_messages.h"
+#include "pkg/list_files.h"
 
 namespace zendro::packages_ui {
 namespace {
@@ -66,10 +67,10 @@ class Desk : public SelectionQuestions, public ParentUI {
 };
 
 pkg::pkgs_available_t list(std::string_view text) {
-  std::string error;
-  auto document = pkg::document_t::parse(text.empty() ? "{}" : text, error);
-  EXPECT_TRUE(document) << error;
-  return pkg::pkgs_available_t(std::move(document));
+  std::string cause;
+  auto list = pkg::parse_list(std::string(text.empty() ? "{}" : text), cause);
+  EXPECT_TRUE(list) << cause;
+  return std::move(*list);
 }
 
 std::unique_ptr<PackageTable> table(std::string_view available, std::string_view installed = {}) {

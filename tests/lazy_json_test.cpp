@@ -1,0 +1,160 @@
+#include "framework/lazy_json.h"
+
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace zendro::framework {
+namespace {
+
+std::shared_ptr<LazyDocument> document_of(std::string text) {
+  std::string error;
+  auto document = LazyDocument::parse(std::move(text), error);
+  EXPECT_TRUE(document) << error;
+  return document;
+}
+
+json::value parsed(std::string_view text) {
+  json::value value;
+  std::string error;
+  EXPECT_TRUE(parse_json(text, value, error)) << text << ": " << error;
+  return value;
+}
+
+// Texts of random objects with everything that the finding of members could stumble over.
+class RandomText {
+ public:
+  explicit RandomText(unsigned seed) : random_(seed) {}
+
+  std::string object(int depth) {
+    std::string text = "{" + blanks();
+    for (unsigned left = random_() % 5; left > 0; --left) {
+      text += string() + blanks() + ":" + blanks() + value(depth) + blanks();
+      if (left > 1) text += "," + blanks();
+    }
+    return text + "}";
+  }
+  std::string blanks() { return one_of({"", "", "", " ", "\n", "\r\n\t"}); }
+
+ private:
+  std::string one_of(const std::vector<std::string>& texts) {
+    return texts[random_() % texts.size()];
+  }
+  std::string string() {
+    std::string text = "\"";
+    for (unsigned left = random_() % 4; left > 0; --left) {
+      text += one_of({"a", "b", "{", "}", "[", "]", ",", ":", " ", "\\\\", "\\\"", "\\u0061", "\\n",
+                      "\xC3\xA9"});
+    }
+    return text + "\"";
+  }
+  std::string value(int depth) {
+    switch (random_() % (depth > 0 ? 4 : 2)) {
+      case 0:
+        return string();
+      case 1:
+        return one_of({"0", "-1.5e3", "true", "null", "[]", "{}", "[ ]"});
+      case 2:
+        return "[" + blanks() + value(depth - 1) + "," + value(depth - 1) + blanks() + "]";
+      default:
+        return object(depth - 1);
+    }
+  }
+
+  std::mt19937 random_;
+};
+
+TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
+  RandomText random(3);
+  int repeated = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    const std::string text = random.blanks() + random.object(3) + random.blanks();
+    const json::value value = parsed(text);
+    const json::object& whole = value.get_object();
+    const auto document = document_of(text);
+    const auto members = document->members(document->root());
+    ASSERT_EQ(members.size(), whole.size()) << text;
+    const LazyObject& object = document->object(document->root());
+    auto expected = whole.begin();
+    for (const auto& [name, member] : members) {
+      ASSERT_EQ(name, std::string_view(expected->key())) << text;
+      ASSERT_EQ(parsed(member), expected->value()) << text;
+      if (const json::string* string = expected->value().if_string()) {
+        // First from the text, which may parse the object, then from its values.
+        ASSERT_EQ(object.string(name), std::string_view(*string)) << text;
+      } else {
+        ASSERT_THROW((void)object.string(name), JsonError) << text;
+      }
+      ++expected;
+    }
+    ASSERT_EQ(object.string("no such name"), "");
+    std::string written;
+    std::string written_from_text;
+    JsonWriter writer(written);
+    JsonWriter text_writer(written_from_text);
+    document->object(document->root()).append_to(text_writer);
+    ASSERT_EQ(object.values(), whole);
+    object.append_to(writer);
+    ASSERT_EQ(written, json::serialize(value));
+    ASSERT_EQ(written_from_text, written);
+    repeated += text.find("\"a\"") != text.rfind("\"a\"");
+  }
+  EXPECT_GT(repeated, 100);
+}
+
+TEST(LazyJson, OfSeveralMembersWithOneNameTheLastValueCounts) {
+  const auto document = document_of(R"({"a":1,"b":{"t":"x","t":"y"},"\u0061":"2"})");
+  const auto members = document->members(document->root());
+  ASSERT_EQ(members.size(), 2u);
+  EXPECT_EQ(members[0].name, "a");
+  EXPECT_EQ(members[0].text, "\"2\"");
+  const LazyObject& object = document->object(members[1].text);
+  EXPECT_EQ(object.string("t"), "y");
+  EXPECT_THROW((void)document->members(members[0].text), JsonError);
+  EXPECT_THROW((void)document->object(members[0].text), JsonError);
+}
+
+TEST(LazyJson, AcceptsExactlyWhatCanBeParsed) {
+  for (const char* text : {"", " ", "{", "{}x", "{} {}", "[1,]", "{\"a\":1e400}", "{\"a\":-1e400}",
+                           "{\"a\":1e-400}", "\"\xFF\"", "\"\\ud800\"", "\"\\q\"", "01", "nul",
+                           "{\"a\":1,}", "{a:1}", "[1] ", "\t{}\n", "-0", "1.5"}) {
+    json::value value;
+    std::string error;
+    std::string lazy_error;
+    const bool is_parsed = parse_json(text, value, error);
+    EXPECT_EQ(LazyDocument::parse(text, lazy_error) != nullptr, is_parsed) << text;
+    EXPECT_EQ(lazy_error, error) << text;
+  }
+}
+
+TEST(LazyJson, ObjectsAreReadByManyThreads) {
+  std::string text = "{\"first\":{}";
+  constexpr int kObjects = 2'000;
+  for (int i = 0; i < kObjects; ++i) {
+    text += ",\"" + std::to_string(i) + "\":{\"n\":" + std::to_string(i) + "}";
+  }
+  const auto document = document_of(text + "}");
+  std::vector<const LazyObject*> objects;
+  for (const auto& member : document->members(document->root())) {
+    objects.push_back(&document->object(member.text));
+  }
+  std::vector<std::int64_t> sums(3);
+  std::vector<std::thread> threads;
+  for (std::int64_t& sum : sums) {
+    threads.emplace_back([&] {
+      for (const LazyObject* object : objects) {
+        if (const json::value* number = object->values().if_contains("n")) {
+          sum += number->get_int64();
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(sums, std::vector<std::int64_t>(3, kObjects * (kObjects - 1) / 2));
+}
+
+}  // namespace
+}  // namespace zendro::framework
