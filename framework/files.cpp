@@ -67,12 +67,7 @@ std::shared_ptr<IOImpl_base> append_file(const fs::path& path, IoError& error) {
 bool read_file(const fs::path& path, std::string& out, std::uint64_t limit, IoError& error) {
   out.clear();
   const auto stream = open_file(path, error);
-  if (!stream) return false;
-  // The size is a hint only: the file may grow or shrink while it is read.
-  const std::int64_t size = stream->size();
-  const bool plausible = size >= 0 && static_cast<std::uint64_t>(size) <= limit;
-  return read_all(*stream, out, plausible ? static_cast<std::size_t>(size) : 0, limit, error,
-                  path_to_utf8(path));
+  return stream && read_all(*stream, out, 0, limit, error, path_to_utf8(path));
 }
 
 WriteOutcome write_file(const fs::path& path, std::string_view bytes, IoError& error) {

@@ -1,5 +1,6 @@
 #include "framework/io.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <stdexcept>
@@ -14,7 +15,11 @@ bool read_all(IOImpl_base& stream, std::string& out, std::size_t initial_capacit
     return false;
   };
   try {
-    out.reserve(out.size() + initial_capacity);
+    // A size is a hint only: what is read may come to more or less than was said.
+    const std::int64_t size = stream.size();
+    const bool plausible = size >= 0 && static_cast<std::uint64_t>(size) <= limit;
+    out.reserve(out.size() +
+                std::max(initial_capacity, plausible ? static_cast<std::size_t>(size) : 0));
     std::array<char, kIoBlock> block;
     std::uint64_t total = 0;
     for (;;) {

@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kMeta = "_META";
 constexpr std::string_view kDeprecated = "_DEPRECATED";
 constexpr std::string_view kBuildNumber = "build_number";
+constexpr std::size_t kSeparatorsSize = 8;  // of a member in a written list, at most
 
 bool identity_less(const package_t& a, const package_t& b) { return a.identity < b.identity; }
 
@@ -127,6 +128,11 @@ void pkgs_available_t::remove(std::span<const name_semver_t> identities) {
 
 std::string pkgs_available_t::serialise() const {
   std::string out;
+  std::size_t expected_size = 0;
+  for (const member_t& member : members_) {
+    expected_size += member.key.size() + member.map->text().size() + kSeparatorsSize;
+  }
+  out.reserve(expected_size);
   framework::JsonWriter writer(out);
   out += '{';
   const char* separator = "\n";
