@@ -16,6 +16,10 @@ Operations::Operations(std::shared_ptr<pkg::pkg_cache_t> cache,
       show_text_(std::move(show_text)),
       show_progress_(std::move(show_progress)) {}
 
+LoadedPackages Operations::load_cached() {
+  return load([](const msg::Message&) {});
+}
+
 LoadedPackages Operations::update_and_load() {
   // Forced, so that a machine without a list gets one.
   return run_and_load([this] { cache_->update_store_information(true); });
@@ -37,20 +41,24 @@ LoadedPackages Operations::run_and_load(const std::function<void()>& operation) 
   cache_->set_progress_sink(show_progress_);
   guarded(operation);
   cache_->set_progress_sink({});
+  LoadedPackages loaded = load([this](const msg::Message& message) { show(message); });
+  cache_->set_log_sink({});
+  return loaded;
+}
 
+LoadedPackages Operations::load(const msg::MessageSink& show_problem) {
   LoadedPackages loaded;
   guarded([&] {
     bool reported = false;
     cache_->set_message_sink([&](const msg::Message& message) {
       reported = true;
-      show(message);
+      show_problem(message);
     });
     pkg::merged_view_t view = cache_->load_view();
     loaded.table = std::make_unique<PackageTable>(cache_->type(), std::move(view));
     loaded.complete = !reported;
   });
   cache_->set_message_sink({});
-  cache_->set_log_sink({});
   return loaded;
 }
 

@@ -30,12 +30,16 @@ class Operations {
   Operations(std::shared_ptr<pkg::pkg_cache_t> cache, std::shared_ptr<msg::LogHandler> log,
              ShowText show_text, pkg::progress_sink_t show_progress);
 
+  /// The lists as they are, without a word: what is wrong with them is said when they are loaded
+  /// after the update.
+  [[nodiscard]] LoadedPackages load_cached();
   [[nodiscard]] LoadedPackages update_and_load();
   /// Removes, then, if that succeeded, installs.
   [[nodiscard]] LoadedPackages apply_and_load(const std::vector<pkg::filter_action_t>& requests);
 
  private:
   LoadedPackages run_and_load(const std::function<void()>& operation);
+  LoadedPackages load(const msg::MessageSink& show_problem);
   void guarded(const std::function<void()>& step);
   void show(const msg::Message& message);
 

@@ -164,10 +164,15 @@ void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
                                                         : UiCode::PackageUICaptionSchema)));
   pane_->clear();
   pane_->append_line(ui_message(UiCode::PackageUIUpdating));
-  start([this] { return operations_->update_and_load(); },
+  start([this, post = post_] {
+          // What is known already can be looked at while the store is asked for news.
+          const auto cached = std::make_shared<LoadedPackages>(operations_->load_cached());
+          if (cached->complete) post([this, cached] { show_loaded(std::move(cached->table)); });
+          return operations_->update_and_load();
+        },
         [this](LoadedPackages loaded) {
           if (!loaded.table) return;
-          show_loaded(std::move(loaded.table));
+          show_loaded(std::move(loaded.table), preselection_);
           if (loaded.complete || !pending_changes(*selection_).empty()) {
             pane_->append_line(summary());
           }
@@ -210,10 +215,10 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
   }
 }
 
-void PackagesDlg::show_loaded(std::unique_ptr<PackageTable> table) {
+void PackagesDlg::show_loaded(std::unique_ptr<PackageTable> table,
+                              const std::vector<std::string>& preselection) {
   filling_ = true;
   auto selection = std::make_unique<Selection>(std::move(table), *questions_, *this);
-  const std::vector<std::string> preselection = std::exchange(preselection_, {});
   if (!preselection.empty()) selection->preselect(preselection);
   grid_->show(*selection);
   selection_ = std::move(selection);

@@ -73,7 +73,8 @@ class PackagesDlg : public wxDialog, public ParentUI {
 
   void start(std::function<LoadedPackages()> operation,
              std::function<void(LoadedPackages)> completion);
-  void show_loaded(std::unique_ptr<PackageTable> table);
+  void show_loaded(std::unique_ptr<PackageTable> table,
+                   const std::vector<std::string>& preselection = {});
   void update_buttons();
   void disable_buttons();
   void enable(int id, bool enabled);
