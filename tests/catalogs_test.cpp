@@ -1,4 +1,6 @@
 // The catalog files, byte for byte and as XML.
+#include <pugixml.hpp>
+
 #include "app/options.h"
 #include "pkg/package_url.h"
 #include "pkg/percent_encoding.h"
@@ -41,8 +43,7 @@ TEST_F(CatalogsTest, EmptyCatalogsAreCompleteDocuments) {
             std::string(kRoot) + " kel:keepProxy=\"true\" />\n");
   EXPECT_EQ(file_text(cache_file("namespace-mapping-catalog.xml")),
             std::string(kRoot) + " kel:keepProxy=\"true\" />\n");
-  pugi::xml_document document;
-  pkg::pkg_xml_writer(document, true, true);
+  const std::string document = pkg::pkg_xml_writer(true, true).take_document();
   ASSERT_TRUE(pkg::write_xml_file(document, (folder_ / "x" / "y.xml").string(), nullptr));
   EXPECT_EQ(file_text(folder_ / "x" / "y.xml"),
             std::string(kRoot) + " kel:specification_catalog=\"true\" kel:keepProxy=\"true\" />\n");
@@ -128,14 +129,13 @@ TEST(XmlFile, MessagesNameTheFolder) {
   std::vector<std::wstring> messages;
   pkg::reporter_t reporter(
       [&](const msg::Message& message) { messages.push_back(message.text()); });
-  pugi::xml_document document;
   const std::string in_the_way = (folder / "file").string();
   write_text(in_the_way, "x");
-  EXPECT_FALSE(pkg::write_xml_file(document, in_the_way + "/c.xml", &reporter));
+  EXPECT_FALSE(pkg::write_xml_file("x", in_the_way + "/c.xml", &reporter));
   EXPECT_EQ(messages.back(),
             L"Can't create folder " + std::filesystem::path(in_the_way).wstring() + L".");
   std::filesystem::create_directories(folder / "c.xml");
-  EXPECT_FALSE(pkg::write_xml_file(document, (folder / "c.xml").string(), &reporter));
+  EXPECT_FALSE(pkg::write_xml_file("x", (folder / "c.xml").string(), &reporter));
   EXPECT_EQ(messages.back(), L"Can't create file " + folder.path().wstring() + L".");
 }
 
