@@ -1,7 +1,7 @@
 #include "pkg/catalogs.h"
 
 #include <algorithm>
-#include <deque>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,27 +31,27 @@ struct catalog_entries_t {
   std::vector<entry_t> locations;
   std::vector<entry_t> mappings;  ///< namespace-catalog URL to package URL
   std::vector<entry_t> remappings;
-  std::deque<std::string> urls;
+  std::list<std::string> urls;  ///< which stay where they are
 };
 
 std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
 
-void collect_locations(const package_t& package, std::string_view root_url,
-                       std::vector<entry_t>& locations) {
+void collect_locations(const package_t& package, catalog_entries_t& all) {
   const json::object* entries = package.meta.catalogs();
   if (entries == nullptr) return;
+  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
   const bool is_dtd = package.identity.name.ends_with("-dtd");
   for (const json::key_value_pair& entry : *entries) {
     const std::string_view member = framework::as_string(entry.value());
-    locations.push_back({view(entry.key()), root_url, member, false, is_dtd});
+    all.locations.push_back({view(entry.key()), root_url, member, false, is_dtd});
   }
 }
 
 // The value of a namespace entry: a member path, or a map that may mark a public identifier.
-void collect_identifiers(const package_t& package, std::string_view root_url,
-                         catalog_entries_t& entries) {
+void collect_identifiers(const package_t& package, catalog_entries_t& all) {
   const json::object* names = package.meta.namespace_catalog();
   if (names == nullptr) return;
+  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
   for (const json::key_value_pair& entry : *names) {
     const std::string_view name = view(entry.key());
     const json::value* path = &entry.value();
@@ -64,29 +64,28 @@ void collect_identifiers(const package_t& package, std::string_view root_url,
     const json::value none;
     const std::string_view member = framework::as_string(path == nullptr ? none : *path);
     if (is_public) {
-      entries.identifiers.push_back({name, root_url, member, true});
+      all.identifiers.push_back({name, root_url, member, true});
       continue;
     }
     const std::string_view name_url =
-        entries.urls.emplace_back(namespace_catalog_url(package.meta.name(), name));
-    entries.mappings.push_back({name_url, root_url, member});
-    entries.identifiers.push_back({name, {}, name_url});
+        all.urls.emplace_back(namespace_catalog_url(package.meta.name(), name));
+    all.mappings.push_back({name_url, root_url, member});
+    all.identifiers.push_back({name, {}, name_url});
   }
 }
 
-void collect_remappings(const package_t& package, std::vector<entry_t>& remappings) {
+void collect_remappings(const package_t& package, catalog_entries_t& all) {
   const json::object* pairs = package.meta.uri_mappings();
   if (pairs == nullptr) return;
   for (const json::key_value_pair& pair : *pairs) {
-    remappings.push_back({view(pair.key()), {}, framework::as_string(pair.value())});
+    all.remappings.push_back({view(pair.key()), {}, framework::as_string(pair.value())});
   }
 }
 
-void collect(const package_t& package, catalog_entries_t& entries) {
-  const std::string_view root_url = entries.urls.emplace_back(package_url(package.identity, ""));
-  collect_identifiers(package, root_url, entries);
-  collect_locations(package, root_url, entries.locations);
-  collect_remappings(package, entries.remappings);
+void collect(const package_t& package, catalog_entries_t& all) {
+  collect_identifiers(package, all);
+  collect_locations(package, all);
+  collect_remappings(package, all);
 }
 
 // Sorts the keys by their bytes. Of several suppliers of a key the first in package order stays;
