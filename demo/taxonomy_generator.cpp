@@ -7,9 +7,9 @@
 
 #include <pugixml.hpp>
 
+#include "demo/format_xml.h"
 #include "framework/files.h"
 #include "framework/json.h"
-#include "framework/xml.h"
 
 namespace zendro::demo {
 
@@ -217,7 +217,7 @@ std::string make_schema(const Taxonomy& taxonomy) {
       append_concept(schema, place);
     }
   }
-  return framework::format_xml(document);
+  return format_xml(document);
 }
 
 pugi::xml_node append_linkbase(pugi::xml_document& document) {
@@ -251,7 +251,7 @@ std::string make_labels(const Taxonomy& taxonomy, const std::string& language) {
             {"xlink:from", place.id},
             {"xlink:to", "label_" + place.id}});
   }
-  return framework::format_xml(document);
+  return format_xml(document);
 }
 
 std::string make_presentation(const Taxonomy& taxonomy) {
@@ -271,7 +271,7 @@ std::string make_presentation(const Taxonomy& taxonomy) {
             {"xlink:to", place.id},
             {"order", std::to_string(place.order)}});
   }
-  return framework::format_xml(document);
+  return format_xml(document);
 }
 
 std::string make_package_document(const Taxonomy& taxonomy, const std::string& identifier) {
@@ -288,7 +288,7 @@ std::string make_package_document(const Taxonomy& taxonomy, const std::string& i
   pugi::xml_node entry = append(append(root, "tp:entryPoints", {}), "tp:entryPoint", {});
   append(entry, "tp:name", {}, taxonomy.title);
   append(entry, "tp:entryPointDocument", {{"href", taxonomy.base + taxonomy.prefix + ".xsd"}});
-  return framework::format_xml(document);
+  return format_xml(document);
 }
 
 std::string make_catalog(const Taxonomy& taxonomy, const std::string& folder) {
@@ -297,7 +297,7 @@ std::string make_catalog(const Taxonomy& taxonomy, const std::string& folder) {
       append(document, "catalog", {{"xmlns", "urn:oasis:names:tc:entity:xmlns:xml:catalog"}});
   append(root, "rewriteURI",
          {{"uriStartString", taxonomy.base}, {"rewritePrefix", "../" + folder}});
-  return framework::format_xml(document);
+  return format_xml(document);
 }
 
 /// A location as a path below the package's own folder: the URL without its scheme.

@@ -1,11 +1,13 @@
 #include "pkg/catalogs.h"
 
-#include <map>
+#include <algorithm>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include <pugixml.hpp>
+#include <boost/sort/spinsort/spinsort.hpp>
 
 #include "pkg/list_files.h"
 #include "pkg/package_url.h"
@@ -15,39 +17,41 @@
 namespace zendro::pkg {
 namespace {
 
-struct target_t {
-  std::string uri;
+struct entry_t {
+  std::string_view key;
+  std::string_view root_url;  ///< of the package whose member `target` is; empty: it is a URI
+  std::string_view target;
   bool is_public = false;  ///< the key is a public identifier
   bool is_dtd = false;     ///< the key belongs to a package of DTDs
 };
 
-// Keys point into the list, which outlives the maps. std::less compares them by bytes.
-using entry_map_t = std::map<std::string_view, target_t>;
-
+// All texts are views of the list or of `urls`.
 struct catalog_entries_t {
-  entry_map_t identifiers;
-  entry_map_t locations;
-  std::map<std::string, std::string> mappings;  ///< namespace-catalog URL to package URL
-  entry_map_t remappings;
+  std::vector<entry_t> identifiers;
+  std::vector<entry_t> locations;
+  std::vector<entry_t> mappings;  ///< namespace-catalog URL to package URL
+  std::vector<entry_t> remappings;
+  std::list<std::string> urls;  ///< which stay where they are
 };
 
 std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
 
-void collect_locations(const package_t& package, entry_map_t& locations) {
+void collect_locations(const package_t& package, catalog_entries_t& all) {
   const json::object* entries = package.meta.catalogs();
   if (entries == nullptr) return;
+  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
   const bool is_dtd = package.identity.name.ends_with("-dtd");
   for (const json::key_value_pair& entry : *entries) {
     const std::string_view member = framework::as_string(entry.value());
-    locations.try_emplace(view(entry.key()),
-                          target_t{package_url(package.identity, member), false, is_dtd});
+    all.locations.push_back({view(entry.key()), root_url, member, false, is_dtd});
   }
 }
 
 // The value of a namespace entry: a member path, or a map that may mark a public identifier.
-void collect_identifiers(const package_t& package, catalog_entries_t& entries) {
+void collect_identifiers(const package_t& package, catalog_entries_t& all) {
   const json::object* names = package.meta.namespace_catalog();
   if (names == nullptr) return;
+  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
   for (const json::key_value_pair& entry : *names) {
     const std::string_view name = view(entry.key());
     const json::value* path = &entry.value();
@@ -59,60 +63,98 @@ void collect_identifiers(const package_t& package, catalog_entries_t& entries) {
     }
     const json::value none;
     const std::string_view member = framework::as_string(path == nullptr ? none : *path);
-    std::string url = package_url(package.identity, member);
-    if (!is_public) {
-      std::string name_url = namespace_catalog_url(package.meta.name(), name);
-      entries.mappings.try_emplace(name_url, std::move(url));
-      url = std::move(name_url);
+    if (is_public) {
+      all.identifiers.push_back({name, root_url, member, true});
+      continue;
     }
-    entries.identifiers.try_emplace(name, target_t{std::move(url), is_public, false});
+    const std::string_view name_url =
+        all.urls.emplace_back(namespace_catalog_url(package.meta.name(), name));
+    all.mappings.push_back({name_url, root_url, member});
+    all.identifiers.push_back({name, {}, name_url});
   }
 }
 
-void collect_remappings(const package_t& package, entry_map_t& remappings) {
+void collect_remappings(const package_t& package, catalog_entries_t& all) {
   const json::object* pairs = package.meta.uri_mappings();
   if (pairs == nullptr) return;
   for (const json::key_value_pair& pair : *pairs) {
-    remappings.try_emplace(view(pair.key()),
-                           target_t{std::string(framework::as_string(pair.value())), false, false});
+    all.remappings.push_back({view(pair.key()), {}, framework::as_string(pair.value())});
   }
 }
 
-// Of several suppliers of a key the first in package order stays. All of them are installed.
-void collect(const package_t& package, catalog_entries_t& entries) {
-  collect_identifiers(package, entries);
-  collect_locations(package, entries.locations);
-  collect_remappings(package, entries.remappings);
+void collect(const package_t& package, catalog_entries_t& all) {
+  collect_identifiers(package, all);
+  collect_locations(package, all);
+  collect_remappings(package, all);
 }
 
-void fill_identifier_catalog(const catalog_entries_t& entries, pugi::xml_document& document) {
-  pkg_xml_writer writer(document, false, true);
-  for (const auto& [key, target] : entries.identifiers) {
-    if (target.is_public) {
-      writer.public_id(key, target.uri);
+// Sorts the keys by their bytes. Of several suppliers of a key the first in package order stays;
+// all of them are installed.
+void put_in_order(std::vector<entry_t>& entries) {
+  // Stable, and quick with what is in order already, as the entries of a package often are.
+  boost::sort::spinsort(entries.begin(), entries.end(),
+                        [](const entry_t& a, const entry_t& b) { return a.key < b.key; });
+  const auto end = std::unique(entries.begin(), entries.end(),
+                               [](const entry_t& a, const entry_t& b) { return a.key == b.key; });
+  entries.erase(end, entries.end());
+}
+
+// The URI of an entry's target; `buffer` may hold it.
+std::string_view target_uri(const entry_t& entry, std::string& buffer) {
+  if (entry.root_url.empty()) return entry.target;
+  buffer = entry.root_url;
+  append_member_path(buffer, entry.target);
+  return buffer;
+}
+
+// Calls `add` with every entry, in order, and the URI of its target.
+template <typename Add>
+void write_entries(std::vector<entry_t>& entries, pkg_xml_writer& writer, const Add& add) {
+  put_in_order(entries);
+  std::size_t bytes = 0;
+  for (const entry_t& entry : entries) {
+    bytes += entry.key.size() + entry.root_url.size() + entry.target.size();
+  }
+  writer.reserve(entries.size(), bytes);
+  std::string buffer;
+  for (const entry_t& entry : entries) add(entry, target_uri(entry, buffer));
+}
+
+std::string identifier_catalog(catalog_entries_t& entries) {
+  pkg_xml_writer writer(false, true);
+  write_entries(entries.identifiers, writer, [&](const entry_t& entry, std::string_view target) {
+    if (entry.is_public) {
+      writer.public_id(entry.key, target);
     } else {
-      writer.uri(key, target.uri);
+      writer.uri(entry.key, target);
     }
-  }
+  });
+  return writer.take_document();
 }
 
-void fill_location_catalog(const catalog_entries_t& entries, pugi::xml_document& document) {
-  pkg_xml_writer writer(document, false, false);
-  for (const auto& [key, target] : entries.locations) {
-    if (key.ends_with('/')) {
-      writer.rewrite_uri(key, target.uri);
-    } else if (target.is_dtd) {
-      writer.system(key, target.uri);
+std::string location_catalog(catalog_entries_t& entries) {
+  pkg_xml_writer writer(false, false);
+  write_entries(entries.locations, writer, [&](const entry_t& entry, std::string_view target) {
+    if (entry.key.ends_with('/')) {
+      writer.rewrite_uri(entry.key, target);
+    } else if (entry.is_dtd) {
+      writer.system(entry.key, target);
     } else {
-      writer.uri(key, target.uri);
+      writer.uri(entry.key, target);
     }
-  }
-  for (const auto& [key, uri] : entries.mappings) writer.uri(key, uri);
+  });
+  write_entries(entries.mappings, writer, [&](const entry_t& entry, std::string_view target) {
+    writer.uri(entry.key, target);
+  });
+  return writer.take_document();
 }
 
-void fill_remapping_catalog(const catalog_entries_t& entries, pugi::xml_document& document) {
-  pkg_xml_writer writer(document, false, true);
-  for (const auto& [key, target] : entries.remappings) writer.rewrite_uri(key, target.uri);
+std::string remapping_catalog(catalog_entries_t& entries) {
+  pkg_xml_writer writer(false, true);
+  write_entries(entries.remappings, writer, [&](const entry_t& entry, std::string_view target) {
+    writer.rewrite_uri(entry.key, target);
+  });
+  return writer.take_document();
 }
 
 }  // namespace
@@ -139,15 +181,14 @@ bool write_catalogs(core_context_t& context, const pkgs_available_t& installed) 
 
   struct catalog_t {
     const char* name;
-    void (*fill)(const catalog_entries_t&, pugi::xml_document&);
+    std::string (*text)(catalog_entries_t&);
   };
-  constexpr catalog_t catalogs[] = {{"namespace-mapping-catalog.xml", fill_identifier_catalog},
-                                    {"catalog.xml", fill_location_catalog},
-                                    {"remapping.xml", fill_remapping_catalog}};
+  constexpr catalog_t catalogs[] = {{"namespace-mapping-catalog.xml", identifier_catalog},
+                                    {"catalog.xml", location_catalog},
+                                    {"remapping.xml", remapping_catalog}};
   for (const catalog_t& catalog : catalogs) {
-    pugi::xml_document document;
-    catalog.fill(entries, document);
-    if (!write_xml_file(document, context.cache_file(catalog.name), &context.reporter())) {
+    if (!write_xml_file(catalog.text(entries), context.cache_file(catalog.name),
+                        &context.reporter())) {
       return false;
     }
   }

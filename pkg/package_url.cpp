@@ -4,17 +4,21 @@
 
 namespace zendro::pkg {
 
-std::string package_url(const name_semver_t& identity, std::string_view member_path) {
+void append_member_path(std::string& url, std::string_view member_path) {
   constexpr std::string_view marker = "|zip";
-  const std::string plain = to_string(identity) + "/" + std::string(member_path);
-  std::string url(kPackageUrlPrefix);
-  std::string_view rest = plain;
-  for (std::size_t at = 0; (at = rest.find(marker)) != std::string_view::npos;) {
-    url += rest.substr(0, at);
+  for (std::size_t at = 0; (at = member_path.find(marker)) != std::string_view::npos;) {
+    url += member_path.substr(0, at);
     url += "%7C";
-    rest.remove_prefix(at + 1);
+    member_path.remove_prefix(at + 1);
   }
-  url += rest;
+  url += member_path;
+}
+
+std::string package_url(const name_semver_t& identity, std::string_view member_path) {
+  std::string url(kPackageUrlPrefix);
+  append_member_path(url, to_string(identity));
+  url += '/';
+  append_member_path(url, member_path);
   return url;
 }
 

@@ -3,14 +3,12 @@
 #include <mutex>
 
 #include "framework/files.h"
-#include "framework/xml.h"
 #include "pkg/cache_write_lock.h"
 #include "pkg/core_context.h"
 
 namespace zendro::pkg {
 
-bool write_xml_file(const pugi::xml_document& document, std::string_view path,
-                    reporter_t* reporter) {
+bool write_xml_file(std::string_view xml, std::string_view path, reporter_t* reporter) {
   const std::lock_guard lock(cache_write_lock());
   const std::filesystem::path target = framework::path_from_utf8(path);
   const std::filesystem::path folder = target.parent_path();
@@ -23,7 +21,7 @@ bool write_xml_file(const pugi::xml_document& document, std::string_view path,
     return false;
   };
   if (!framework::create_folders(folder, error)) return failed(msg::Code::create_folder);
-  switch (framework::write_file(target, framework::format_xml(document), error)) {
+  switch (framework::write_file(target, xml, error)) {
     case framework::WriteOutcome::not_opened:
       return failed(msg::Code::create_file);
     case framework::WriteOutcome::not_written:
