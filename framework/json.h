@@ -29,7 +29,8 @@ class JsonError : public std::runtime_error {
 /// writes the shortest digits that give the same double again.
 bool parse_json(std::string_view text, json::value& out, std::string& error);
 
-/// Whether parse_json() would parse the text, which takes a fraction of its time; if not, the cause.
+/// Whether parse_json() would parse the text, which takes a fraction of its time; if not, the
+/// cause.
 bool check_json(std::string_view text, std::string& error);
 
 /// Typed reading. Each throws JsonError with the text given.

@@ -7,6 +7,24 @@
 #include "packages_ui/shown_text.h"
 
 namespace zendro::packages_ui {
+namespace {
+
+// Whatever is thrown ends the step, never the program.
+void guarded(const Operations::ShowText& show_problem, const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const std::exception& error) {
+    show_problem(msg::to_wide(error.what()));
+  } catch (...) {
+    show_problem(L"Unknown error.");
+  }
+}
+
+msg::MessageSink shown_by(Operations::ShowText show) {
+  return [show = std::move(show)](const msg::Message& message) { show(shown_text(message)); };
+}
+
+}  // namespace
 
 Operations::Operations(std::shared_ptr<pkg::pkg_cache_t> cache,
                        std::shared_ptr<msg::LogHandler> log, ShowText show_text,
@@ -17,7 +35,7 @@ Operations::Operations(std::shared_ptr<pkg::pkg_cache_t> cache,
       show_progress_(std::move(show_progress)) {}
 
 LoadedPackages Operations::load_cached() {
-  return load([](const msg::Message&) {});
+  return load([](std::wstring_view) {});
 }
 
 LoadedPackages Operations::update_and_load() {
@@ -37,23 +55,23 @@ LoadedPackages Operations::run_and_load(const std::function<void()>& operation) 
   auto logger = std::make_shared<msg::Logger>();
   logger->add_handler(log_);
   cache_->set_log_sink(std::move(logger));
-  cache_->set_message_sink([this](const msg::Message& message) { show(message); });
+  cache_->set_message_sink(shown_by(show_text_));
   cache_->set_progress_sink(show_progress_);
-  guarded(operation);
+  guarded(show_text_, operation);
   cache_->set_progress_sink({});
-  LoadedPackages loaded = load([this](const msg::Message& message) { show(message); });
+  LoadedPackages loaded = load(show_text_);
   cache_->set_log_sink({});
   return loaded;
 }
 
-LoadedPackages Operations::load(const msg::MessageSink& show_problem) {
+LoadedPackages Operations::load(const ShowText& show_problem) {
   LoadedPackages loaded;
-  guarded([&] {
+  guarded(show_problem, [&] {
     bool reported = false;
-    cache_->set_message_sink([&](const msg::Message& message) {
+    cache_->set_message_sink(shown_by([&](std::wstring_view text) {
       reported = true;
-      show_problem(message);
-    });
+      show_problem(text);
+    }));
     pkg::merged_view_t view = cache_->load_view();
     loaded.table = std::make_unique<PackageTable>(cache_->type(), std::move(view));
     loaded.complete = !reported;
@@ -61,18 +79,5 @@ LoadedPackages Operations::load(const msg::MessageSink& show_problem) {
   cache_->set_message_sink({});
   return loaded;
 }
-
-// Whatever is thrown ends the step, never the program.
-void Operations::guarded(const std::function<void()>& step) {
-  try {
-    step();
-  } catch (const std::exception& error) {
-    show_text_(msg::to_wide(error.what()));
-  } catch (...) {
-    show_text_(L"Unknown error.");
-  }
-}
-
-void Operations::show(const msg::Message& message) { show_text_(shown_text(message)); }
 
 }  // namespace zendro::packages_ui

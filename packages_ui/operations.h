@@ -39,9 +39,7 @@ class Operations {
 
  private:
   LoadedPackages run_and_load(const std::function<void()>& operation);
-  LoadedPackages load(const msg::MessageSink& show_problem);
-  void guarded(const std::function<void()>& step);
-  void show(const msg::Message& message);
+  LoadedPackages load(const ShowText& show_problem);
 
   std::shared_ptr<pkg::pkg_cache_t> cache_;
   std::shared_ptr<msg::LogHandler> log_;

@@ -86,15 +86,17 @@ PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cac
       preselection_(std::move(preselection)),
       state_file_(std::move(state_file)),
       state_(state_file_.empty() ? std::nullopt : read_window_state(state_file_)),
-      questions_(std::make_unique<DialogQuestions>(this)) {
+      questions_(std::make_unique<DialogQuestions>(this)),
+      operations_(std::make_unique<Operations>(
+          cache_, std::make_shared<LogHandler>(this),
+          [this](std::wstring_view text) { pane_->append_line(text); },
+          [this](const pkg::progress_t& progress) { progress_->report(progress); })),
+      // Read while the controls are made; on this thread later on where there is no other.
+      cached_(std::async([this] { return operations_->load_cached(); })) {
   register_form();
   load_form(parent);
   post_ = post_to_window(*this, alive_, std::move(window_thread));
   create_controls();
-  operations_ = std::make_unique<Operations>(
-      cache_, std::make_shared<LogHandler>(this),
-      [this](std::wstring_view text) { pane_->append_line(text); },
-      [this](const pkg::progress_t& progress) { progress_->report(progress); });
   bind_events();
 }
 
@@ -164,19 +166,20 @@ void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
                                                         : UiCode::PackageUICaptionSchema)));
   pane_->clear();
   pane_->append_line(ui_message(UiCode::PackageUIUpdating));
-  start([this, post = post_] {
-          // What is known already can be looked at while the store is asked for news.
-          const auto cached = std::make_shared<LoadedPackages>(operations_->load_cached());
-          if (cached->complete) post([this, cached] { show_loaded(std::move(cached->table)); });
-          return operations_->update_and_load();
-        },
-        [this](LoadedPackages loaded) {
-          if (!loaded.table) return;
-          show_loaded(std::move(loaded.table), preselection_);
-          if (loaded.complete || !pending_changes(*selection_).empty()) {
-            pane_->append_line(summary());
-          }
-        });
+  start(
+      [this, post = post_] {
+        // What is known already can be looked at while the store is asked for news.
+        const auto cached = std::make_shared<LoadedPackages>(cached_.get());
+        if (cached->complete) post([this, cached] { show_loaded(std::move(cached->table)); });
+        return operations_->update_and_load();
+      },
+      [this](LoadedPackages loaded) {
+        if (!loaded.table) return;
+        show_loaded(std::move(loaded.table), preselection_);
+        if (loaded.complete || !pending_changes(*selection_).empty()) {
+          pane_->append_line(summary());
+        }
+      });
 }
 
 void PackagesDlg::OnOK() {

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -98,6 +99,7 @@ class PackagesDlg : public wxDialog, public ParentUI {
   std::unique_ptr<SelectionQuestions> questions_;
   std::unique_ptr<Selection> selection_;
   std::unique_ptr<Operations> operations_;
+  std::future<LoadedPackages> cached_;  ///< what is known before the store is asked
   bool idle_ = false;
   bool filling_ = false;  ///< the grid is being filled: changes of the selection are not the user's
   Worker worker_;         ///< last, so that its work ends before anything that it uses

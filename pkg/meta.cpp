@@ -29,7 +29,8 @@ std::string_view meta_t::description() const { return map_->string("description"
 std::string_view meta_t::homepage() const { return map_->string("homepage"); }
 
 std::string_view meta_t::publisher() const {
-  if (const std::string_view publisher = map_->string("publisher"); !publisher.empty()) return publisher;
+  if (const std::string_view publisher = map_->string("publisher"); !publisher.empty())
+    return publisher;
   std::string_view host = homepage();
   const std::size_t authority = host.find("://");
   if (authority == std::string_view::npos) return {};

@@ -108,8 +108,8 @@ class package_file_reader {
         }
       }
       constexpr std::array not_packages = {kProvides};
-      content.packages = pkgs_available_t(
-          framework::LazyDocument::parse(std::move(text), cause), not_packages);
+      content.packages =
+          pkgs_available_t(framework::LazyDocument::parse(std::move(text), cause), not_packages);
       return content;
     } catch (const framework::JsonError& failure) {
       cause = failure.what();

@@ -118,9 +118,26 @@ TEST(LazyJson, OfSeveralMembersWithOneNameTheLastValueCounts) {
 }
 
 TEST(LazyJson, AcceptsExactlyWhatCanBeParsed) {
-  for (const char* text : {"", " ", "{", "{}x", "{} {}", "[1,]", "{\"a\":1e400}", "{\"a\":-1e400}",
-                           "{\"a\":1e-400}", "\"\xFF\"", "\"\\ud800\"", "\"\\q\"", "01", "nul",
-                           "{\"a\":1,}", "{a:1}", "[1] ", "\t{}\n", "-0", "1.5"}) {
+  for (const char* text : {"",
+                           " ",
+                           "{",
+                           "{}x",
+                           "{} {}",
+                           "[1,]",
+                           "{\"a\":1e400}",
+                           "{\"a\":-1e400}",
+                           "{\"a\":1e-400}",
+                           "\"\xFF\"",
+                           "\"\\ud800\"",
+                           "\"\\q\"",
+                           "01",
+                           "nul",
+                           "{\"a\":1,}",
+                           "{a:1}",
+                           "[1] ",
+                           "\t{}\n",
+                           "-0",
+                           "1.5"}) {
     json::value value;
     std::string error;
     std::string lazy_error;
