@@ -151,7 +151,7 @@ class request_check {
   bool check_folder(const package_t& package) {
     const package_folder_t folder(context_, package.meta);
     std::string cause;
-    if (folder.is_safe(context_, cause)) {
+    if (folder.is_safe(cause)) {
       const std::string& owner =
           owners_.try_emplace(folder.key(), package.identity.name).first->second;
       if (owner == package.identity.name) return true;

@@ -131,7 +131,7 @@ class folder_removal {
   bool are_safe() {
     for (const package_folder_t& folder : folders_) {
       std::string cause;
-      if (!folder.is_safe(context_, cause)) return fail(folder, cause);
+      if (!folder.is_safe(cause)) return fail(folder, cause);
     }
     return true;
   }
