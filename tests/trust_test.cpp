@@ -81,7 +81,7 @@ TEST_F(TrustTest, FolderNamesThatLeadElsewhereAreRefusedEverywhere) {
 }
 
 TEST_F(TrustTest, ACacheAmongPackagesIsNoPackage) {
-  set_option(app::option::cache_root, (folder_ / "pkgs" / "xsd" / "cache" / "of").string());
+  set_option(app::option::cache_root, (folder_ / "pkgs" / "xsd" / "cache" / "of").string().c_str());
   publish({{"good-1.0.0", {{"m.zip", "x"}}}});
   ASSERT_TRUE(cache().update_store_information(true));
   int build = 2;
