@@ -15,6 +15,7 @@
 #include <pugixml.hpp>
 
 #include "app/options.h"
+#include "framework/digest.h"
 #include "pkg/cache.h"
 #include "pkg/catalogs.h"
 #include "pkg/list_files.h"
@@ -63,6 +64,9 @@ class Manager {
 
   void set_installed(const std::string& list) {
     write_text(folder_ / "cache/pkgs-installed.json", list);
+  }
+  void make_member(const std::string& identity, const std::string& member) {
+    write_text(folder_ / "pkgs/xsd" / identity / member, "");
   }
   void make_package_folder(const std::string& identity) {
     std::filesystem::create_directories(folder_ / "pkgs/xsd" / identity);
@@ -165,18 +169,26 @@ BENCHMARK(save_with_pugixml)->Unit(benchmark::kMillisecond);
 constexpr int kReferenced = 5'000;
 constexpr const char* kNothing = "{}";
 
-// Package p0 references 5,000 others, every other one the package of half its number.
+// The references of package p0 reach 5,000 others, half of them through the other half. All of them
+// have their member already; it is empty, so that of its verification only the hashing is left out.
 std::unique_ptr<Manager> manager_with_references(int packages) {
-  json::array many;
-  for (int i = 1; i <= kReferenced; ++i)
-    many.emplace_back(package_name(i * (packages / kReferenced - 1)));
+  constexpr int kDirect = kReferenced / 2;
+  constexpr const char* kMember = "schemas.zip";
+  const int step = packages / kReferenced;
+  const auto reached = [step](int number) { return package_name(number * step); };
+  json::array direct;
+  for (int number = 1; number <= kDirect; ++number) direct.emplace_back(reached(number));
+  const json::object files = {{kMember, framework::to_hex(framework::sha256(""))}};
   const std::string list = short_list(packages, true, [&](int package, json::object& meta) {
-    meta["references"] = package == 0 ? many : json::array{package_name(package / 2)};
+    const bool refers = package % step == 0 && package / step <= kDirect;
+    meta["files"] = files;
+    if (package == 0) meta["references"] = direct;
+    if (package != 0 && refers) meta["references"] = json::array{reached(package / step + kDirect)};
     return true;
   });
   auto manager = std::make_unique<Manager>(list, kNothing);
-  for (int package = 0; package < packages; ++package) {
-    manager->make_package_folder(package_name(package) + "-2.0.0");
+  for (int number = 0; number <= kReferenced; ++number) {
+    manager->make_member(reached(number) + "-2.0.0", kMember);
   }
   return manager;
 }
@@ -189,6 +201,7 @@ void install_with_references(benchmark::State& state) {
   for (auto _ : state) {
     require(manager->cache().install({"p0"}));
     state.PauseTiming();
+    require(manager->cache().load_installed()->packages().size() == kReferenced + 1);
     manager->set_installed(kNothing);
     state.ResumeTiming();
   }

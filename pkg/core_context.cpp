@@ -1,12 +1,10 @@
 #include "pkg/core_context.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "app/options.h"
 #include "framework/files.h"
 #include "msg/utf.h"
-#include "pkg/ascii_case.h"
 
 namespace zendro::pkg {
 namespace {
@@ -18,15 +16,6 @@ std::string folder_text(const json::value& value) {
   if (folder.empty()) return {};
   std::filesystem::path path = framework::path_from_utf8(folder) / std::filesystem::path();
   return framework::path_to_utf8(path.make_preferred());
-}
-
-// Comparable form of a folder: resolved as far as it exists, ASCII letters in lower case, since
-// some file systems do not tell them apart on any system, and with a trailing separator.
-std::string comparable(const std::string& folder) {
-  const std::filesystem::path resolved =
-      framework::resolved_path(framework::path_from_utf8(folder));
-  const std::string text = framework::path_to_utf8(resolved / std::filesystem::path());
-  return framework::comparable_name(ascii_lower(text));
 }
 
 }  // namespace
@@ -44,7 +33,7 @@ core_context_t::core_context_t(std::string_view type, const json::object& option
   const json::value install_root = app::get_install_root(&options_);
   has_folders_ = !cache_root.is_null() && !install_root.is_null();
   cache_root_ = folder_text(cache_root);
-  install_root_ = folder_text(install_root);
+  type_folders_ = type_folders_t(folder_text(install_root), cache_root_);
   available_name_ = framework::as_string(app::get_pkgs_available_name(&options_));
   available_path_ = cache_file(available_name_);
   installed_path_ = cache_file(framework::as_string(app::get_pkgs_installed_name(&options_)));
@@ -63,24 +52,6 @@ std::shared_ptr<framework::HttpResponse> core_context_t::get(const framework::Ht
 
 std::string core_context_t::cache_file(std::string_view name) const {
   return cache_root_ + std::string(name);
-}
-
-bool core_context_t::touches_cache(const std::string& folder) {
-  if (cache_roots_.empty()) {
-    if (!cache_root_.empty()) cache_roots_.push_back(comparable(cache_root_));
-    for (const std::string_view type : {"xsd", "xbrl"}) {
-      json::object defaults;
-      app::set_type(defaults, type);
-      const json::value root = app::get_cache_root(&defaults);
-      if (root.is_string()) {
-        cache_roots_.push_back(comparable(std::string(framework::as_string(root))));
-      }
-    }
-  }
-  const std::string own = comparable(folder);
-  return std::any_of(cache_roots_.begin(), cache_roots_.end(), [&own](const std::string& root) {
-    return own.starts_with(root) || root.starts_with(own);
-  });
 }
 
 bool core_context_t::is_initialised() const {

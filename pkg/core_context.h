@@ -8,7 +8,6 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "framework/http.h"
 #include "framework/json.h"
@@ -17,6 +16,7 @@
 #include "pkg/name_semver.h"
 #include "pkg/progress.h"
 #include "pkg/reporter.h"
+#include "pkg/type_folders.h"
 
 namespace zendro::pkg {
 
@@ -53,7 +53,8 @@ class core_context_t {
 
   // Folders end with a separator. A type without folders has empty ones.
   [[nodiscard]] const std::string& cache_root() const { return cache_root_; }
-  [[nodiscard]] const std::string& install_root() const { return install_root_; }
+  /// What is below the install root.
+  [[nodiscard]] type_folders_t& type_folders() { return type_folders_; }
   /// The list of available packages, and the list of installed ones.
   [[nodiscard]] const std::string& available_path() const { return available_path_; }
   [[nodiscard]] const std::string& installed_path() const { return installed_path_; }
@@ -61,9 +62,6 @@ class core_context_t {
   [[nodiscard]] const std::string& available_name() const { return available_name_; }
   /// A file of the cache root.
   [[nodiscard]] std::string cache_file(std::string_view name) const;
-
-  /// Whether a folder is a cache root of any package type, holds one or lies in one.
-  [[nodiscard]] bool touches_cache(const std::string& folder);
 
   /// Whether the cache has folders and a list of available packages.
   [[nodiscard]] bool is_initialised() const;
@@ -89,10 +87,9 @@ class core_context_t {
   transport_factory make_transport_;
   std::mutex& global_lock_;
   std::unique_ptr<framework::HttpTransport> transport_;
-  std::vector<std::string> cache_roots_;  ///< comparable; found out when first asked for
   bool has_folders_ = false;
   std::string cache_root_;
-  std::string install_root_;
+  type_folders_t type_folders_;
   std::string available_name_;
   std::string available_path_;
   std::string installed_path_;

@@ -61,18 +61,15 @@ class package_download {
   using digests_t = std::map<std::string, Sha256Digest>;
 
   bool open_folder() {
-    std::string cause;
     IoError error;
-    if (place_.is_safe(context_, cause)) {
-      folder_ = place_.open(error);
-      if (folder_) return true;
+    folder_ = place_.open(error);
+    if (!folder_ && !error) {
       context_.log(msg::Code::log_create_folder, msg::kLevelProgress,
                    {path_argument(place_.path())});
       folder_ = place_.create(error);
-      if (folder_) return true;
-      cause = error.text;
     }
-    return context_.fail(msg::Code::create_folder, {path_argument(place_.path())}, cause);
+    if (folder_) return true;
+    return context_.fail(msg::Code::create_folder, {path_argument(place_.path())}, error.text);
   }
 
   // Proves a member, or downloads it.

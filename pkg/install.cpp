@@ -39,9 +39,7 @@ bool resolve(core_context_t& context, const std::vector<std::string>& filters,
 
 bool add_references(core_context_t& context, const pkgs_available_t& available,
                     identity_set_t& requests) {
-  identity_set_t references;
-  for (const name_semver_t& request : requests) collect_references(request, available, references);
-  for (const name_semver_t& reference : references) {
+  for (const name_semver_t& reference : collect_references(requests, available)) {
     const package_t* found = find_best(available.packages(), reference);
     if (found == nullptr) {
       return context.fail(msg::Code::pkg_not_available,
@@ -151,7 +149,7 @@ class request_check {
   bool check_folder(const package_t& package) {
     const package_folder_t folder(context_, package.meta);
     std::string cause;
-    if (folder.is_safe(context_, cause)) {
+    if (folder.is_safe(cause)) {
       const std::string& owner =
           owners_.try_emplace(folder.key(), package.identity.name).first->second;
       if (owner == package.identity.name) return true;

@@ -122,7 +122,7 @@ class package_file_reader {
     for (const package_t& package : packages.packages()) {
       const package_folder_t place(context_, package.meta);
       std::string cause;
-      if (!place.is_safe(context_, cause)) {
+      if (!place.is_safe(cause)) {
         return context_.fail(msg::Code::create_folder, {path_argument(place.path())}, cause);
       }
     }

@@ -1,6 +1,5 @@
 #include "pkg/package_folder.h"
 
-#include <filesystem>
 #include <vector>
 
 #include "framework/files.h"
@@ -10,7 +9,6 @@
 namespace zendro::pkg {
 namespace {
 
-namespace fs = std::filesystem;
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
@@ -65,12 +63,12 @@ bool remove_contents(core_context_t& context, const Folder& folder, const std::s
 
 }  // namespace
 
-package_folder_t::package_folder_t(const core_context_t& context, const meta_t& meta)
-    : install_root_(context.install_root()),
+package_folder_t::package_folder_t(core_context_t& context, const meta_t& meta)
+    : folders_(context.type_folders()),
+      own_type_(context.type()),
       type_(meta.type()),
       name_(meta.pkg_installdir()),
-      path_(install_root_ + type_ + framework::kPathSeparator + name_ + framework::kPathSeparator) {
-}
+      path_(folders_.path_of(type_) + name_ + framework::kPathSeparator) {}
 
 std::string package_folder_t::key() const { return framework::comparable_name(path_); }
 
@@ -78,60 +76,35 @@ std::string package_folder_t::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
 }
 
-bool package_folder_t::is_safe(core_context_t& context, std::string& cause) const {
-  for (const std::string& part : {type_, name_}) {
-    if (!framework::is_plain_name(part)) {
-      cause = "'" + part + "' is not the name of a folder";
-      return false;
-    }
-  }
-  if (is_other_type(type_, context.type())) {
-    cause = path_ + ": the folder belongs to another package type";
-    return false;
-  }
-  if (context.touches_cache(path_)) {
-    cause = path_ + ": the folder belongs to the cache";
-    return false;
-  }
+bool package_folder_t::is_safe(std::string& cause) const {
   IoError error;
-  if (!open(error) && error) {
-    cause = error.text;
-    return false;
-  }
-  return true;
-}
-
-std::unique_ptr<Folder> package_folder_t::open_parent(IoError& error) const {
-  const fs::path root_path = framework::path_from_utf8(install_root_);
-  if (framework::is_missing(root_path)) return nullptr;
-  const std::unique_ptr<Folder> root = Folder::open(root_path, error);
-  if (!root || root->kind_of(type_) == EntryKind::absent) return nullptr;
-  return root->open_folder(type_, error);
+  if (open(error) || !error) return true;
+  cause = error.text;
+  return false;
 }
 
 std::unique_ptr<Folder> package_folder_t::open(IoError& error) const {
-  const std::unique_ptr<Folder> parent = open_parent(error);
-  if (!parent || parent->kind_of(name_) == EntryKind::absent) return nullptr;
+  if (!is_own(error)) return nullptr;
+  const Folder* const parent = folders_.open(type_, error);
+  if (parent == nullptr || parent->kind_of(name_) == EntryKind::absent) return nullptr;
   return parent->open_folder(name_, error);
 }
 
 std::unique_ptr<Folder> package_folder_t::create(IoError& error) const {
-  const fs::path root_path = framework::path_from_utf8(install_root_);
-  if (!framework::create_folders(root_path, error)) return nullptr;
-  const std::unique_ptr<Folder> root = Folder::open(root_path, error);
-  if (!root || !root->create_folder(type_, error)) return nullptr;
-  const std::unique_ptr<Folder> parent = root->open_folder(type_, error);
-  if (!parent || !parent->create_folder(name_, error)) return nullptr;
+  if (!is_own(error)) return nullptr;
+  const Folder* const parent = folders_.create(type_, error);
+  if (parent == nullptr || !parent->create_folder(name_, error)) return nullptr;
   return parent->open_folder(name_, error);
 }
 
 bool package_folder_t::remove(core_context_t& context, IoError& error) const {
-  const std::unique_ptr<Folder> parent = open_parent(error);
-  std::unique_ptr<Folder> folder = parent ? open(error) : nullptr;
+  std::unique_ptr<Folder> folder = open(error);
   if (error) return false;
   if (folder) {
     if (!remove_contents(context, *folder, path_, 0, error)) return false;
     folder.reset();  // an open folder would not be gone at once everywhere
+    const Folder* const parent = folders_.open(type_, error);
+    if (parent == nullptr) return false;
     if (parent->remove_folder(name_, error)) {
       context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
       return true;
@@ -140,6 +113,25 @@ bool package_folder_t::remove(core_context_t& context, IoError& error) const {
     error = {};
   }
   context.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress, {path_argument(path_)});
+  return true;
+}
+
+// Whether the metadata names a folder that is a package's own.
+bool package_folder_t::is_own(IoError& error) const {
+  for (const std::string& part : {type_, name_}) {
+    if (!framework::is_plain_name(part)) {
+      error.text = "'" + part + "' is not the name of a folder";
+      return false;
+    }
+  }
+  if (is_other_type(type_, own_type_)) {
+    error.text = path_ + ": the folder belongs to another package type";
+    return false;
+  }
+  if (folders_.touches_cache(type_, name_)) {
+    error.text = path_ + ": the folder belongs to the cache";
+    return false;
+  }
   return true;
 }
 

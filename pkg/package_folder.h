@@ -16,8 +16,8 @@ namespace zendro::pkg {
 /// The folder of one package below the install root: `<install root><type>/<installdir>/`.
 class package_folder_t {
  public:
-  /// The folder that the metadata names. Check is_safe() before anything else.
-  package_folder_t(const core_context_t& context, const meta_t& meta);
+  /// The folder that the metadata names. The context outlives it.
+  package_folder_t(core_context_t& context, const meta_t& meta);
 
   /// The full path with its trailing separator, as shown in messages.
   [[nodiscard]] const std::string& path() const { return path_; }
@@ -26,10 +26,12 @@ class package_folder_t {
   /// The full path of a member's local file.
   [[nodiscard]] std::string member_path(std::string_view member) const;
 
-  /// Whether "_type" and "_pkg_installdir" are each one plain name and "_type" not that of another
-  /// package type, the folder is no cache root and neither holds one nor lies in one, and no link
-  /// stands in its way. `cause` tells why not.
-  [[nodiscard]] bool is_safe(core_context_t& context, std::string& cause) const;
+  // What follows refuses a folder whose "_type" and "_pkg_installdir" are not each one plain name,
+  // whose "_type" is that of another package type, that is a cache root, holds one or lies in one,
+  // or that a link stands in the way of.
+
+  /// Whether nothing of that holds. `cause` tells what does.
+  [[nodiscard]] bool is_safe(std::string& cause) const;
 
   /// Opens the folder if it exists: null without an error when it does not.
   [[nodiscard]] std::unique_ptr<framework::Folder> open(framework::IoError& error) const;
@@ -42,9 +44,10 @@ class package_folder_t {
   bool remove(core_context_t& context, framework::IoError& error) const;
 
  private:
-  [[nodiscard]] std::unique_ptr<framework::Folder> open_parent(framework::IoError& error) const;
+  [[nodiscard]] bool is_own(framework::IoError& error) const;
 
-  std::string install_root_;
+  type_folders_t& folders_;
+  const std::string& own_type_;  ///< that of the operation
   std::string type_;
   std::string name_;
   std::string path_;

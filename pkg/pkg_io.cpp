@@ -113,7 +113,6 @@ bool PkgIOImpl::open(std::string_view url) {
           return nullptr;
         }
         const package_folder_t place(context, package->meta);
-        if (!place.is_safe(context, error_.text)) return nullptr;
         return open_member(place, path, error_);
       });
   return inner_ != nullptr;

@@ -7,11 +7,11 @@
 
 namespace zendro::pkg {
 
-/// Adds to `result` everything that `package` references, directly or through others: the version
-/// that a filter of the reference's text would choose in `available`, or the reference as written
-/// where there is none. What is in `result` already is not followed again, so cycles end; chains of
-/// any length need no stack.
-void collect_references(const name_semver_t& package, const pkgs_available_t& available,
-                        std::set<name_semver_t>& result);
+/// Everything that `packages` reference, directly or through others: the version that a filter of
+/// the reference's text would choose in `available`, or the reference as written where there is
+/// none. What has been reached is not followed again, so cycles end; chains of any length need no
+/// stack.
+std::set<name_semver_t> collect_references(const std::set<name_semver_t>& packages,
+                                           const pkgs_available_t& available);
 
 }  // namespace zendro::pkg

@@ -41,9 +41,7 @@ void select(core_context_t& context, const std::vector<std::string>& filters,
 
 void add_references(core_context_t& context, const pkgs_available_t& available,
                     const pkgs_available_t& installed, identity_set_t& removal) {
-  identity_set_t references;
-  for (const name_semver_t& package : removal) collect_references(package, available, references);
-  for (const name_semver_t& reference : references) {
+  for (const name_semver_t& reference : collect_references(removal, available)) {
     if (const package_t* found = find_best(installed.packages(), reference)) {
       removal.insert(found->identity);
     } else {
@@ -131,7 +129,7 @@ class folder_removal {
   bool are_safe() {
     for (const package_folder_t& folder : folders_) {
       std::string cause;
-      if (!folder.is_safe(context_, cause)) return fail(folder, cause);
+      if (!folder.is_safe(cause)) return fail(folder, cause);
     }
     return true;
   }

@@ -156,10 +156,10 @@ TEST(PackageList, ReferencesAreFollowedOnceAndKeptAsWrittenWhereUnknown) {
     "a-1.0.0":{"references":["b-1","missing-2.1","b-1"]},
     "b-1.0.0":{"references":["c"]}, "b-1.5.0":{"references":["c-1"]}, "b-2.0.0":{},
     "c-1.0.0":{"references":["a-1.0.0"]}, "c-2.0.0":{}})");
-  std::set<name_semver_t> found;
-  collect_references(parse_identity("a-1.0.0"), list, found);
   std::string text;
-  for (const name_semver_t& identity : found) text += to_string(identity) + " ";
+  for (const name_semver_t& identity : collect_references({parse_identity("a-1.0.0")}, list)) {
+    text += to_string(identity) + " ";
+  }
   EXPECT_EQ(text, "a-1.0.0 b-1.5.0 c-1.0.0 missing-2.1 ");
 }
 
@@ -171,9 +171,8 @@ TEST(PackageList, ReferenceChainsOfAnyLengthNeedNoStack) {
             "\"]},";
   }
   const pkgs_available_t list = list_of(text + "\"p100000-1.0.0\":{}}");
-  std::set<name_semver_t> found;
-  collect_references(parse_identity("p0-1.0.0"), list, found);
-  EXPECT_EQ(found.size(), static_cast<std::size_t>(count));
+  EXPECT_EQ(collect_references({parse_identity("p0-1.0.0")}, list).size(),
+            static_cast<std::size_t>(count));
 }
 
 TEST(PackageList, MergedViewKnowsWhatEachVersionIs) {

@@ -80,6 +80,21 @@ TEST_F(TrustTest, FolderNamesThatLeadElsewhereAreRefusedEverywhere) {
   }
 }
 
+TEST_F(TrustTest, ACacheAmongPackagesIsNoPackage) {
+  set_option(app::option::cache_root, (folder_ / "pkgs" / "xsd" / "cache" / "of").string().c_str());
+  publish({{"good-1.0.0", {{"m.zip", "x"}}}});
+  ASSERT_TRUE(cache().update_store_information(true));
+  int build = 2;
+  for (const char* const folder : {"cache", "CACHE"}) {
+    publish({{"good-1.0.0", {{"m.zip", "x"}}}, package("xsd", folder)}, build++);
+    ASSERT_TRUE(cache().update_store_information(true));
+    EXPECT_FALSE(cache().install({"good", "a"}));
+    EXPECT_THAT(take_messages(),
+                ElementsAre(std::string("create_folder path=$/pkgs/xsd/") + folder + "/"));
+  }
+  EXPECT_TRUE(cache().install({"good"}));
+}
+
 TEST_F(TrustTest, AFolderBelongsToOnePackageName) {
   const TestPackage good{"good-1.0.0", {{"m.zip", "good"}}};
   TestPackage evil{"evil-1.0.0", {{"m.zip", "evil"}}, {}, {}, {{"_pkg_installdir", "good-1.0.0"}}};
