@@ -11,6 +11,7 @@
 #include "framework/digest.h"
 #include "framework/files.h"
 #include "framework/folder.h"
+#include "framework/hashed_copy.h"
 #include "framework/http.h"
 #include "pkg/package_folder.h"
 #include "pkg/percent_encoding.h"
@@ -30,10 +31,7 @@ using framework::Sha256Digest;
 class package_download {
  public:
   package_download(core_context_t& context, const package_t& package)
-      : context_(context),
-        package_(package),
-        place_(context, package.meta),
-        block_(framework::kIoBlock) {}
+      : context_(context), package_(package), place_(context, package.meta) {}
 
   ~package_download() {
     if (store_) context_.http().expect({});
@@ -137,7 +135,7 @@ class package_download {
     IoError error;  // what is unreadable is downloaded anew
     const std::shared_ptr<IOImpl_base> file = folder_->open_file(local_name, error);
     framework::Sha256 digest;
-    if (!file || !copy(*file, nullptr, digest)) return std::nullopt;
+    if (!file || !copy_.run(*file, nullptr, digest)) return std::nullopt;
     return digest.finish();
   }
 
@@ -177,23 +175,12 @@ class package_download {
       context_.reporter().report(error);
       return false;
     }
-    bool complete = copy(*source, file.get(), digest);
+    bool complete = copy_.run(*source, file.get(), digest);
     file->close();
     complete = complete && !file->error();
     context_.reporter().report(source->error());
     context_.reporter().report(file->error());
     return complete;
-  }
-
-  // Reads `source` to its end block by block into the digest and, if there is one, into `target`.
-  bool copy(IOImpl_base& source, IOImpl_base* target, framework::Sha256& digest) {
-    for (;;) {
-      const std::int64_t count = source.read(block_.data(), block_.size());
-      if (count <= 0) return count == 0;
-      const auto size = static_cast<std::size_t>(count);
-      if (target != nullptr && target->write(block_.data(), size) < 0) return false;
-      digest.update(block_.data(), size);
-    }
   }
 
   [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {
@@ -203,7 +190,7 @@ class package_download {
   core_context_t& context_;
   const package_t& package_;
   package_folder_t place_;
-  std::vector<char> block_;
+  framework::HashedCopy copy_;
   std::unique_ptr<Folder> folder_;
   std::span<const json::key_value_pair> following_;  ///< members whose turn has not come
   digests_t provided_;

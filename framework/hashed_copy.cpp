@@ -1,0 +1,42 @@
+#include "framework/hashed_copy.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <future>
+
+namespace zendro::framework {
+namespace {
+
+// Reads until the block is full or the stream ends; false when it fails before.
+bool fill(IOImpl_base& source, char* block, std::size_t& size) {
+  for (size = 0; size < HashedCopy::kBlock;) {
+    const std::int64_t count =
+        source.read(block + size, std::min(kIoBlock, HashedCopy::kBlock - size));
+    if (count <= 0) return count == 0;
+    size += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool HashedCopy::run(IOImpl_base& source, IOImpl_base* target, Sha256& digest) {
+  std::future<void> hashed;  // of the block before
+  for (std::size_t current = 0;; current = 1 - current) {
+    std::unique_ptr<char[]>& block = blocks_[current];
+    if (!block) block = std::make_unique_for_overwrite<char[]>(kBlock);
+    std::size_t size = 0;
+    const bool filled = fill(source, block.get(), size);
+    if (hashed.valid()) hashed.get();
+    const bool is_last = size < kBlock;
+    if (is_last) {
+      digest.update(block.get(), size);
+    } else {
+      hashed = std::async([&digest, data = block.get()] { digest.update(data, kBlock); });
+    }
+    if (target != nullptr && size > 0 && target->write(block.get(), size) < 0) return false;
+    if (!filled || is_last) return filled;
+  }
+}
+
+}  // namespace zendro::framework
