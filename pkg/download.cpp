@@ -135,7 +135,7 @@ class package_download {
     IoError error;  // what is unreadable is downloaded anew
     const std::shared_ptr<IOImpl_base> file = folder_->open_file(local_name, error);
     framework::Sha256 digest;
-    if (!file || !copy_.run(*file, nullptr, digest)) return std::nullopt;
+    if (!file || !framework::hash_stream(*file, digest)) return std::nullopt;
     return digest.finish();
   }
 
@@ -175,7 +175,7 @@ class package_download {
       context_.reporter().report(error);
       return false;
     }
-    bool complete = copy_.run(*source, file.get(), digest);
+    bool complete = copy_.run(*source, *file, digest);
     file->close();
     complete = complete && !file->error();
     context_.reporter().report(source->error());
