@@ -70,7 +70,7 @@ json::object store_meta(const std::string& name, const std::string& identity, in
           {"_type", "xsd"},
           {"_pkg_installdir", identity},
           {"title", random.words(4)},
-          {"description", random.words(20)},
+          {"description", random.words(60)},
           {"homepage", "https://" + name + ".example/"},
           {"publisher", random.words(2)},
           {"files", {{member, random.digest()}}},

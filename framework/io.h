@@ -53,8 +53,9 @@ class IOImpl_base : public std::enable_shared_from_this<IOImpl_base> {
 inline constexpr std::size_t kIoBlock = 65536;
 
 /// Reads `stream` to its end and appends to `out`, whose capacity starts at the size of the stream
-/// where that is known, else at `initial_capacity` bytes. False, with the cause in `error`, when reading fails or more than `limit` bytes arrive;
-/// `label` names the stream in the text of the latter. What arrived before stays in `out`.
+/// where that is known, else at `initial_capacity` bytes. False, with the cause in `error`, when
+/// reading fails or more than `limit` bytes arrive; `label` names the stream in the text of the
+/// latter. What arrived before stays in `out`.
 bool read_all(IOImpl_base& stream, std::string& out, std::size_t initial_capacity,
               std::uint64_t limit, IoError& error, std::string_view label = {});
 

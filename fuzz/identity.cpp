@@ -70,7 +70,9 @@ void run(std::string_view input) {
   std::vector<name_semver_t> sorted = all;
   std::sort(sorted.begin(), sorted.end());
   sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-  const boost::json::object none;
+  std::string cause;
+  const auto document = framework::LazyDocument::parse("{}", cause);
+  const framework::LazyObject& none = document->object(document->root());
   pkg::package_map_t packages;
   for (const name_semver_t& identity : sorted) {
     packages.push_back({identity, {}, pkg::meta_t(none)});

@@ -1,5 +1,6 @@
 // Package-list documents: read, written and read again; packages of one added to another.
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -61,6 +62,33 @@ void read_metadata_of(const pkgs_available_t& list) {
   }
 }
 
+// What is read out of the text of metadata is what its values hold.
+void check_texts(const pkgs_available_t& list) {
+  for (const pkg::package_t& package : list.packages()) {
+    const framework::LazyObject& map = package.meta.map();
+    for (const char* name : {"_name", "title", "description"}) {
+      const auto read = [&]() -> std::optional<std::string> {
+        try {
+          return std::string(map.string(name));
+        } catch (const framework::JsonError&) {
+          return std::nullopt;
+        }
+      };
+      framework::json::value values;
+      std::string cause;
+      const std::optional<std::string> text = read();
+      require(framework::parse_json(map.text(), values, cause), "metadata is parsed");
+      const framework::json::value* value = values.as_object().if_contains(name);
+      if (value == nullptr) {
+        require(text == "", "what is missing is empty");
+      } else {
+        require(text.has_value() == value->is_string(), "only strings are texts");
+        require(!text || *text == std::string_view(value->get_string()), "with their characters");
+      }
+    }
+  }
+}
+
 void check_add_and_remove(pkgs_available_t list, const pkgs_available_t& other) {
   std::set<pkg::name_semver_t> expected;
   std::vector<pkg::name_semver_t> gone;
@@ -90,6 +118,7 @@ void run(std::string_view input) {
   if (!list) return;
   check_sorted(list->packages());
   check_sorted(list->deprecated());
+  check_texts(*list);
   rewritten(*list);
   read_metadata_of(*list);
   auto other = pkg::parse_list(std::string(texts.size() == 2 ? texts[1] : "{}"), cause);
