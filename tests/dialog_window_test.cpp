@@ -119,6 +119,29 @@ TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
                                   "[-] tool", "  [ ] tool-1.0.0", "  [x] tool-1.0.1"));
 }
 
+TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
+  publish({kStore.front()});
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  publish(kStore, 2);
+  server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::seconds(2)));
+  open({"app"});
+  wait_until([this] { return !rows().empty(); }, "the known packages are shown");
+  EXPECT_FALSE(dialog().idle());
+  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-1.0.0"));
+  EXPECT_THAT(live_buttons(), testing::IsEmpty());
+  take_keyboard();
+  press(WXK_HOME);
+  press(WXK_SPACE);
+  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-1.0.0"));
+  settle();
+  const wxWindow* animation = dialog().FindWindow(packages_ui::kIdProgress);
+  EXPECT_TRUE(animation->IsShown());
+  EXPECT_GT(animation->GetPosition().y, grid().GetRect().GetBottom()) << "at its place";
+  wait_idle();
+  EXPECT_THAT(rows(), ElementsAre("[x] app", "  [x] app-1.0.0", "[x] lib", "  [x] lib-1.0.0",
+                                  "[ ] tool", "  [ ] tool-1.0.0", "  [ ] tool-1.0.1"));
+}
+
 TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
   publish(kStore);
   open_and_wait({"app"});

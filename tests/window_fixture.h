@@ -67,6 +67,7 @@ class WindowTest : public ManagerTest, public WindowLoop {
   void open(std::vector<std::string> preselection = {});
   /// Shows the dialog and waits until it is idle and has the keyboard, with the cursor in the grid.
   void open_and_wait(std::vector<std::string> preselection = {});
+  void take_keyboard() { WindowLoop::take_keyboard(dialog(), grid()); }
   void close();
 
   void wait_idle();
@@ -100,7 +101,6 @@ class WindowTest : public ManagerTest, public WindowLoop {
   std::shared_ptr<pkg::pkg_cache_t> window_cache_;
 
  private:
-  void take_keyboard() { WindowLoop::take_keyboard(dialog(), grid()); }
   [[nodiscard]] std::string what_is_shown() const override { return pane(); }
 
   std::unique_ptr<packages_ui::PackagesDlg> dialog_;
