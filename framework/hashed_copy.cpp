@@ -1,6 +1,5 @@
 #include "framework/hashed_copy.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <future>
 

@@ -170,10 +170,16 @@ void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
       [this, post = post_] {
         // What is known already can be looked at while the store is asked for news.
         const auto cached = std::make_shared<LoadedPackages>(cached_.get());
-        if (cached->complete) post([this, cached] { show_loaded(std::move(cached->table)); });
+        if (cached->complete) {
+          post([this, cached] {
+            provisional_ = true;
+            show_loaded(std::move(cached->table));
+          });
+        }
         return operations_->update_and_load();
       },
       [this](LoadedPackages loaded) {
+        provisional_ = false;
         if (!loaded.table) return;
         show_loaded(std::move(loaded.table), preselection_);
         if (loaded.complete || !pending_changes(*selection_).empty()) {
@@ -280,7 +286,10 @@ void PackagesDlg::selection_changed() {
   update_buttons();
 }
 
-void PackagesDlg::report(const msg::Message& message) { pane_->append_line(shown_text(message)); }
+void PackagesDlg::report(const msg::Message& message) {
+  // What is still wrong after the update is said then.
+  if (!provisional_) pane_->append_line(shown_text(message));
+}
 
 void PackagesDlg::update_buttons() {
   const ButtonStates states = selection_ ? button_states(*selection_) : ButtonStates{};

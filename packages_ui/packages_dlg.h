@@ -101,6 +101,7 @@ class PackagesDlg : public wxDialog, public ParentUI {
   std::unique_ptr<Operations> operations_;
   std::future<LoadedPackages> cached_;  ///< what is known before the store is asked
   bool idle_ = false;
+  bool provisional_ = false;  ///< the grid shows what was known before the store was asked
   bool filling_ = false;  ///< the grid is being filled: changes of the selection are not the user's
   Worker worker_;         ///< last, so that its work ends before anything that it uses
 };

@@ -99,17 +99,16 @@ class package_file_reader {
       return std::nullopt;
     }
     try {
-      json::value root;
-      if (!framework::parse_json(text, root, cause)) return std::nullopt;
-      package_file_t content;
-      if (const json::value* provides = framework::as_map(root).if_contains(kProvides)) {
+      const auto document = framework::LazyDocument::parse(std::move(text), cause);
+      if (!document) return std::nullopt;
+      constexpr std::array not_packages = {kProvides};
+      package_file_t content{pkgs_available_t(document, not_packages), {}};
+      const json::object& root = document->object(document->root()).values();
+      if (const json::value* provides = root.if_contains(kProvides)) {
         for (const json::value& name : framework::as_array(*provides)) {
           content.provides.emplace_back(framework::as_string(name));
         }
       }
-      constexpr std::array not_packages = {kProvides};
-      content.packages =
-          pkgs_available_t(framework::LazyDocument::parse(std::move(text), cause), not_packages);
       return content;
     } catch (const framework::JsonError& failure) {
       cause = failure.what();

@@ -120,26 +120,34 @@ TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
 }
 
 TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
-  publish({kStore.front()});
+  const TestPackage untitled{"app-0.9.0", {}, {}, {}, {{"title", 7}}};
+  publish({kStore.front(), untitled});
   ASSERT_TRUE(silent_cache().update_store_information(true));
-  publish(kStore, 2);
+  std::vector<TestPackage> news = kStore;
+  news.push_back(untitled);
+  publish(news, 2);
   server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::seconds(2)));
   open({"app"});
   wait_until([this] { return !rows().empty(); }, "the known packages are shown");
   EXPECT_FALSE(dialog().idle());
-  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-1.0.0"));
+  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-0.9.0", "  [ ] app-1.0.0"));
   EXPECT_THAT(live_buttons(), testing::IsEmpty());
   take_keyboard();
   press(WXK_HOME);
   press(WXK_SPACE);
-  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-1.0.0"));
+  EXPECT_THAT(rows(), ElementsAre("[ ] app", "  [ ] app-0.9.0", "  [ ] app-1.0.0"));
+  grid().Expand(find("app"));
   settle();
+  EXPECT_THAT(pane(), testing::Not(HasSubstr("Cannot cast"))) << "said once, in the end";
   const wxWindow* animation = dialog().FindWindow(packages_ui::kIdProgress);
   EXPECT_TRUE(animation->IsShown());
   EXPECT_GT(animation->GetPosition().y, grid().GetRect().GetBottom()) << "at its place";
   wait_idle();
-  EXPECT_THAT(rows(), ElementsAre("[x] app", "  [x] app-1.0.0", "[x] lib", "  [x] lib-1.0.0",
-                                  "[ ] tool", "  [ ] tool-1.0.0", "  [ ] tool-1.0.1"));
+  EXPECT_THAT(rows(),
+              ElementsAre("[-] app", "  [ ] app-0.9.0", "  [x] app-1.0.0", "[x] lib",
+                          "  [x] lib-1.0.0", "[ ] tool", "  [ ] tool-1.0.0", "  [ ] tool-1.0.1"));
+  const std::string problem = "app-0.9.0: Cannot cast value to JSON string!";
+  wait_until([&] { return pane().find(problem) != std::string::npos; }, "what is wrong is said");
 }
 
 TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
