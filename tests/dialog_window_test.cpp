@@ -15,7 +15,6 @@ namespace zendro::tests {
 namespace {
 
 using packages_ui::PackagesViewbase;
-using packages_ui::WindowState;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
