@@ -9,6 +9,17 @@ namespace {
 
 // So many characters at a time take the control far less than what a user notices.
 constexpr std::size_t kBatch = 64 << 10;
+// More lines than are in sight. Some controls measure every line before they show the first one.
+constexpr std::size_t kFirstBatch = 16 << 10;
+
+// Takes whole lines off the front of the text, up to the first one that reaches `limit`.
+std::wstring take_lines(std::wstring& text, std::size_t limit) {
+  const std::size_t line_end = text.find(L'\n', limit);
+  if (line_end == std::wstring::npos) return std::exchange(text, {});
+  std::wstring lines = text.substr(0, line_end + 1);
+  text.erase(0, line_end + 1);
+  return lines;
+}
 
 // The control breaks lines at "\n" and writes it as the system does.
 wxString control_text(std::wstring text) {
@@ -30,23 +41,34 @@ void OutputPane::append_line(std::wstring_view line) {
   flush_.request();
 }
 
-void OutputPane::replace(const std::wstring& text) {
+void OutputPane::replace(std::wstring text) {
   at_line_start_ = text.empty();
   following_ = true;
   scroll_position_ = 0;
-  control_->ChangeValue(control_text(text));
+  control_->ChangeValue(control_text(take_lines(text, kFirstBatch)));
+  control_->Update();
+  rest_ = std::move(text);
+  if (!rest_.empty()) flush_.request();
+}
+
+void OutputPane::flush(std::size_t limit) {
+  if (!rest_.empty()) {
+    // Its beginning is what is read first.
+    append_quietly(*control_, control_text(take_lines(rest_, limit)));
+  }
+  if (rest_.empty()) {
+    show_lines(limit);
+  } else {
+    flush_.request();
+  }
   control_->Update();
 }
 
-// Shows whole lines, up to the first one that reaches `limit`.
-void OutputPane::flush(std::size_t limit) {
+void OutputPane::show_lines(std::size_t limit) {
   std::wstring lines;
   {
     const std::lock_guard lock(mutex_);
-    lines.swap(pending_);
-    const std::size_t end = limit < lines.size() ? lines.find(L'\n', limit) + 1 : lines.size();
-    pending_.assign(lines, end);
-    lines.resize(end);
+    lines = take_lines(pending_, limit);
     if (!pending_.empty()) flush_.request();
   }
   if (lines.empty()) return;
@@ -59,7 +81,6 @@ void OutputPane::flush(std::size_t limit) {
   } else {
     append_quietly(*control_, text);
   }
-  control_->Update();
 }
 
 // The control scrolls to a line some time after it was told to, so a position short of the end does

@@ -24,20 +24,23 @@ class OutputPane {
   void append_line(std::wstring_view line);
 
   // On the window thread:
-  /// Replaces the text; lines that were appended but are not shown yet come below it.
-  void replace(const std::wstring& text);
+  /// Replaces the text and shows its beginning; what is long is completed soon. Lines that were
+  /// appended but are not shown yet come below it.
+  void replace(std::wstring text);
   void clear() { replace({}); }
   /// Shows at once what has been appended so far.
   void show_pending() { flush(std::wstring::npos); }
 
  private:
   void flush(std::size_t limit);
+  void show_lines(std::size_t limit);
   [[nodiscard]] bool follows_newest_line();
 
   wxTextCtrl* control_;
   bool at_line_start_ = true;
   bool following_ = true;
   int scroll_position_ = 0;  ///< when the newest line was last looked for
+  std::wstring rest_;        ///< of the text, not shown yet
   std::mutex mutex_;
   std::wstring pending_;  ///< guarded by mutex_
   PacedAction flush_;

@@ -6,6 +6,7 @@
 #include <wx/menu.h>
 #include <wx/time.h>
 #include <wx/utils.h>
+#include <wx/wupdlock.h>
 
 #include "packages_ui/native_tree.h"
 #include "packages_ui/row_text.h"
@@ -173,6 +174,7 @@ PackagesRelDisp::Place PackagesRelDisp::place() const {
 
 // Shows the rows in their order, as far as they pass the filter.
 void PackagesRelDisp::show_rows(const Place& place) {
+  const wxWindowUpdateLocker drawn_once(this);  // and not once more for each row scrolled to
   native_tree::show(*this, *view_,
                     GridRows(selection_->table(), order_, filter_->matches(filter_text_)));
   mark_sorted_column();  // headers forget it together with the rows

@@ -213,6 +213,8 @@ TEST_F(GridTest, TheSearchFieldFiltersTheRows) {
 // tell an algorithm of the wrong order, not a slow machine.
 #ifdef __SANITIZE_ADDRESS__
 constexpr double kSlack = 15;
+#elif defined(_WIN32)
+constexpr double kSlack = 6;  // Wine takes several times as long to draw and to measure texts
 #else
 constexpr double kSlack = 3;
 #endif
@@ -299,7 +301,9 @@ TEST_F(LargeGridTest, NothingTakesLong) {
   type("+");
   press(WXK_DOWN);
   change("a tick with 5,000 references", 0.2, [&] { packages.toggle_current(); });
-  EXPECT_THAT(pane(), testing::HasSubstr("\n    p24996-2.0.0"));
+  wait_until([this] { return pane().ends_with("\n    p9998-2.0.0"); },
+             "the whole summary is shown");
+  EXPECT_THAT(pane(), testing::HasSubstr("\n    p24996-2.0.0\n"));
   const auto press_button = [this](int id) {
     wxCommandEvent event(wxEVT_BUTTON, id);
     dialog().ProcessWindowEvent(event);

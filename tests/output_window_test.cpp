@@ -160,6 +160,30 @@ TEST_F(OutputWindowTest, KeepsThePlaceOfAUserWhoScrolledUp) {
   EXPECT_LE(pixels_below(), output_->GetCharHeight()) << "a new text is followed again";
 }
 
+TEST_F(OutputWindowTest, ALongTextIsReadFromItsBeginning) {
+  packages_ui::OutputPane pane(output_, counted_post());
+  std::wstring summary = L"summary";
+  for (int line = 1; line < 20'000; ++line) summary += L"\n    package-" + std::to_wstring(line);
+  pane.replace(summary);
+  pane.append_line(L"the log");
+  EXPECT_EQ(output_->GetLineText(999).utf8_string(), "    package-999") << "at once";
+  EXPECT_LT(length_of(*output_), summary.size()) << "the rest when there is time";
+  const std::wstring all = summary + L"\nthe log\n";
+  wait_until([&] { return length_of(*output_) >= all.size(); }, "all is shown");
+  EXPECT_EQ(output_->GetValue().ToStdWstring(), all);
+
+  pane.replace(summary);
+  pane.append_line(L"of before");
+  pane.replace(L"another");
+  settle();
+  EXPECT_EQ(output_->GetValue().utf8_string(), "another\nof before\n");
+
+  pane.replace(summary);
+  wait_until([&] { return length_of(*output_) >= summary.size(); }, "all is shown");
+  settle();
+  EXPECT_EQ(output_->GetScrollPos(wxVERTICAL), 0) << "a text is read from its beginning";
+}
+
 TEST_F(OutputWindowTest, TheTextCanBeCopied) {
   packages_ui::OutputPane pane(output_, counted_post());
   pane.replace(L"summary\r\n    a-1.0.0");
