@@ -213,8 +213,6 @@ TEST_F(GridTest, TheSearchFieldFiltersTheRows) {
 // tell an algorithm of the wrong order, not a slow machine.
 #ifdef __SANITIZE_ADDRESS__
 constexpr double kSlack = 15;
-#elif defined(_WIN32)
-constexpr double kSlack = 6;  // Wine takes several times as long to draw and to measure texts
 #else
 constexpr double kSlack = 3;
 #endif
