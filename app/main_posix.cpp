@@ -7,6 +7,7 @@
 #include <wx/init.h>
 
 #include "app/pkg_frontend_app.h"
+#include "app/toolkit_windows.h"
 
 int main(int argc, char** argv) {
   // Taken before the toolkit, which removes what it understands itself.
@@ -17,7 +18,13 @@ int main(int argc, char** argv) {
     std::fputs("The window cannot be opened: there is no display.\n", stderr);
     return 1;
   }
-  zendro::app::PkgFrontendApp(std::move(arguments)).InitInstance();
+  int status = 0;
+  {
+    zendro::app::ToolkitWindows windows;
+    zendro::app::PkgFrontendApp program(std::move(arguments), windows);
+    program.InitInstance();
+    status = program.exit_status();
+  }
   wxEntryCleanup();
-  return 0;
+  return status;
 }

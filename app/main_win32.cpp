@@ -9,6 +9,8 @@
 
 #include "app/pkg_frontend_app.h"
 #include "app/process_arguments.h"
+#include "app/toolkit_windows.h"
+#include "framework/system/system_error.h"
 
 namespace {
 
@@ -24,12 +26,19 @@ void start_common_controls() {
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, PWSTR, int show) {
   start_common_controls();
   wxApp::SetInstance(new wxApp);
-  if (!wxEntryStart(instance, previous, nullptr, show)) return 1;
+  if (!wxEntryStart(instance, previous, nullptr, show)) {
+    MessageBoxW(nullptr, L"The window cannot be opened.", nullptr, MB_OK | MB_ICONERROR);
+    return 1;
+  }
+  int status = 1;
   try {
-    zendro::app::PkgFrontendApp(zendro::app::process_arguments()).InitInstance();
+    zendro::app::ToolkitWindows windows;
+    zendro::app::PkgFrontendApp program(zendro::app::process_arguments(), windows);
+    program.InitInstance();
+    status = program.exit_status();
   } catch (const std::exception& error) {
-    wxMessageBox(wxString::FromUTF8(error.what()));
+    wxMessageBox(wxString::FromUTF8(zendro::framework::exception_text(error)));
   }
   wxEntryCleanup();
-  return 0;
+  return status;
 }

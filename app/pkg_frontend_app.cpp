@@ -1,25 +1,20 @@
 #include "app/pkg_frontend_app.h"
 
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
 #include <utility>
 
-#include <wx/msgdlg.h>
-#include <wx/stdpaths.h>
-
 #include "app/command_line.h"
-#include "app/options.h"
-#include "app/options_file.h"
+#include "app/options/options.h"
+#include "app/options/options_file.h"
 #include "app/package_file_start.h"
-#include "app/window_thread.h"
-#include "framework/files.h"
-#include "framework/url_io.h"
-#include "msg/utf.h"
-#include "packages_ui/packages_dlg.h"
-#include "packages_ui/ui_messages.h"
+#include "framework/system/system_error.h"
+#include "framework/url/url_io.h"
+#include "msg/shown.h"
+#include "packages_ui/selection/shown_text.h"
+#include "packages_ui/selection/ui_messages.h"
 #include "pkg/active_types.h"
 #include "pkg/cache.h"
 #include "pkg/pkg_io.h"
@@ -49,42 +44,35 @@ class PackageUrlsOfRun {
   std::shared_ptr<framework::IoCallback> previous_;
 };
 
-// A file of the user's own settings, by the rules of the system.
-std::filesystem::path window_state_file(PackageType type) {
-  wxStandardPaths& places = wxStandardPaths::Get();
-  places.SetFileLayout(wxStandardPaths::FileLayout_XDG);
-  return framework::path_from_utf8(places.GetUserConfigDir().utf8_string()) /
-         "zendro-package-manager" / ("window-" + std::string(type_name(type)) + ".json");
-}
-
 }  // namespace
 
-PkgFrontendApp::PkgFrontendApp(std::vector<std::string> arguments)
+PkgFrontendApp::PkgFrontendApp(std::vector<std::string> arguments, FrontendWindows& windows)
     : arguments_(std::move(arguments)),
-      type_(type_of_program(arguments_.empty() ? std::string() : arguments_.front())) {}
+      type_(type_of_program(arguments_.empty() ? std::string() : arguments_.front())),
+      windows_(windows) {}
 
 bool PkgFrontendApp::InitInstance() {
   try {
     run();
   } catch (const std::exception& error) {
-    show_box(msg::to_wide(error.what()));
+    exit_status_ = 1;
+    show_box(msg::shown(framework::exception_text(error)));
   }
   return false;
 }
 
 void PkgFrontendApp::run() {
-  pkg::register_active_types(pkg::make_active_type_set({type_name(type_)}));
+  pkg::register_active_types(pkg::make_active_type_set({type_.word}));
   const DefaultSettingsOfRun default_settings;
-  const auto window_thread = make_window_thread();
 
   const std::string path = options_file_path();
   std::string error;
   std::optional<json::object> options = read_options_file(path, error);
   if (!options) {
-    show_box(L"Can't read options from " + msg::to_wide(path) + L":\n" + msg::to_wide(error));
+    show_box(L"Can't read options from " + msg::shown(path) + L":\n" + msg::shown(error));
     return;
   }
-  set_type(*options, type_name(type_));
+  set_type(*options, type_.word);
 
   const std::span<const std::string> all(arguments_);
   const CommandLine command_line = parse_command_line(all.subspan(all.empty() ? 0 : 1));
@@ -93,31 +81,34 @@ void PkgFrontendApp::run() {
     set_installer(nullptr, json::value(json::string(command_line.installer)));
   }
   const PackageUrlsOfRun package_urls(*options);
-
-  const auto cache = std::make_shared<pkg::pkg_cache_t>(type_name(type_), *options);
-  const auto open_dialog = [&](std::vector<std::string> preselection) {
-    packages_ui::PackagesDlg dialog(nullptr, cache, window_thread, std::move(preselection),
-                                    window_state_file(type_));
-    dialog.ShowModal();
-  };
-  if (command_line.ids_mode && !command_line.arguments.empty()) {
-    open_dialog(command_line.arguments);
-    return;
-  }
-  PackageFileStart start = start_with_package_file(
-      *cache, command_line.arguments.empty() ? std::string() : command_line.arguments.front());
-  if (start.open_dialog) {
-    open_dialog(std::move(start.preselection));
-  } else if (!start.box_text.empty()) {
-    show_box(start.box_text);
-  }
+  open(std::make_shared<pkg::pkg_cache_t>(type_.word, *options), command_line.arguments,
+       command_line.ids_mode);
 }
 
-void PkgFrontendApp::show_box(const std::wstring& text) const {
-  using packages_ui::UiCode;
-  wxMessageBox(wxString(text), wxString(packages_ui::ui_message(
-                                   type_ == PackageType::xbrl ? UiCode::PackageUICaptionTaxonomy
-                                                              : UiCode::PackageUICaptionSchema)));
+void PkgFrontendApp::open(const std::shared_ptr<pkg::pkg_cache_t>& cache,
+                          const std::vector<std::string>& arguments, bool are_identifiers) {
+  packages_ui::Preselection preselection;
+  if (are_identifiers) {
+    preselection.identities = arguments;
+  } else if (!arguments.empty() && !arguments.front().empty()) {
+    PackageFileStart start;
+    windows_.run_shown(
+        packages_ui::window_caption(cache->type()),
+        [&](const packages_ui::ShowStart& show) {
+          start = start_with_package_file(*cache, arguments.front(), show);
+        },
+        [&] { return cache->stop_waiting(); });
+    if (!start.preselection) {
+      if (!start.box_text.empty()) show_box(start.box_text);
+      return;
+    }
+    preselection = std::move(*start.preselection);
+  }
+  windows_.open_dialog(cache, std::move(preselection));
+}
+
+void PkgFrontendApp::show_box(const std::wstring& text) {
+  windows_.show_box(packages_ui::window_caption(type_.word), packages_ui::boxed(text));
 }
 
 }  // namespace zendro::app

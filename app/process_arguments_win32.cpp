@@ -7,7 +7,7 @@
 #include <shellapi.h>
 
 #include "app/process_arguments.h"
-#include "msg/utf.h"
+#include "framework/text/utf8.h"
 
 namespace zendro::app {
 
@@ -27,7 +27,8 @@ std::vector<std::string> process_arguments(int count, const wchar_t* const* vect
     vector = split.get();
   }
   std::vector<std::string> arguments;
-  for (int index = 0; index < count; ++index) arguments.push_back(msg::to_utf8(vector[index]));
+  for (int index = 0; index < count; ++index)
+    arguments.push_back(framework::to_utf8(vector[index]));
   return arguments;
 }
 

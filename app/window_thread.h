@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "framework/action_poster.h"
+#include "framework/system/action_poster.h"
 
 namespace zendro::app {
 

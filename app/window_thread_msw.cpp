@@ -130,8 +130,9 @@ class WindowThread : public framework::ActionPoster {
     if (PostMessageW(window_, message, 0, 0)) return;
     if (GetCurrentThreadId() == owner_) {
       rest();
-    } else {
-      SendNotifyMessageW(window_, message, 0, 0);
+    } else if (!SendNotifyMessageW(window_, message, 0, 0)) {
+      const std::lock_guard lock(state_->mutex);
+      state_->message_sent = false;  // the next action tries again
     }
   }
 
@@ -149,9 +150,11 @@ class WindowThread : public framework::ActionPoster {
     run_actions(message == kRunAwaitedActions);
   }
 
-  // Leaves the actions to the timer.
+  // Leaves the actions to the timer: no message is awaited from here on, whether it was refused or
+  // has arrived. Actions that come after the timer send one again.
   void rest() {
     const std::lock_guard lock(state_->mutex);
+    state_->message_sent = false;
     state_->resting = SetTimer(window_, kTimer, USER_TIMER_MINIMUM, nullptr) != 0;
   }
 

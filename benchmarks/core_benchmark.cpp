@@ -14,8 +14,8 @@
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
 
-#include "app/options.h"
-#include "framework/digest.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
 #include "pkg/cache.h"
 #include "pkg/catalogs.h"
 #include "pkg/list_files.h"
@@ -137,7 +137,7 @@ void write_catalogs(benchmark::State& state) {
   });
   Manager manager(list, list);
   std::mutex lock;
-  pkg::core_context_t context("xsd", manager.options(), {}, lock);
+  pkg::core_context context("xsd", manager.options(), {}, lock);
   const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
   require(installed.has_value());
   for (auto _ : state) require(pkg::write_catalogs(context, *installed));

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "framework/json.h"
+#include "framework/text/json.h"
 
 namespace zendro::benchmarks {
 

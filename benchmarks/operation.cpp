@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "app/options.h"
-#include "msg/utf.h"
+#include "app/options/options.h"
+#include "framework/text/utf8.h"
 #include "pkg/cache.h"
 
 namespace zendro::benchmarks {
@@ -53,7 +53,7 @@ bool run(const std::vector<std::string>& arguments) {
   const std::string& action = arguments[0];
   pkg::pkg_cache_t cache = make_cache(arguments[1], arguments.size() > 2 ? arguments[2] : "");
   cache.set_message_sink(
-      [](const msg::Message& message) { std::cerr << msg::to_utf8(message.text()) << '\n'; });
+      [](const msg::Message& message) { std::cerr << framework::to_utf8(message.text()) << '\n'; });
   if (action == "load") {
     return measure([&] { return cache.load_available() && cache.load_installed(); });
   }

@@ -5,12 +5,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include "packages_ui/button_states.h"
-#include "packages_ui/grid_rows.h"
-#include "packages_ui/package_filter.h"
-#include "packages_ui/package_order.h"
-#include "packages_ui/pending_changes.h"
-#include "packages_ui/selection.h"
+#include "packages_ui/selection/button_states.h"
+#include "packages_ui/selection/grid_rows.h"
+#include "packages_ui/selection/package_filter.h"
+#include "packages_ui/selection/package_order.h"
+#include "packages_ui/selection/pending_changes.h"
+#include "packages_ui/selection/selection.h"
 #include "pkg/list_files.h"
 #include "pkg/merged_view.h"
 
@@ -147,13 +147,13 @@ BENCHMARK_CAPTURE(search_keystroke, everything, L"p")->Unit(benchmark::kMillisec
 BENCHMARK_CAPTURE(search_keystroke, few, L"p1234")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(search_keystroke, nothing, L"sentence of")->Unit(benchmark::kMillisecond);
 
-void sort_by(benchmark::State& state, SortColumn column) {
+void sort_by(benchmark::State& state, GridColumn column) {
   for (auto _ : state) {
     benchmark::DoNotOptimize(sorted_packages(fixture().selection, SortOrder{column}));
   }
 }
-BENCHMARK_CAPTURE(sort_by, title, SortColumn::title)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(sort_by, state, SortColumn::state)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sort_by, title, GridColumn::title)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(sort_by, state, GridColumn::state)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace zendro::benchmarks

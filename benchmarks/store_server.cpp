@@ -12,7 +12,7 @@
 
 #include "demo/end_of_run.h"
 #include "demo/loopback_server.h"
-#include "framework/json.h"
+#include "framework/text/json.h"
 
 namespace zendro::benchmarks {
 namespace {

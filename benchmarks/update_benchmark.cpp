@@ -12,7 +12,7 @@
 #include <unistd.h>
 #include <zip.h>
 
-#include "app/options.h"
+#include "app/options/options.h"
 #include "demo/loopback_server.h"
 #include "pkg/cache.h"
 #include "tests/temp_folder.h"

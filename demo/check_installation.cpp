@@ -6,7 +6,7 @@
 #include <iostream>
 
 #include "demo/installation_check.h"
-#include "framework/files.h"
+#include "framework/system/files.h"
 
 int main(int argc, char* argv[]) {
   if (argc < 3) {

@@ -18,8 +18,8 @@
 #include "demo/end_of_run.h"
 #include "demo/loopback_server.h"
 #include "demo/source_files.h"
-#include "framework/files.h"
-#include "framework/json.h"
+#include "framework/system/files.h"
+#include "framework/text/json.h"
 
 namespace zendro::demo {
 

@@ -1,21 +1,10 @@
 #include "demo/document.h"
 
-#include <algorithm>
 #include <filesystem>
 
+#include "framework/text/url_parts.h"
+
 namespace zendro::demo {
-
-namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\r\n";
-
-bool is_alpha(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-
-bool is_scheme_char(char c) {
-  return is_alpha(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
-}
-
-}  // namespace
 
 std::string collapse_white_space(std::string_view text) {
   std::string out;
@@ -62,11 +51,7 @@ std::string first_url(std::string_view text) {
   return {};
 }
 
-bool is_absolute(std::string_view location) {
-  const std::string_view scheme = location.substr(0, location.find(':'));
-  return scheme.size() < location.size() && !scheme.empty() && is_alpha(scheme.front()) &&
-         std::all_of(scheme.begin(), scheme.end(), is_scheme_char);
-}
+bool is_absolute(std::string_view location) { return !framework::url_scheme(location).empty(); }
 
 std::string resolve_path(std::string_view document, std::string_view location) {
   location = location.substr(0, location.find('#'));

@@ -8,6 +8,9 @@
 
 namespace zendro::demo {
 
+/// What XML 1.0 counts as white space (section 2.3).
+inline constexpr std::string_view kWhiteSpace = " \t\r\n";
+
 /// Another document that a document needs. Any of the texts may be empty.
 struct Demand {
   std::string location;       ///< as written: absolute, or relative to the needing document

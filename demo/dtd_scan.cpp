@@ -6,8 +6,6 @@ namespace zendro::demo {
 
 namespace {
 
-constexpr std::string_view kWhiteSpace = " \t\r\n";
-
 /// Reads the tokens of one declaration: names, "%", and quoted literals.
 class TokenReader {
  public:

@@ -7,8 +7,8 @@
 #include <pugixml.hpp>
 
 #include "demo/source_files.h"
-#include "framework/digest.h"
-#include "framework/json.h"
+#include "framework/io/digest.h"
+#include "framework/text/json.h"
 
 namespace zendro::demo {
 

@@ -99,7 +99,10 @@ class LoopbackServer::Impl {
 
   mutable std::mutex mutex_;  ///< guards everything below
   std::condition_variable stopping_;
+  std::condition_variable freed_;  ///< a connection is done, or the server is to stop
   bool stop_ = false;
+  std::size_t limit_ = SIZE_MAX;
+  Surplus surplus_ = Surplus::waits;
   std::map<std::string, Reply, std::less<>> replies_;
   std::map<std::string, Fault, std::less<>> faults_;
   std::function<void(const ServedRequest&)> observer_;
@@ -121,6 +124,7 @@ class LoopbackServer::Impl {
   };
 
   void accept_all();
+  bool has_room(std::unique_lock<std::mutex>& lock);
   void talk(Connection& connection);
   template <class Start>
   error_code run(Connection& connection, const Start& start);
@@ -159,6 +163,7 @@ LoopbackServer::Impl::~Impl() {
     for (Connection& connection : connections_) connection.io.stop();
   }
   stopping_.notify_all();
+  freed_.notify_all();
   // A last connection wakes the thread that waits for one.
   error_code ignored;
   tcp::socket(io_).connect(endpoint_, ignored);
@@ -176,14 +181,25 @@ void LoopbackServer::Impl::accept_all() {
       if (wait(std::chrono::milliseconds(10))) return;
       continue;
     }
-    const std::lock_guard lock(mutex_);
-    if (stop_) return;
-    join_finished();
-    connection.socket.set_option(tcp::no_delay(true), error);
+    std::unique_lock lock(mutex_);
     ++connection_count_;
+    const bool is_served = has_room(lock);
+    if (stop_) return;
+    if (!is_served) continue;
+    connection.socket.set_option(tcp::no_delay(true), error);
     connections_.splice(connections_.end(), accepted);
     connection.thread = std::thread([this, &connection] { talk(connection); });
   }
+}
+
+/// Whether one more connection is to be served; waits for those before it where it may.
+bool LoopbackServer::Impl::has_room(std::unique_lock<std::mutex>& lock) {
+  const auto is_free = [this] {
+    join_finished();
+    return stop_ || connections_.size() < limit_;
+  };
+  if (surplus_ == Surplus::waits) freed_.wait(lock, is_free);
+  return is_free();
 }
 
 void LoopbackServer::Impl::join_finished() {
@@ -237,6 +253,7 @@ void LoopbackServer::Impl::talk(Connection& connection) {
   hang_up(connection, false);
   const std::lock_guard lock(mutex_);
   connection.done = true;
+  freed_.notify_all();
 }
 
 template <class Stream>
@@ -389,6 +406,12 @@ void LoopbackServer::set_fault(const std::string& path, Fault fault) {
 void LoopbackServer::clear_faults() {
   const std::lock_guard lock(impl_->mutex_);
   impl_->faults_.clear();
+}
+
+void LoopbackServer::limit_connections(std::size_t served_at_once, Surplus surplus) {
+  const std::lock_guard lock(impl_->mutex_);
+  impl_->limit_ = served_at_once;
+  impl_->surplus_ = surplus;
 }
 
 void LoopbackServer::observe(std::function<void(const ServedRequest&)> observer) {

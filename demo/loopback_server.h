@@ -15,7 +15,7 @@
 
 #include "demo/loopback_reply.h"
 #include "demo/self_signed.h"
-#include "framework/http.h"
+#include "framework/http/http.h"
 
 namespace zendro::demo {
 
@@ -25,6 +25,12 @@ struct ServedRequest {
   std::string path;  ///< with its query, percent-encoded as it was sent
   framework::HttpHeaders headers;
   std::string body;
+};
+
+/// What befalls connections beyond those that are served at once.
+enum class Surplus {
+  waits,   ///< accepted, but nobody reads them until one that is served has closed
+  closed,  ///< closed at once
 };
 
 class LoopbackServer {
@@ -46,6 +52,8 @@ class LoopbackServer {
   /// Commits `fault` on requests for `path`, which need not be served, from now on.
   void set_fault(const std::string& path, Fault fault);
   void clear_faults();
+  /// Serves this many connections at once, 1 at least, from now on; without a call any number.
+  void limit_connections(std::size_t served_at_once, Surplus surplus = Surplus::waits);
 
   /// Calls `observer` after every request has been read, on the thread that answers it.
   void observe(std::function<void(const ServedRequest&)> observer);
@@ -53,7 +61,8 @@ class LoopbackServer {
   [[nodiscard]] std::vector<ServedRequest> requests() const;
   /// How many of them were for `path`, whatever their query.
   [[nodiscard]] std::size_t request_count(std::string_view path) const;
-  /// The number of connections accepted so far.
+  /// The number of connections accepted so far. Those that wait are not among them, but for the
+  /// first.
   [[nodiscard]] std::size_t connections() const;
 
  private:

@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "demo/source_files.h"
-#include "framework/files.h"
-#include "framework/json.h"
+#include "framework/system/files.h"
+#include "framework/text/json.h"
 
 namespace zendro::demo {
 

@@ -4,7 +4,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "framework/files.h"
+#include "framework/system/files.h"
 
 namespace zendro::demo {
 

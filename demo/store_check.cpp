@@ -7,8 +7,8 @@
 
 #include "demo/source_files.h"
 #include "demo/zip_reader.h"
-#include "framework/digest.h"
-#include "framework/json.h"
+#include "framework/io/digest.h"
+#include "framework/text/json.h"
 #include "pkg/name_semver.h"
 
 namespace zendro::demo {

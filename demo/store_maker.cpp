@@ -6,7 +6,7 @@
 #include "demo/links.h"
 #include "demo/store_check.h"
 #include "demo/store_writer.h"
-#include "framework/files.h"
+#include "framework/system/files.h"
 
 namespace zendro::demo {
 

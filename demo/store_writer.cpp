@@ -4,9 +4,9 @@
 #include <stdexcept>
 
 #include "demo/zip_writer.h"
-#include "framework/digest.h"
-#include "framework/files.h"
-#include "framework/json.h"
+#include "framework/io/digest.h"
+#include "framework/system/files.h"
+#include "framework/text/json.h"
 
 namespace zendro::demo {
 

@@ -8,8 +8,8 @@
 #include <pugixml.hpp>
 
 #include "demo/format_xml.h"
-#include "framework/files.h"
-#include "framework/json.h"
+#include "framework/system/files.h"
+#include "framework/text/json.h"
 
 namespace zendro::demo {
 
@@ -20,7 +20,7 @@ namespace {
 constexpr const char* kInstanceSchema = "http://www.xbrl.org/2003/xbrl-instance-2003-12-31.xsd";
 constexpr const char* kLinkbaseSchema = "http://www.xbrl.org/2003/xbrl-linkbase-2003-12-31.xsd";
 constexpr const char* kInstanceNamespace = "http://www.xbrl.org/2003/instance";
-constexpr const char* kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
+constexpr const char* kLinkNamespace = "http://www.xbrl.org/2003/linkbase";
 constexpr const char* kXlinkNamespace = "http://www.w3.org/1999/xlink";
 constexpr const char* kStandardLink = "http://www.xbrl.org/2003/role/link";
 
@@ -192,7 +192,7 @@ std::string make_schema(const Taxonomy& taxonomy) {
   pugi::xml_node schema = append(document, "xsd:schema",
                                  {{"xmlns:xsd", "http://www.w3.org/2001/XMLSchema"},
                                   {"xmlns:xbrli", kInstanceNamespace},
-                                  {"xmlns:link", kLinkbaseNamespace},
+                                  {"xmlns:link", kLinkNamespace},
                                   {"xmlns:xlink", kXlinkNamespace},
                                   {"targetNamespace", taxonomy.xml_namespace},
                                   {"elementFormDefault", "qualified"}});
@@ -222,10 +222,10 @@ std::string make_schema(const Taxonomy& taxonomy) {
 
 pugi::xml_node append_linkbase(pugi::xml_document& document) {
   return append(document, "link:linkbase",
-                {{"xmlns:link", kLinkbaseNamespace},
+                {{"xmlns:link", kLinkNamespace},
                  {"xmlns:xlink", kXlinkNamespace},
                  {"xmlns:xsi", "http://www.w3.org/2001/XMLSchema-instance"},
-                 {"xsi:schemaLocation", std::string(kLinkbaseNamespace) + " " + kLinkbaseSchema}});
+                 {"xsi:schemaLocation", std::string(kLinkNamespace) + " " + kLinkbaseSchema}});
 }
 
 std::string make_labels(const Taxonomy& taxonomy, const std::string& language) {

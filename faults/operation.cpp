@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "app/options.h"
-#include "framework/files.h"
-#include "framework/json.h"
-#include "msg/utf.h"
+#include "app/options/options.h"
+#include "framework/system/files.h"
+#include "framework/text/json.h"
+#include "framework/text/utf8.h"
 #include "pkg/active_types.h"
 #include "pkg/cache.h"
 
@@ -25,8 +25,8 @@ constexpr std::uint64_t kLargestOptions = 1 << 20;
 
 std::string line_of(const msg::Message& message) {
   const char* severity = message.severity == msg::Severity::warning ? "warning" : "error";
-  std::string line = std::string(severity) + "\t" + msg::to_utf8(message.identifier()) + "\t" +
-                     msg::to_utf8(message.text());
+  std::string line = std::string(severity) + "\t" + framework::to_utf8(message.identifier()) +
+                     "\t" + framework::to_utf8(message.text());
   std::replace(line.begin(), line.end(), '\n', ' ');
   return line + "\n";
 }

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "framework/memory_stream.h"
-#include "framework/url_io.h"
-#include "framework/zip.h"
+#include "framework/url/memory_stream.h"
+#include "framework/url/url_io.h"
+#include "framework/url/zip.h"
 
 #include "fuzz/input.h"
 

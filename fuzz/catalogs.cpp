@@ -6,8 +6,8 @@
 #include <mutex>
 #include <string>
 
-#include "framework/percent.h"
-#include "framework/utf8.h"
+#include "framework/text/percent.h"
+#include "framework/text/utf8.h"
 #include "pkg/list_files.h"
 #include "pkg/percent_encoding.h"
 
@@ -41,7 +41,16 @@ struct Catalogs {
   Expected remappings;
 };
 
-// Of a list whose packages have passed check_catalog_entries().
+bool is_sound(const pkg::package_t& package) {
+  try {
+    check_catalog_entries(package);
+    return true;
+  } catch (const pkg::metadata_error&) {
+    return false;
+  }
+}
+
+// Packages whose entries are of a wrong type are left out.
 Catalogs expected_of(const pkg::pkgs_available_t& installed) {
   Catalogs all;
   const auto each = [](const json::object* map, const auto& visit) {
@@ -52,6 +61,7 @@ Catalogs expected_of(const pkg::pkgs_available_t& installed) {
     return std::string(framework::as_string(value));
   };
   for (const pkg::package_t& package : installed.packages()) {
+    if (!is_sound(package)) continue;
     each(package.meta.catalogs(), [&](const std::string& key, const json::value& member) {
       const bool dtd = package.identity.name.ends_with("-dtd");
       const char* element = key.ends_with('/') ? "rewriteURI" : dtd ? "system" : "uri";
@@ -116,19 +126,12 @@ void run(std::string_view input) {
   std::string cause;
   const auto installed = pkg::parse_list(std::string(input), cause);
   if (!installed) return;
-  bool sound = true;
-  try {
-    for (const pkg::package_t& package : installed->packages()) check_catalog_entries(package);
-  } catch (const framework::JsonError&) {
-    sound = false;
-  }
 
   static WatchedFolder folder;
   write_bytes(folder.cache_file("pkgs-installed.json"), input);
   std::mutex lock;
-  pkg::core_context_t context("xsd", folder.options(), {}, lock);
-  require(update_catalogs(context) == sound, "catalogs are written where all packages are sound");
-  if (!sound) return;
+  pkg::core_context context("xsd", folder.options(), {}, lock);
+  require(update_catalogs(context), "one unsound package does not stop the catalogs");
   const Catalogs all = expected_of(*installed);
   check(read_catalog(folder.cache_file("namespace-mapping-catalog.xml")), {&all.names});
   check(read_catalog(folder.cache_file("catalog.xml")), {&all.locations, &all.mappings});

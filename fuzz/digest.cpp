@@ -1,5 +1,5 @@
 // Texts of digest headers, and digests of bytes that come in pieces.
-#include "framework/digest.h"
+#include "framework/io/digest.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,21 +1,21 @@
 // Whole runs against a store in memory: the list, the filters one a line, and what goes wrong,
 // each ended by a zero byte. A digest "*" of the list stands for the true one.
-#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "framework/digest.h"
-#include "framework/url_io.h"
+#include "framework/io/digest.h"
+#include "framework/url/http_url.h"
+#include "framework/url/url_io.h"
 #include "pkg/active_types.h"
 #include "pkg/cache.h"
 #include "pkg/pkg_io.h"
+#include "tests/memory_store.h"
 #include "tests/zip_builder.h"
 
 #include "fuzz/catalog_file.h"
 #include "fuzz/input.h"
-#include "fuzz/memory_store.h"
 #include "fuzz/watched_folder.h"
 
 namespace zendro::fuzz {
@@ -25,7 +25,7 @@ namespace json = boost::json;
 
 // The store answers a URL with the URL.
 std::string bytes_of_member(std::string_view member) {
-  return framework::resolve_url(kStoreAddress, member);
+  return framework::resolve_url(tests::kStoreAddress, member);
 }
 
 // The list with true digests; the text as it is where it is no list.
@@ -55,18 +55,13 @@ std::string read_through(pkg::PkgIOCallback& opener, const std::string& url) {
   return text;
 }
 
-// What stands in the list of installed packages is there, whole. Versions of one package may share
-// a folder, in which the one that came last has the say.
+// What stands in the list of installed packages is there, whole, also where versions of one package
+// share a folder.
 void check_installed(const WatchedFolder& folder, const pkg::pkgs_available_t& installed) {
   pkg::PkgIOCallback opener(std::make_shared<const json::object>(folder.options()));
-  const auto folder_of = [](const pkg::package_t& package) {
-    return std::pair(package.meta.type(), package.meta.pkg_installdir());
-  };
-  std::map<std::pair<std::string_view, std::string_view>, int> owners;
-  for (const pkg::package_t& package : installed.packages()) ++owners[folder_of(package)];
   for (const pkg::package_t& package : installed.packages()) {
     const json::object* files = package.meta.files();
-    if (files == nullptr || owners[folder_of(package)] > 1) continue;
+    if (files == nullptr) continue;
     for (const json::key_value_pair& file : *files) {
       const std::string member(file.key());
       const std::string url = "zendro://pkg/" + to_string(package.identity) + "/" + member;
@@ -83,7 +78,7 @@ void check_installed(const WatchedFolder& folder, const pkg::pkgs_available_t& i
 
 class Run {
  public:
-  Run(WatchedFolder& folder, MemoryStore& store) : folder_(folder) {
+  Run(WatchedFolder& folder, tests::MemoryStore& store) : folder_(folder) {
     cache_.set_transport_factory([&store] { return store.make_transport(); });
   }
 
@@ -117,7 +112,7 @@ class Run {
 
 void run(std::string_view input) {
   static WatchedFolder folder;
-  static MemoryStore store;
+  static tests::MemoryStore store;
   pkg::register_active_types(pkg::make_active_type_set({"xsd"}));
   const auto parts = split(input, '\0', 3);
   std::vector<std::string> filters;

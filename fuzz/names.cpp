@@ -2,10 +2,11 @@
 #include <algorithm>
 #include <string>
 
-#include "framework/http.h"
-#include "framework/http_url.h"
-#include "framework/percent.h"
-#include "framework/utf8.h"
+#include "framework/http/http.h"
+#include "framework/text/percent.h"
+#include "framework/text/utf8.h"
+#include "framework/url/http_url.h"
+#include "framework/url/loggable.h"
 #include "pkg/package_url.h"
 #include "pkg/percent_encoding.h"
 
@@ -54,10 +55,10 @@ void check_request_url(std::string_view text) {
   require(framework::same_origin(url, url), "a URL has its own origin");
 }
 
-void check_presentable(const std::string& before, const std::string& after) {
+void check_loggable(const std::string& before, const std::string& after) {
   constexpr const char* password = "SeCrEt";
   const std::string shown =
-      framework::presentable(before + " http://user:" + password + "@host/" + after);
+      framework::loggable_text(before + " http://user:" + password + "@host/" + after);
   require(is_printable_ascii(shown), "what is shown is printable");
   if ((before + "\n" + after).find(password) != std::string::npos) return;
   require(shown.find(password) == std::string::npos, "no password is shown");
@@ -86,7 +87,7 @@ void run(std::string_view input) {
     check_local_name(line);
     check_request_url(line);
   }
-  check_presentable(std::string(lines[0]), std::string(reference));
+  check_loggable(std::string(lines[0]), std::string(reference));
   check_resolution(lines[0], reference);
   check_resolution("http://store.test/a/b/", lines[0]);
 }

@@ -13,10 +13,10 @@
 namespace zendro::fuzz {
 namespace {
 
-using pkg::package_map_t;
+using pkg::package_map;
 using pkg::pkgs_available_t;
 
-bool same_packages(const package_map_t& a, const package_map_t& b) {
+bool same_packages(const package_map& a, const package_map& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [](const auto& left, const auto& right) {
                       return left.identity == right.identity && left.key == right.key &&
@@ -37,7 +37,7 @@ pkgs_available_t rewritten(const pkgs_available_t& list) {
   return std::move(*again);
 }
 
-void check_sorted(const package_map_t& packages) {
+void check_sorted(const package_map& packages) {
   for (std::size_t i = 1; i < packages.size(); ++i) {
     require(packages[i - 1].identity < packages[i].identity, "sorted, each identity once");
   }
@@ -118,6 +118,9 @@ void run(std::string_view input) {
   if (!list) return;
   check_sorted(list->packages());
   check_sorted(list->deprecated());
+  for (const pkg::package_t& package : list->packages()) {
+    require(pkg::is_version_key(package.key), "only full identities are packages");
+  }
   check_texts(*list);
   rewritten(*list);
   read_metadata_of(*list);

@@ -1,16 +1,15 @@
 // The selection under actions: lists made of the first bytes, then one byte an action. After each
 // action what must always hold is compared with what a search of everything finds.
-#include "packages_ui/selection.h"
+#include "packages_ui/selection/selection.h"
 
 #include <algorithm>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include "packages_ui/pending_changes.h"
+#include "packages_ui/selection/pending_changes.h"
 #include "pkg/list_files.h"
 
 #include "fuzz/input.h"
@@ -96,8 +95,8 @@ class User : public packages_ui::SelectionQuestions, public packages_ui::ParentU
     return !refused;
   }
   bool remove_used_by(std::span<const std::wstring> packages) override {
-    unused.emplace(packages.begin(), packages.end());
-    removed = state();
+    require(!packages.empty(), "nobody is asked about nothing");
+    require(!refused, "who is refused is not asked again");
     return bytes_.ConsumeBool();
   }
   void selection_changed() override { ++changes; }
@@ -108,91 +107,64 @@ class User : public packages_ui::SelectionQuestions, public packages_ui::ParentU
   Selection* selection = nullptr;
   int changes = 0;
   bool refused = false;
-  std::optional<std::set<std::wstring>> unused;  ///< what was asked about
-  State removed;                                 ///< the rows at that time
 
  private:
   FuzzedDataProvider& bytes_;
 };
 
-bool references(const PackageTable& table, RowId from, RowId to) {
-  const auto all = table.references(from);
-  return std::find(all.begin(), all.end(), to) != all.end();
+// What the ticks say will be installed, a chosen patch standing for its new level.
+std::set<RowId> target_of(const Selection& selection) {
+  std::set<RowId> target;
+  for (RowId row = 0; row < selection.rows().size(); ++row) {
+    const VersionRow& version = selection.row(row);
+    if (!version.checked) continue;
+    const bool is_patched = version.patch == PatchState::chosen;
+    target.insert(is_patched ? selection.table().patch_for(row) : row);
+  }
+  return target;
 }
 
-void check_state(const Selection& selection) {
+// What the plan comes to.
+std::set<RowId> outcome_of(const Selection& selection) {
+  const PackageTable& table = selection.table();
+  const auto& plan = selection.plan();
+  std::set<RowId> outcome(table.installed_rows().begin(), table.installed_rows().end());
+  for (const auto* package : plan.removed) outcome.erase(table.row_of(*package));
+  for (const auto& replaced : plan.replaced) outcome.erase(table.row_of(*replaced.old_level));
+  for (const auto& kept : plan.kept_levels) outcome.insert(table.row_of(*kept.package));
+  for (const auto& install : plan.installs) outcome.insert(table.row_of(*install.package));
+  return outcome;
+}
+
+void check_rows(const Selection& selection) {
   const PackageTable& table = selection.table();
   for (RowId row = 0; row < selection.rows().size(); ++row) {
     const VersionRow& version = selection.row(row);
-    require(version.checked || version.referenced_by.empty(), "only ticks have causes");
+    require(selection.wanted(row) || version.referenced_by.empty(), "only ticks have causes");
     require(!version.checked || table.choosable(row), "only what can be chosen is ticked");
     for (const RowId referrer : version.referenced_by) {
-      require(selection.row(referrer).checked, "the cause of a tick is ticked");
-      require(references(table, referrer, row), "the cause of a tick references it");
+      require(selection.wanted(referrer), "the cause of a tick is wanted");
     }
-    const bool has_patch = version.installed && table.patch_for(row) != packages_ui::kNoRow;
-    require((version.patch != PatchState::none) == has_patch, "patches are of installed versions");
+    const bool has_patch =
+        version.installed && version.checked && table.patch_for(row) != packages_ui::kNoRow;
+    require(version.patch == PatchState::none || has_patch, "patches are of installed versions");
   }
   for (PackageId package = 0; package < table.package_count(); ++package) {
     (void)selection.package_check(package);
   }
+}
+
+void check_state(const Selection& selection) {
+  check_rows(selection);
+  require(selection.plan().kept.empty(), "nothing is unticked that would not go");
+  require(target_of(selection) == outcome_of(selection), "ticks tell the truth");
 
   const auto changes = packages_ui::pending_changes(selection);
-  for (const RowId row : changes.uninstall) {
-    require(selection.row(row).installed && !selection.row(row).checked, "an uninstall");
-  }
-  for (const RowId row : changes.install) {
-    require(!selection.row(row).installed && selection.row(row).checked, "an install");
-  }
   std::set<std::pair<std::string, int>> once;
-  for (const auto& request : packages_ui::requests(selection)) {
+  for (const auto& request : packages_ui::pending_actions(selection)) {
     require(once.insert(request).second, "no request is made twice");
   }
   require(changes.empty() == once.empty(), "what is pending is requested");
-}
-
-// The ticked rows that rows which went used, directly or through each other, and no other uses.
-std::set<std::wstring> unused_after(const PackageTable& table, const State& before,
-                                    const State& after) {
-  std::set<RowId> unused;
-  const auto is_gone = [&](RowId row) {
-    return unused.count(row) != 0 || (before[row].checked && !after[row].checked);
-  };
-  for (bool grown = true; grown;) {
-    grown = false;
-    for (RowId row = 0; row < after.size(); ++row) {
-      if (!after[row].checked || unused.count(row) != 0) continue;
-      bool was_used = false;
-      bool is_used = false;
-      for (RowId user = 0; user < after.size(); ++user) {
-        if (!references(table, user, row)) continue;
-        was_used |= is_gone(user);
-        is_used |= after[user].checked && unused.count(user) == 0;
-      }
-      if (was_used && !is_used) grown |= unused.insert(row).second;
-    }
-  }
-  std::set<std::wstring> texts;
-  for (const RowId row : unused) texts.insert(table.text(row));
-  return texts;
-}
-
-void check_untick(const User& user, const PackageTable& table, const State& before,
-                  const State& after) {
-  if (user.refused) {
-    require(same(before, after), "who is refused changes nothing");
-    return;
-  }
-  const bool any_gone = [&] {
-    for (RowId row = 0; row < after.size(); ++row) {
-      if (before[row].checked && !after[row].checked) return true;
-    }
-    return false;
-  }();
-  const State& removed = user.unused ? user.removed : after;
-  const auto expected = any_gone ? unused_after(table, before, removed) : std::set<std::wstring>();
-  require(user.unused.value_or(std::set<std::wstring>()) == expected,
-          "the user is asked about what is used no more, and nothing else");
 }
 
 void act(FuzzedDataProvider& bytes, User& user, Selection& selection, const State& at_first) {
@@ -202,22 +174,19 @@ void act(FuzzedDataProvider& bytes, User& user, Selection& selection, const Stat
   const auto row =
       static_cast<RowId>(bytes.ConsumeIntegralInRange<std::size_t>(0, selection.rows().size() - 1));
   user.refused = false;
-  user.unused.reset();
   user.changes = 0;
   if (action < 9) {
+    const bool was_wanted = selection.wanted(row);
     selection.toggle_version(row);
-    if (before[row].checked) {
-      check_untick(user, table, before, user.state());
-      require(user.refused || !selection.row(row).checked, "what is unticked is not ticked");
-    } else {
-      require(selection.row(row).checked == table.choosable(row), "what is ticked is ticked");
+    if (user.refused) {
+      require(same(before, user.state()), "who is refused changes nothing");
+    } else if (!was_wanted) {
+      require(selection.wanted(row) == table.choosable(row), "what is ticked is ticked");
     }
   } else if (action < 12) {
     selection.toggle_package(table.package_of(row));
   } else if (action == 12) {
     selection.tick(row);
-    require(selection.row(row).checked == table.choosable(row), "what is ticked is ticked");
-    require(selection.row(row).referenced_by.empty(), "a tick of the user has no cause");
   } else if (action == 13) {
     selection.choose_patch(row);
     require(selection.row(row).patch != PatchState::available, "a patch is chosen");
@@ -232,7 +201,9 @@ void act(FuzzedDataProvider& bytes, User& user, Selection& selection, const Stat
     const std::string identity = any_reference(bytes);
     selection.preselect({&identity, 1});
     const RowId best = table.find_best(identity);
-    require(best == packages_ui::kNoRow || selection.row(best).checked, "a wish is ticked");
+    require(best == packages_ui::kNoRow || !table.choosable(best) || selection.wanted(best) ||
+                table.version(best).installed,
+            "a wish is ticked");
   }
   check_state(selection);
   require(same(before, user.state()) || user.changes > 0, "a change is told");

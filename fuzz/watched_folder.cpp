@@ -5,10 +5,10 @@
 #include <iterator>
 #include <set>
 
-#include "app/options.h"
+#include "app/options/options.h"
+#include "tests/memory_store.h"
 
 #include "fuzz/input.h"
-#include "fuzz/memory_store.h"
 
 namespace zendro::fuzz {
 namespace {
@@ -54,8 +54,8 @@ WatchedFolder::WatchedFolder() {
   write_bytes(folder_ / "outside/sub/file", "precious");
   setenv("ZENDRO_COMMON_APPDATA", (folder_ / "base").c_str(), 1);
   app::create_default_settings();
-  options_ = {{app::option::store_bootstrap_url, std::string(kStoreAddress) + "bootstrap"},
-              {app::option::telemetry_url, std::string(kStoreAddress) + "telemetry"}};
+  options_ = {{app::option::store_bootstrap_url, std::string(tests::kStoreAddress) + "bootstrap"},
+              {app::option::telemetry_url, std::string(tests::kStoreAddress) + "telemetry"}};
   app::set_type(options_, "xsd");
   outside_ = contents_of(folder_ / "outside");
   reset();

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "framework/json.h"
+#include "framework/text/json.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::fuzz {
@@ -23,7 +23,7 @@ class WatchedFolder {
   void check() const;
 
   /// The options of a manager of schema packages with the usual folders; its store is at
-  /// kStoreAddress.
+  /// tests::kStoreAddress.
   [[nodiscard]] const boost::json::object& options() const { return options_; }
   /// A file of the cache root, and a place for files of the target's own.
   [[nodiscard]] std::filesystem::path cache_file(const std::string& name) const;

@@ -3,19 +3,9 @@
 #include <algorithm>
 
 #include "msg/message_table.h"
+#include "msg/shown.h"
 
 namespace zendro::msg {
-namespace {
-
-bool is_control(wchar_t c) {
-  return c < L' ' || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
-}
-
-void append_value(std::wstring& out, std::wstring_view value) {
-  for (const wchar_t c : value) out += is_control(c) ? L' ' : c;
-}
-
-}  // namespace
 
 std::wstring fill(std::wstring_view text, const Arguments& arguments) {
   std::wstring out;
@@ -35,7 +25,7 @@ std::wstring fill(std::wstring_view text, const Arguments& arguments) {
       out += text.front();
       text.remove_prefix(1);
     } else {
-      append_value(out, argument->second);
+      out += shown(argument->second);
       text.remove_prefix(close + 1);
     }
   }

@@ -7,9 +7,9 @@
 
 #include "msg/format.h"
 #include "msg/local_time.h"
+#include "msg/shown.h"
 
 namespace zendro::msg {
-namespace {
 
 std::wstring date_string(std::int64_t time) {
   const std::tm local = local_time(time);
@@ -21,8 +21,6 @@ std::wstring date_string(std::int64_t time) {
       static_cast<unsigned>(local.tm_min), static_cast<unsigned>(local.tm_sec));
   return {text, static_cast<std::size_t>(std::max(length, 0))};
 }
-
-}  // namespace
 
 Logger::Logger(std::wstring prefix_format, int threshold)
     : prefix_format_(std::move(prefix_format)), threshold_(threshold) {}
@@ -74,7 +72,7 @@ void Logger::deliver(const Handlers& handlers, std::wstring_view kind,
   const auto time = static_cast<std::int64_t>(std::time(nullptr));
   std::wstring line =
       fill(prefix_format_, {{L"datestring", date_string(time)}, {L"logkind", std::wstring(kind)}});
-  line += text;
+  line = shown(line.append(text));
   for (const std::shared_ptr<LogHandler>& handler : handlers)
     handler->handle_line(time, kind, line);
 }

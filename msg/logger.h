@@ -12,6 +12,9 @@
 
 namespace zendro::msg {
 
+/// A time in seconds since 1970-01-01T00:00:00Z as lines have it: "2024-05-07T14:03:59", local.
+std::wstring date_string(std::int64_t time);
+
 inline constexpr int kLevelDetail = 10;
 inline constexpr int kLevelProgress = 30;
 /// The kind of every line of the package core.
@@ -22,8 +25,8 @@ inline constexpr std::wstring_view kPrefixFormat = L"{datestring} {logkind} ";
 class LogHandler {
  public:
   virtual ~LogHandler() = default;
-  /// Receives one finished line without a line end. Runs on the logging thread.
-  /// `time` is in seconds since 1970-01-01T00:00:00Z.
+  /// Receives one finished line as shown() shows it, without a line end. Runs on the logging
+  /// thread. `time` is in seconds since 1970-01-01T00:00:00Z.
   virtual void handle_line(std::int64_t time, std::wstring_view kind, std::wstring_view line) = 0;
 };
 

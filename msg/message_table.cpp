@@ -31,10 +31,6 @@ std::wstring_view entry(const std::array<const wchar_t*, size>& table, int code)
 constexpr std::array<std::wstring_view, 5> kParameterRoles = {L"location", L"main", L"hint",
                                                               L"subParam", L""};
 
-// Singular and plural of schemas, then of taxonomies.
-constexpr std::array<std::wstring_view, 4> kTypeLabels = {L"XML Schema", L"XML Schemas",
-                                                          L"XBRL Taxonomy", L"XBRL Taxonomies"};
-
 }  // namespace
 
 std::wstring_view message_identifier(int code) { return entry(kIdentifiers, code); }
@@ -44,12 +40,6 @@ std::wstring_view message_text(int code) { return entry(kTexts, code); }
 std::wstring_view parameter_role(int role) {
   const bool known = role >= 0 && role < static_cast<int>(kParameterRoles.size());
   return known ? kParameterRoles[static_cast<std::size_t>(role)] : kParameterRoles.back();
-}
-
-std::wstring_view type_label(std::string_view type, bool plural) {
-  if (type == "xsd") return kTypeLabels[plural ? 1 : 0];
-  if (type == "xbrl") return kTypeLabels[plural ? 3 : 2];
-  return {};
 }
 
 }  // namespace zendro::msg

@@ -21,7 +21,4 @@ std::wstring_view message_text(int code);
 /// every other number.
 std::wstring_view parameter_role(int role);
 
-/// The label of a package type ("xsd", "xbrl") in singular or plural; empty for any other word.
-std::wstring_view type_label(std::string_view type, bool plural);
-
 }  // namespace zendro::msg

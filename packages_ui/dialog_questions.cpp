@@ -3,40 +3,44 @@
 #include <algorithm>
 #include <vector>
 
-#include <wx/msgdlg.h>
-
-#include "packages_ui/ui_messages.h"
+#include "msg/shown.h"
+#include "packages_ui/native_box.h"
+#include "packages_ui/selection/shown_text.h"
+#include "packages_ui/selection/ui_messages.h"
 
 namespace zendro::packages_ui {
 namespace {
 
-// A box must not grow taller than the screen.
-constexpr std::size_t kListedPackages = 20;
+// A message box must not become taller than the screen.
+constexpr std::size_t kMostListedPackages = 20;
+constexpr std::size_t kLongestListedName = 100;  // in characters
 
 wxString text_of(UiCode code) { return wxString(ui_message(code)); }
 
 wxString text_with(UiCode code, std::span<const std::wstring> packages) {
-  std::vector<std::wstring> listed(packages.begin(),
-                                   packages.begin() + std::min(packages.size(), kListedPackages));
-  if (packages.size() > kListedPackages) listed.push_back(L"...");
-  return wxString(ui_message_with_packages(code, listed, L"", L"\n"));
+  std::vector<std::wstring> listed(
+      packages.begin(), packages.begin() + std::min(packages.size(), kMostListedPackages));
+  for (std::wstring& package : listed) package = msg::shown(package, kLongestListedName);
+  if (packages.size() > kMostListedPackages) listed.push_back(L"...");
+  return wxString(boxed(ui_message_with_packages(code, listed, L"", L"\n")));
 }
 
 bool confirmed(wxWindow* parent, const wxString& text, long icon) {
-  wxMessageDialog box(parent, text, text_of(UiCode::PackageUIUninstallDependenciesCaption),
-                      wxOK | wxCANCEL | wxCENTRE | icon);
-  return box.ShowModal() == wxID_OK;
+  const auto box =
+      make_message_box(parent, text, text_of(UiCode::PackageUIUninstallDependenciesCaption),
+                       wxOK | wxCANCEL | wxCENTRE | icon);
+  return box->ShowModal() == wxID_OK;
 }
 
 }  // namespace
 
 VersionsAnswer DialogQuestions::latest_all_cancel() {
-  wxMessageDialog box(parent_, text_of(UiCode::PackageUIMultipleVersionsText),
-                      text_of(UiCode::PackageUIMultipleVersionsCaption),
-                      wxYES_NO | wxCANCEL | wxCENTRE | wxICON_QUESTION);
-  box.SetYesNoLabels(text_of(UiCode::PackageUIMultipleVersionsLatest),
-                     text_of(UiCode::PackageUIMultipleVersionsAll));
-  switch (box.ShowModal()) {
+  const auto box = make_message_box(parent_, text_of(UiCode::PackageUIMultipleVersionsText),
+                                    text_of(UiCode::PackageUIMultipleVersionsCaption),
+                                    wxYES_NO | wxCANCEL | wxCENTRE | wxICON_QUESTION);
+  box->SetYesNoLabels(text_of(UiCode::PackageUIMultipleVersionsLatest),
+                      text_of(UiCode::PackageUIMultipleVersionsAll));
+  switch (box->ShowModal()) {
     case wxID_YES:
       return VersionsAnswer::latest;
     case wxID_NO:

@@ -3,7 +3,7 @@
 
 #include <wx/window.h>
 
-#include "packages_ui/questions.h"
+#include "packages_ui/selection/questions.h"
 
 namespace zendro::packages_ui {
 

@@ -5,10 +5,10 @@
 
 namespace zendro::packages_ui {
 
-/// Appends to a multi-line text; the cursor, what is selected and what is in sight stay.
+/// Appends to a multi-line text without moving the cursor, the selection or the view.
 void append_quietly(wxTextCtrl& control, const wxString& text);
-/// Appends to a multi-line text and scrolls until its last line is in sight, perhaps some time
-/// later; what is selected stays.
+/// Appends to a multi-line text and scrolls to its last line, perhaps after returning. The
+/// selection stays.
 void append_and_follow(wxTextCtrl& control, const wxString& text);
 
 /// Whether its last line, or the one before, is in sight now.

@@ -19,7 +19,7 @@ void append_quietly(wxTextCtrl& control, const wxString& text) {
   gtk_text_buffer_insert(buffer, &end, bytes.data(), static_cast<int>(bytes.length()));
 }
 
-// The cursor at the end is what makes the view follow once it knows how high its lines are.
+// GTK measures new lines later on. With the cursor at the end it scrolls again when it has.
 void append_and_follow(wxTextCtrl& control, const wxString& text) {
   long selected_from = 0;
   long selected_to = 0;

@@ -12,7 +12,7 @@ LRESULT tell(const wxTextCtrl& control, UINT message, WPARAM first = 0, LPARAM s
   return SendMessageW(control.GetHWND(), message, first, second);
 }
 
-// Keeps a control from drawing what is undone at once.
+// Keeps a control from drawing states that last for a moment only.
 class WithoutDrawing {
  public:
   explicit WithoutDrawing(const wxTextCtrl& control) : control_(control) {
@@ -55,7 +55,7 @@ bool shows_end(const wxTextCtrl& control) {
   SCROLLINFO lines = {};
   lines.cbSize = sizeof lines;
   lines.fMask = SIF_ALL;
-  // There is none while everything is in sight.
+  // There is no scroll bar while everything is in sight.
   if (!GetScrollInfo(control.GetHWND(), SB_VERT, &lines)) return true;
   return lines.nPos + static_cast<int>(lines.nPage) >= lines.nMax;
 }

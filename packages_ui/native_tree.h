@@ -1,7 +1,7 @@
 // The tree control of the system below the toolkit's data view control.
 //
-// The toolkit answers many a question for a row by searching through the rows, so that tens of
-// thousands of packages cost seconds to show or to expand. Here they do not. Window thread only.
+// The toolkit often searches through all rows to find one, so that showing or expanding tens of
+// thousands of packages takes it seconds. These functions avoid the searches. Window thread only.
 #pragma once
 
 #include <optional>
@@ -10,8 +10,8 @@
 
 #include <wx/dataview.h>
 
-#include "packages_ui/grid_rows.h"
 #include "packages_ui/packages_viewbase.h"
+#include "packages_ui/selection/grid_rows.h"
 
 namespace zendro::packages_ui::native_tree {
 
@@ -19,8 +19,9 @@ namespace zendro::packages_ui::native_tree {
 void show(wxDataViewCtrl& control, PackagesViewbase& view, GridRows rows);
 void show_nothing(wxDataViewCtrl& control);
 
-/// Expands those of the `changed` package rows that are in `expanded` and collapses the others, as
-/// far as they are shown, without events. `expanded` holds all that are expanded from now on.
+/// Expands the `changed` package rows that are in `expanded` and collapses the other changed ones,
+/// without events. Rows that are not shown are left out. `expanded` holds all that are expanded
+/// from now on.
 void set_expanded(wxDataViewCtrl& control, std::span<const PackageId> changed,
                   const std::set<PackageId>& expanded);
 
@@ -35,12 +36,12 @@ void scroll_to_top(wxDataViewCtrl& control, const wxDataViewItem& item);
 wxRect rect_of(const wxDataViewCtrl& control, const wxDataViewItem& item,
                const wxDataViewColumn* column);
 
-/// Marks the header of a column as the one that the rows are sorted by, or takes the mark away.
+/// Marks the header of a column as the one that the rows are sorted by; nullopt removes the mark.
 void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending);
 
-/// Prepares a control whose columns are in place: assistive technology gets the name of the
-/// control, and the text and the box of every row, which the toolkit draws in `column`; letters are
-/// left to the program.
+/// Prepares a control whose columns have been added. Assistive technology gets `name` for the
+/// control and, for every row, the text and the box that are drawn in `column`. Typed letters go to
+/// the program, not to a search of the system's own.
 void set_up(wxDataViewCtrl& control, wxDataViewColumn& column, const char* name);
 
 }  // namespace zendro::packages_ui::native_tree

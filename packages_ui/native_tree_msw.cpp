@@ -6,12 +6,13 @@
 #include <wx/settings.h>
 
 #include "packages_ui/native_tree.h"
+#include "packages_ui/selection/grid_columns.h"
 
 namespace zendro::packages_ui::native_tree {
 namespace {
 
-// The toolkit's own control, which draws itself. It finds a row by walking over the packages before
-// it, which is quick for one row and much too slow for each of tens of thousands.
+// Here the toolkit's control draws itself. It finds a row by going through the packages before it,
+// which is quick for a few rows and much too slow for tens of thousands.
 constexpr std::size_t kFewRows = 200;
 
 PackagesViewbase* view_of(const wxDataViewCtrl& control) {
@@ -51,15 +52,15 @@ void expand_or_collapse(wxDataViewCtrl& control, std::span<const PackageId> pack
   }
 }
 
-// Shows all rows anew. Each package is added before those that are there already, so that it is the
-// first one when it is expanded, and found at once.
+// Shows all rows again, the last package first. Each package is added before the others, so that
+// the control finds it at once when it is expanded.
 void show_expanded(wxDataViewCtrl& control, PackagesViewbase& view,
                    const std::set<PackageId>& expanded) {
   const std::span<const PackageId> packages = view.rows().packages();
   view.set_top_level({});
   view.Cleared();
   for (std::size_t index = packages.size(); index-- > 0;) {
-    // With the one that it comes before, for the control to find its place.
+    // Together with its successor, by which the control finds where to insert it.
     view.set_top_level(packages.subspan(index, std::min<std::size_t>(2, packages.size() - index)));
     const wxDataViewItem item = PackagesViewbase::package_item(packages[index]);
     view.ItemAdded(wxDataViewItem(), item);
@@ -102,13 +103,10 @@ class Accessible : public wxDataViewCtrlAccessible {
     if (status != wxACC_OK || child == wxACC_SELF || view == nullptr) return status;
     const wxDataViewItem item = item_of_row(*control_, static_cast<unsigned>(child - 1));
     if (!item.IsOk()) return status;
-    wxVariant value;
-    view->GetValue(value, item, PackagesViewbase::kPackage);
-    wxDataViewCheckIconText cell;
-    cell << value;
-    if (cell.GetCheckedState() == wxCHK_CHECKED) *state |= wxACC_STATE_SYSTEM_CHECKED;
-    if (cell.GetCheckedState() == wxCHK_UNDETERMINED) *state |= wxACC_STATE_SYSTEM_MIXED;
-    if (!view->IsEnabled(item, PackagesViewbase::kPackage)) {
+    const wxCheckBoxState box = view->box_cell(item).GetCheckedState();
+    if (box == wxCHK_CHECKED) *state |= wxACC_STATE_SYSTEM_CHECKED;
+    if (box == wxCHK_UNDETERMINED) *state |= wxACC_STATE_SYSTEM_MIXED;
+    if (!view->IsEnabled(item, number_of(kBoxColumn))) {
       *state |= wxACC_STATE_SYSTEM_UNAVAILABLE;
     }
     return status;
@@ -128,7 +126,7 @@ void show(wxDataViewCtrl& control, PackagesViewbase& view, GridRows rows) {
   } else {
     control.AssociateModel(&view);
   }
-  // The keys start from there; the toolkit sees to it only when the control gets the keyboard.
+  // Keys move from the current row. The toolkit sets one only when the control gets the focus.
   if (control.GetMainWindow()->HasFocus() && !view.rows().packages().empty()) {
     control.SetCurrentItem(PackagesViewbase::package_item(view.rows().packages().front()));
   }
@@ -204,7 +202,7 @@ wxRect rect_of(const wxDataViewCtrl& control, const wxDataViewItem& item,
 }
 
 void mark_sorted(wxDataViewColumn& column, std::optional<bool> ascending) {
-  // The control then compares rows, which come out as they are.
+  // The control then sorts by Compare(), which keeps the order of the rows.
   if (ascending) {
     column.SetSortOrder(*ascending);
   } else if (column.IsSortKey()) {

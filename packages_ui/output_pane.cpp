@@ -2,14 +2,15 @@
 
 #include <utility>
 
+#include "msg/shown.h"
 #include "packages_ui/native_text.h"
 
 namespace zendro::packages_ui {
 namespace {
 
-// So many characters at a time take the control far less than what a user notices.
+// In characters. The control takes in so many without a delay that a user would notice.
 constexpr std::size_t kBatch = 64 << 10;
-// More lines than are in sight. Some controls measure every line before they show the first one.
+// More than fits the pane, and little, since some controls measure all lines before they show one.
 constexpr std::size_t kFirstBatch = 16 << 10;
 
 // Takes whole lines off the front of the text, up to the first one that reaches `limit`.
@@ -22,10 +23,7 @@ std::wstring take_lines(std::wstring& text, std::size_t limit) {
 }
 
 // The control breaks lines at "\n" and writes it as the system does.
-wxString control_text(std::wstring text) {
-  std::erase(text, L'\r');
-  return wxString(text);
-}
+wxString control_text(std::wstring_view text) { return wxString(msg::shown_lines(text)); }
 
 }  // namespace
 
@@ -53,7 +51,7 @@ void OutputPane::replace(std::wstring text) {
 
 void OutputPane::flush(std::size_t limit) {
   if (!rest_.empty()) {
-    // Its beginning is what is read first.
+    // The user reads its beginning, so the view stays there.
     append_quietly(*control_, control_text(take_lines(rest_, limit)));
   }
   if (rest_.empty()) {
@@ -75,7 +73,7 @@ void OutputPane::show_lines(std::size_t limit) {
   if (!at_line_start_) lines.insert(0, 1, L'\n');
   at_line_start_ = true;
 
-  const wxString text = control_text(std::move(lines));
+  const wxString text = control_text(lines);
   if (follows_newest_line()) {
     append_and_follow(*control_, text);
   } else {

@@ -24,8 +24,8 @@ class OutputPane {
   void append_line(std::wstring_view line);
 
   // On the window thread:
-  /// Replaces the text and shows its beginning; what is long is completed soon. Lines that were
-  /// appended but are not shown yet come below it.
+  /// Replaces the text and shows its beginning; the rest of a long text follows soon. Appended
+  /// lines that are not shown yet come below it.
   void replace(std::wstring text);
   void clear() { replace({}); }
   /// Shows at once what has been appended so far.
@@ -39,8 +39,8 @@ class OutputPane {
   wxTextCtrl* control_;
   bool at_line_start_ = true;
   bool following_ = true;
-  int scroll_position_ = 0;  ///< when the newest line was last looked for
-  std::wstring rest_;        ///< of the text, not shown yet
+  int scroll_position_ = 0;  ///< at the last call of follows_newest_line()
+  std::wstring rest_;        ///< the part of a replaced text that is not shown yet
   std::mutex mutex_;
   std::wstring pending_;  ///< guarded by mutex_
   PacedAction flush_;

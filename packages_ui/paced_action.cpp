@@ -7,9 +7,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Fast enough to look immediate. Posted actions are all run before the toolkit turns to keys and
-// mouse, so without a pause a busy thread would keep it from them.
-constexpr std::chrono::milliseconds kPause(40);
+// Short enough to look immediate. The toolkit runs all posted actions before it handles keys and
+// mouse, so without a pause a busy thread would block those.
+constexpr std::chrono::milliseconds kBetweenRuns(40);
 
 }  // namespace
 
@@ -34,9 +34,9 @@ void PacedAction::run_when_due() {
 
 void PacedAction::run() {
   timer_.Stop();
-  requested_ = false;  // first: what is asked for from here on may have come too late for this run
+  requested_ = false;  // before the action, which may miss what is requested from here on
   action_();
-  next_run_ = Clock::now() + kPause;
+  next_run_ = Clock::now() + kBetweenRuns;
 }
 
 }  // namespace zendro::packages_ui

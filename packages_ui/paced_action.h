@@ -1,7 +1,7 @@
-// An action of the window thread that other threads ask for as often as they like.
+// An action on the window thread that other threads may request as often as they like.
 //
 // However many requests come, at most one waits in the queue of the window thread, and between two
-// runs the window has time for its user.
+// runs the window has time to react to its user.
 #pragma once
 
 #include <atomic>
@@ -23,7 +23,7 @@ class PacedAction {
 
   /// Has the action run soon: once for all requests until then. Thread-safe.
   void request();
-  /// Runs the action at once, also for the requests so far. Window thread only.
+  /// Runs the action at once, which also serves the requests so far. Window thread only.
   void run();
 
  private:

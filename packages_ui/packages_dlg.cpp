@@ -7,7 +7,6 @@
 
 #include <wx/animate.h>
 #include <wx/button.h>
-#include <wx/iconbndl.h>
 #include <wx/mstream.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
@@ -15,15 +14,16 @@
 #include <wx/xml/xml.h>
 #include <wx/xrc/xmlres.h>
 
-#include "msg/utf.h"
-#include "packages_ui/button_states.h"
+#include "framework/system/system_error.h"
+#include "msg/shown.h"
 #include "packages_ui/dialog_questions.h"
 #include "packages_ui/embedded_files.h"
 #include "packages_ui/native_text.h"
-#include "packages_ui/pending_changes.h"
 #include "packages_ui/pictures.h"
-#include "packages_ui/shown_text.h"
-#include "packages_ui/ui_messages.h"
+#include "packages_ui/selection/button_states.h"
+#include "packages_ui/selection/pending_changes.h"
+#include "packages_ui/selection/shown_text.h"
+#include "packages_ui/selection/ui_messages.h"
 #include "packages_ui/window_placement.h"
 
 namespace zendro::packages_ui {
@@ -33,7 +33,6 @@ constexpr char kFormName[] = "IDD_PACKAGESUI_PACKAGESDLG";
 // In device-independent pixels.
 constexpr int kInitialWidth = 960;
 constexpr int kInitialHeight = 760;
-constexpr int kIconSize = 32;
 constexpr int kFormBorder = 8;
 
 // Makes the form known to the toolkit, with the numbers of its controls. Once per process.
@@ -56,21 +55,11 @@ void register_form() {
   }
 }
 
-// For the caption, the switcher of windows and the bar of tasks, with coarse pixels and fine ones.
-wxIconBundle icons() {
-  const wxBitmapBundle drawing = picture("PackageManager_cmd", kIconSize);
-  wxIconBundle icons;
-  for (const int size : {16, 20, 24, 32, 40, 48, 64}) {
-    icons.AddIcon(drawing.GetIcon(wxSize(size, size)));
-  }
-  return icons;
-}
-
 }  // namespace
 
-class PackagesDlg::LogHandler : public msg::LogHandler {
+class PackagesDlg::PaneLog : public msg::LogHandler {
  public:
-  explicit LogHandler(PackagesDlg* dialog) : dialog_(dialog) {}
+  explicit PaneLog(PackagesDlg* dialog) : dialog_(dialog) {}
   void handle_line(std::int64_t, std::wstring_view, std::wstring_view line) override {
     dialog_->pane_->append_line(line);
   }
@@ -81,18 +70,19 @@ class PackagesDlg::LogHandler : public msg::LogHandler {
 
 PackagesDlg::PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
                          std::shared_ptr<framework::ActionPoster> window_thread,
-                         std::vector<std::string> preselection, std::filesystem::path state_file)
+                         Preselection preselection, std::filesystem::path state_file)
     : cache_(std::move(cache)),
       preselection_(std::move(preselection)),
       state_file_(std::move(state_file)),
       state_(state_file_.empty() ? std::nullopt : read_window_state(state_file_)),
       questions_(std::make_unique<DialogQuestions>(this)),
-      operations_(std::make_unique<Operations>(
-          cache_, std::make_shared<LogHandler>(this),
+      work_(std::make_unique<BackgroundWork>(
+          cache_, std::make_shared<PaneLog>(this),
           [this](std::wstring_view text) { pane_->append_line(text); },
-          [this](const pkg::progress_t& progress) { progress_->report(progress); })),
-      // Read while the controls are made; on this thread later on where there is no other.
-      cached_(std::async([this] { return operations_->load_cached(); })) {
+          [this](const pkg::progress_t& progress) { progress_->report(progress); },
+          [this](const std::optional<pkg::waiting_t>& waiting) { show_wait(waiting); })),
+      // Runs while the controls are made. Where no thread can be made, get() runs it later.
+      cached_(std::async([this] { return work_->load_cached_at_once(); })) {
   register_form();
   load_form(parent);
   post_ = post_to_window(*this, alive_, std::move(window_thread));
@@ -110,6 +100,7 @@ void PackagesDlg::load_form(wxWindow* parent) {
   if (!wxXmlResource::Get()->LoadDialog(this, parent, kFormName)) {
     throw std::runtime_error("The form of the window cannot be read.");
   }
+  if (GetHandle() == nullptr) throw std::runtime_error("The system refuses a window.");
   SetAffirmativeId(kIdApply);
   SetEscapeId(kIdClose);
 }
@@ -132,8 +123,9 @@ void PackagesDlg::create_controls() {
   place_window(*this, *grid_, state_, wxSize(kInitialWidth, kInitialHeight));
 }
 
-// Puts a control that is ours to make into the empty place that the form has for it. It becomes a
-// child of the window itself like those that the form makes, for other programs to find by number.
+// Puts a control that the form cannot make into the place that the form keeps free for it. It
+// becomes a child of the window itself, where other programs find it by its number like the other
+// controls.
 void PackagesDlg::put_in_place(const char* name, wxWindow* control) {
   wxWindow* place = FindWindowByName(wxString(name) + "_container", this);
   control->SetName(name);
@@ -161,27 +153,27 @@ void PackagesDlg::bind_events() {
 
 void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
   event.Skip();
-  SetIcons(icons());
-  SetTitle(wxString(ui_message(cache_->type() == "xbrl" ? UiCode::PackageUICaptionTaxonomy
-                                                        : UiCode::PackageUICaptionSchema)));
+  SetIcons(program_icons());
+  SetTitle(wxString(window_caption(cache_->type())));
   pane_->clear();
   pane_->append_line(ui_message(UiCode::PackageUIUpdating));
   start(
       [this, post = post_] {
-        // What is known already can be looked at while the store is asked for news.
+        // The user can look at the lists on disk while they are brought up to date.
         const auto cached = std::make_shared<LoadedPackages>(cached_.get());
+        if (!cached->table) *cached = work_->load_cached();
         if (cached->complete) {
           post([this, cached] {
             provisional_ = true;
             show_loaded(std::move(cached->table));
           });
         }
-        return operations_->update_and_load();
+        return work_->update_and_load(preselection_.package_file);
       },
       [this](LoadedPackages loaded) {
         provisional_ = false;
         if (!loaded.table) return;
-        show_loaded(std::move(loaded.table), preselection_);
+        show_loaded(std::move(loaded.table), preselection_.identities);
         if (loaded.complete || !pending_changes(*selection_).empty()) {
           pane_->append_line(summary());
         }
@@ -190,12 +182,14 @@ void PackagesDlg::OnInitDialog(wxInitDialogEvent& event) {
 
 void PackagesDlg::OnOK() {
   if (!idle_ || selection_ == nullptr) return;
-  const std::vector<pkg::filter_action_t> pairs = requests(*selection_);
+  const std::vector<pkg::filter_action> pairs = pending_actions(*selection_);
   if (pairs.empty()) return;
   pane_->clear();
-  start([this, pairs] { return operations_->apply_and_load(pairs); },
-        [this](LoadedPackages loaded) {
-          if (loaded.table) show_loaded(std::move(loaded.table));
+  start([this, pairs] { return work_->apply_and_load(pairs); },
+        [this, wishes = selection_->wishes()](LoadedPackages loaded) {
+          if (!loaded.table) return;
+          // After a failure the user still wants what was not done.
+          show_loaded(std::move(loaded.table), {}, loaded.succeeded ? Wishes() : wishes);
         });
 }
 
@@ -205,7 +199,7 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
   set_idle(false);
   disable_buttons();
   try {
-    worker_.start(
+    thread_ = std::jthread(
         [this, operation = std::move(operation), completion = std::move(completion), post = post_] {
           // Shared, because a posted action is copied and a table is not.
           const auto loaded = std::make_shared<LoadedPackages>(operation());
@@ -218,16 +212,26 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
           });
         });
   } catch (const std::system_error& error) {
-    pane_->append_line(msg::to_wide(error.what()));
+    pane_->append_line(msg::shown(framework::exception_text(error)));
     set_idle(true);
     update_buttons();
   }
 }
 
+// On the thread of the operation.
+void PackagesDlg::show_wait(const std::optional<pkg::waiting_t>& waiting) {
+  if (waiting) {
+    pane_->append_line(waiting_text(*waiting));
+    pane_->append_line(ui_message(UiCode::PackageUIWaitingMayClose));
+  }
+  post_([this, can_close = waiting.has_value()] { enable(kIdClose, can_close); });
+}
+
 void PackagesDlg::show_loaded(std::unique_ptr<PackageTable> table,
-                              const std::vector<std::string>& preselection) {
+                              const std::vector<std::string>& preselection, const Wishes& wishes) {
   filling_ = true;
   auto selection = std::make_unique<Selection>(std::move(table), *questions_, *this);
+  selection->restore(wishes);
   if (!preselection.empty()) selection->preselect(preselection);
   grid_->show(*selection);
   selection_ = std::move(selection);
@@ -235,13 +239,13 @@ void PackagesDlg::show_loaded(std::unique_ptr<PackageTable> table,
 }
 
 void PackagesDlg::OnClose(wxCloseEvent& event) {
-  if (!idle_ && event.CanVeto()) {
+  if (!idle_ && event.CanVeto() && !cache_->stop_waiting()) {
     event.Veto();
     return;
   }
   if (!state_file_.empty()) {
-    // Where it cannot be kept, the window opens as before; the user need not hear of that.
-    write_window_state(state_file_, window_state(*this, *grid_, state_));
+    // A failure only means that the window opens as it did last time, so it is not reported.
+    write_window_state(state_file_, current_window_state(*this, *grid_, state_));
   }
   if (IsModal()) {
     EndModal(kIdClose);
@@ -265,7 +269,7 @@ void PackagesDlg::OnCharHook(wxKeyEvent& event) {
     }
     if (grid_has_focus()) {
       if (key == WXK_SPACE) {
-        // The change may ask a question, which must not happen while a key is under way.
+        // The change may open a message box, which must not happen inside the key's event.
         CallAfter([this] { grid_->toggle_current(); });
         return;
       }
@@ -287,7 +291,7 @@ void PackagesDlg::selection_changed() {
 }
 
 void PackagesDlg::report(const msg::Message& message) {
-  // What is still wrong after the update is said then.
+  // The packages are read again after the update; what is still wrong then is reported then.
   if (!provisional_) pane_->append_line(shown_text(message));
 }
 
@@ -306,7 +310,8 @@ void PackagesDlg::disable_buttons() {
   for (const int id : {kIdApply, kIdClose, kIdReset, kIdClear, kIdPatch}) enable(id, false);
 }
 
-// The keyboard goes from a button that is disabled to the grid, not to whatever button is next.
+// When the button with the keyboard focus is disabled, the focus goes to the grid. The toolkit
+// would move it to the next button.
 void PackagesDlg::enable(int id, bool enabled) {
   wxWindow* button = FindWindow(id);
   if (!enabled && button->HasFocus()) grid_->SetFocus();

@@ -11,24 +11,25 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <wx/dialog.h>
 
-#include "framework/action_poster.h"
+#include "framework/system/action_poster.h"
 #include "msg/logger.h"
-#include "packages_ui/operations.h"
 #include "packages_ui/output_pane.h"
 #include "packages_ui/paced_action.h"
 #include "packages_ui/packages_rel_disp.h"
-#include "packages_ui/parent_ui.h"
 #include "packages_ui/post_action.h"
 #include "packages_ui/progress_display.h"
-#include "packages_ui/questions.h"
 #include "packages_ui/search_field.h"
-#include "packages_ui/selection.h"
-#include "packages_ui/window_state.h"
-#include "packages_ui/worker.h"
+#include "packages_ui/selection/background_work.h"
+#include "packages_ui/selection/parent_ui.h"
+#include "packages_ui/selection/preselection.h"
+#include "packages_ui/selection/questions.h"
+#include "packages_ui/selection/selection.h"
+#include "packages_ui/selection/window_state.h"
 
 namespace zendro::packages_ui {
 
@@ -43,21 +44,21 @@ inline constexpr int kIdClose = 2;
 
 class PackagesDlg : public wxDialog, public ParentUI {
  public:
-  /// The cache's sinks are the dialog's from now on. `window_thread` posts to the thread that
-  /// makes the dialog. `preselection` holds identities to be ticked once the packages are known.
-  /// Size, place and columns are taken from `state_file` and kept there when the user closes the
-  /// dialog; an empty path keeps nothing.
+  /// From now on the dialog sets the sinks of the cache. `window_thread` posts to the thread that
+  /// makes the dialog. `preselection` is ticked once the packages are known.
+  /// Size, place and columns are read from `state_file` and written to it when the user closes the
+  /// dialog; with an empty path they are not kept.
   PackagesDlg(wxWindow* parent, std::shared_ptr<pkg::pkg_cache_t> cache,
-              std::shared_ptr<framework::ActionPoster> window_thread,
-              std::vector<std::string> preselection, std::filesystem::path state_file = {});
+              std::shared_ptr<framework::ActionPoster> window_thread, Preselection preselection,
+              std::filesystem::path state_file = {});
   ~PackagesDlg() override;
 
   /// Whether no operation runs.
   [[nodiscard]] bool idle() const { return idle_; }
 
  private:
-  /// Appends the lines of a run to the output pane.
-  class LogHandler;
+  /// Shows log lines in the output pane.
+  class PaneLog;
 
   void load_form(wxWindow* parent);
   void create_controls();
@@ -74,8 +75,9 @@ class PackagesDlg : public wxDialog, public ParentUI {
 
   void start(std::function<LoadedPackages()> operation,
              std::function<void(LoadedPackages)> completion);
+  void show_wait(const std::optional<pkg::waiting_t>& waiting);
   void show_loaded(std::unique_ptr<PackageTable> table,
-                   const std::vector<std::string>& preselection = {});
+                   const std::vector<std::string>& preselection = {}, const Wishes& wishes = {});
   void update_buttons();
   void disable_buttons();
   void enable(int id, bool enabled);
@@ -85,9 +87,9 @@ class PackagesDlg : public wxDialog, public ParentUI {
   [[nodiscard]] std::wstring summary() const;
 
   std::shared_ptr<pkg::pkg_cache_t> cache_;
-  std::vector<std::string> preselection_;
+  Preselection preselection_;
   std::filesystem::path state_file_;
-  std::optional<WindowState> state_;  ///< as it was kept
+  std::optional<WindowState> state_;  ///< as read from the file
   /// Posted actions hold this weakly: they run only while the dialog exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   PostAction post_;
@@ -98,12 +100,13 @@ class PackagesDlg : public wxDialog, public ParentUI {
   std::unique_ptr<OutputPane> pane_;
   std::unique_ptr<SelectionQuestions> questions_;
   std::unique_ptr<Selection> selection_;
-  std::unique_ptr<Operations> operations_;
+  std::unique_ptr<BackgroundWork> work_;
   std::future<LoadedPackages> cached_;  ///< what is known before the store is asked
   bool idle_ = false;
   bool provisional_ = false;  ///< the grid shows what was known before the store was asked
-  bool filling_ = false;  ///< the grid is being filled: changes of the selection are not the user's
-  Worker worker_;         ///< last, so that its work ends before anything that it uses
+  bool filling_ = false;      ///< a selection is being made: its changes are not the user's
+  /// The thread of the operation. Last, so that it ends before anything that it uses.
+  std::jthread thread_;
 };
 
 }  // namespace zendro::packages_ui

@@ -1,6 +1,5 @@
 #include "packages_ui/packages_rel_disp.h"
 
-#include <iterator>
 #include <utility>
 
 #include <wx/menu.h>
@@ -9,8 +8,10 @@
 #include <wx/wupdlock.h>
 
 #include "packages_ui/native_tree.h"
-#include "packages_ui/row_text.h"
-#include "packages_ui/ui_messages.h"
+#include "packages_ui/selection/grid_columns.h"
+#include "packages_ui/selection/row_text.h"
+#include "packages_ui/selection/shown_text.h"
+#include "packages_ui/selection/ui_messages.h"
 
 namespace zendro::packages_ui {
 namespace {
@@ -19,19 +20,15 @@ namespace {
 // this soon after a toggle, in milliseconds, belongs to it.
 constexpr int kDoubleClickTime = 600;
 
-// By column of the view.
-constexpr SortColumn kSortColumns[] = {SortColumn::name, SortColumn::title, SortColumn::state,
-                                       SortColumn::publisher};
-static_assert(std::size(kSortColumns) == PackagesViewbase::kColumnCount);
-
 constexpr int kSmallestRowHeight = 10;  // in device-independent pixels
 
-class Flag {
+// Sets a flag for as long as it lives.
+class ScopedFlag {
  public:
-  explicit Flag(bool& flag) : flag_(flag) { flag_ = true; }
-  ~Flag() { flag_ = false; }
-  Flag(const Flag&) = delete;
-  Flag& operator=(const Flag&) = delete;
+  explicit ScopedFlag(bool& flag) : flag_(flag) { flag_ = true; }
+  ~ScopedFlag() { flag_ = false; }
+  ScopedFlag(const ScopedFlag&) = delete;
+  ScopedFlag& operator=(const ScopedFlag&) = delete;
 
  private:
   bool& flag_;
@@ -45,7 +42,7 @@ PackagesRelDisp::PackagesRelDisp(wxWindow* parent, wxWindowID id,
                      wxDV_SINGLE | wxDV_ROW_LINES | wxBORDER_THEME),
       patch_caption_(std::move(patch_caption)) {
   add_columns();
-  native_tree::set_up(*this, *GetColumn(PackagesViewbase::kPackage), "Packages");
+  native_tree::set_up(*this, *GetColumn(number_of(kBoxColumn)), "Packages");
   bind_events();
 }
 
@@ -62,8 +59,8 @@ void PackagesRelDisp::bind_events() {
   });
   Bind(wxEVT_DATAVIEW_ITEM_ACTIVATED, &PackagesRelDisp::on_activated, this);
   Bind(wxEVT_DATAVIEW_COLUMN_HEADER_CLICK, [this](wxDataViewEvent& event) {
-    const auto column = kSortColumns[event.GetColumn()];
-    // The rows change, which must not happen inside the control's own handler.
+    const auto column = static_cast<GridColumn>(event.GetColumn());
+    // The rows are replaced, which must not happen inside the control's handler.
     CallAfter([this, column] { sort_by(column); });
   });
   Bind(wxEVT_DATAVIEW_ITEM_CONTEXT_MENU, [this](wxDataViewEvent&) { OwnPopupMenu(); });
@@ -76,32 +73,32 @@ void PackagesRelDisp::bind_events() {
     }
   });
   GetMainWindow()->Bind(wxEVT_CHAR, &PackagesRelDisp::on_char, this);
-  GetMainWindow()->Bind(wxEVT_MOTION, &PackagesRelDisp::update_datatip, this);
+  GetMainWindow()->Bind(wxEVT_MOTION, [this](wxMouseEvent& event) {
+    event.Skip();
+    update_datatip();
+  });
 }
 
 void PackagesRelDisp::add_columns() {
-  const auto caption = [](msg::Code code) {
-    wxString text(std::wstring(msg::message_text(static_cast<int>(code))));
-    return text.Left(1).Upper() + text.Mid(1);
-  };
-  const auto add = [this](const wxString& title, wxDataViewRenderer* renderer, unsigned column,
-                          int width) {
+  for (const ColumnDefinition& definition : grid_columns()) {
+    const bool has_box = definition.id == kBoxColumn;
+    wxDataViewRenderer* renderer = nullptr;
+    if (has_box) {
+      renderer = new wxDataViewCheckIconTextRenderer();
+    } else {
+      renderer = new wxDataViewTextRenderer();
+    }
     renderer->EnableEllipsize(wxELLIPSIZE_END);
-    auto* added = new wxDataViewColumn(title, renderer, column, FromDIP(width), wxALIGN_LEFT,
-                                       wxDATAVIEW_COL_RESIZABLE);
-    AppendColumn(added);
-    return added;
-  };
-  SetExpanderColumn(add(caption(msg::Code::label_name), new wxDataViewCheckIconTextRenderer(),
-                        PackagesViewbase::kPackage, 270));
-  add(caption(msg::Code::label_title), new wxDataViewTextRenderer(), PackagesViewbase::kTitle, 220);
-  add("State", new wxDataViewTextRenderer(), PackagesViewbase::kState, 210);
-  add(caption(msg::Code::label_publisher), new wxDataViewTextRenderer(),
-      PackagesViewbase::kPublisher, 150);
+    auto* column =
+        new wxDataViewColumn(wxString(definition.caption()), renderer, number_of(definition.id),
+                             FromDIP(definition.width), wxALIGN_LEFT, wxDATAVIEW_COL_RESIZABLE);
+    AppendColumn(column);
+    if (has_box) SetExpanderColumn(column);
+  }
 }
 
 void PackagesRelDisp::show(Selection& selection) {
-  const Place before = place();
+  const ViewPosition before = view_position();
   const std::optional<RowName> current = name_of(before.current);
   const std::optional<RowName> top = name_of(before.top);
   std::vector<std::string> expanded;
@@ -126,7 +123,7 @@ void PackagesRelDisp::show(Selection& selection) {
       new PackagesViewbase(selection, [this](const wxDataViewItem& item) {
         toggled_item_ = item;
         toggled_at_ = wxGetLocalTimeMillis();
-        // The change may ask a question, which must not happen inside the control's own handler.
+        // The change may open a message box, which must not happen inside the control's handler.
         CallAfter([this, item] { toggle(item); });
       }));
   native_tree::show_nothing(*this);
@@ -146,43 +143,42 @@ void PackagesRelDisp::show_nothing() {
 void PackagesRelDisp::set_filter(std::wstring text) {
   if (text == filter_text_) return;
   filter_text_ = std::move(text);
-  if (selection_ != nullptr) show_rows(place());
+  if (selection_ != nullptr) show_rows(view_position());
 }
 
-void PackagesRelDisp::sort_by(SortColumn column) {
+void PackagesRelDisp::sort_by(GridColumn column) {
   sort_order_ = next_order(sort_order_, column);
   if (selection_ == nullptr) return;
   order_ = sorted_packages(*selection_, sort_order_);
-  // The row under the cursor stays in sight rather than the one on top, which is now elsewhere.
-  show_rows({place().current, {}});
+  // The row under the cursor stays in sight; the one on top has gone elsewhere.
+  show_rows({view_position().current, {}});
 }
 
 void PackagesRelDisp::mark_sorted_column() {
   for (unsigned int position = 0; position < GetColumnCount(); ++position) {
     wxDataViewColumn* column = GetColumn(position);
-    const bool sorted =
-        sort_order_ && kSortColumns[column->GetModelColumn()] == sort_order_->column;
+    const bool sorted = sort_order_ && column->GetModelColumn() == number_of(sort_order_->column);
     native_tree::mark_sorted(*column,
                              sorted ? std::optional(sort_order_->ascending) : std::nullopt);
   }
 }
 
-PackagesRelDisp::Place PackagesRelDisp::place() const {
+PackagesRelDisp::ViewPosition PackagesRelDisp::view_position() const {
   if (selection_ == nullptr) return {};
   return {GetCurrentItem(), GetTopItem()};
 }
 
 // Shows the rows in their order, as far as they pass the filter.
-void PackagesRelDisp::show_rows(const Place& place) {
+void PackagesRelDisp::show_rows(const ViewPosition& position) {
   const wxWindowUpdateLocker drawn_once(this);  // and not once more for each row scrolled to
   native_tree::show(*this, *view_,
                     GridRows(selection_->table(), order_, filter_->matches(filter_text_)));
-  mark_sorted_column();  // headers forget it together with the rows
+  mark_sorted_column();  // replacing the rows has removed the mark
   native_tree::set_expanded(*this, std::vector<PackageId>(expanded_.begin(), expanded_.end()),
                             expanded_);
-  const wxDataViewItem current = nearest_shown(place.current);
+  const wxDataViewItem current = nearest_shown(position.current);
   if (current.IsOk()) go_to(current);
-  const wxDataViewItem top = nearest_shown(place.top);
+  const wxDataViewItem top = nearest_shown(position.top);
   if (top.IsOk()) native_tree::scroll_to_top(*this, top);
 }
 
@@ -236,10 +232,12 @@ void PackagesRelDisp::selection_changed() {
     if (item.IsOk() && item != last) GetModel()->ItemChanged(item);
     last = item;
   }
+  datatip_item_ = {};  // the pointer may rest on a row whose state has changed
+  update_datatip();
 }
 
 void PackagesRelDisp::EnsureVisible(const wxDataViewItem& item, const wxDataViewColumn*) {
-  // The toolkit does it once more when it is idle, and the row may be gone by then.
+  // The toolkit's own function scrolls again when idle, and the row may be gone by then.
   native_tree::make_visible(*this, item);
 }
 
@@ -252,7 +250,7 @@ void PackagesRelDisp::toggle_current() { toggle(GetCurrentItem()); }
 
 void PackagesRelDisp::toggle(const wxDataViewItem& item) {
   if (selection_ == nullptr || locked_ || changing_) return;
-  const Flag changing(changing_);
+  const ScopedFlag changing(changing_);
   if (const auto row = PackagesViewbase::version_of(item)) {
     selection_->toggle_version(*row);
   } else if (const auto package = PackagesViewbase::package_of(item)) {
@@ -265,7 +263,7 @@ void PackagesRelDisp::toggle(const wxDataViewItem& item) {
 void PackagesRelDisp::on_activated(wxDataViewEvent& event) {
   const wxDataViewItem item = event.GetItem();
   if (item == toggled_item_ && wxGetLocalTimeMillis() - toggled_at_ < kDoubleClickTime) {
-    event.Skip();  // for a control that has not taken the second click as such yet
+    event.Skip();  // some controls still have to handle the second click
     return;
   }
   const auto row = PackagesViewbase::version_of(item);
@@ -378,18 +376,17 @@ void PackagesRelDisp::OwnPopupMenu() {
   PopupMenu(&menu);
 }
 
-void PackagesRelDisp::update_datatip(wxMouseEvent& event) {
-  event.Skip();
+void PackagesRelDisp::update_datatip() {
   if (selection_ == nullptr) return;
-  // The position of the event leaves the header out on some systems, this one never does.
+  // Some systems count the position in the event without the header, so it is not used.
   wxDataViewItem item;
   wxDataViewColumn* column = nullptr;
   HitTest(ScreenToClient(wxGetMousePosition()), item, column);
   if (item == datatip_item_) return;
   datatip_item_ = item;
   const auto row = PackagesViewbase::version_of(item);
-  GetMainWindow()->SetToolTip(row ? wxString(datatip_text(*selection_, *row, patch_caption_()))
-                                  : wxString());
+  GetMainWindow()->SetToolTip(
+      row ? wxString(boxed(datatip_text(*selection_, *row, patch_caption_()))) : wxString());
 }
 
 }  // namespace zendro::packages_ui

@@ -15,11 +15,11 @@
 #include <wx/longlong.h>
 #include <wx/object.h>
 
-#include "packages_ui/package_filter.h"
-#include "packages_ui/package_order.h"
 #include "packages_ui/packages_viewbase.h"
-#include "packages_ui/selection.h"
-#include "packages_ui/type_ahead.h"
+#include "packages_ui/selection/package_filter.h"
+#include "packages_ui/selection/package_order.h"
+#include "packages_ui/selection/selection.h"
+#include "packages_ui/selection/type_ahead.h"
 
 namespace zendro::packages_ui {
 
@@ -28,8 +28,8 @@ class PackagesRelDisp : public wxDataViewCtrl {
   /// `patch_caption` tells the caption of the Patch Selection button for datatips.
   PackagesRelDisp(wxWindow* parent, wxWindowID id, std::function<std::wstring()> patch_caption);
 
-  /// Shows this selection, which outlives being shown, sorted and filtered as before. The same
-  /// rows are expanded, in sight and under the cursor as before, where they still exist.
+  /// Shows this selection, sorted and filtered as before; it outlives being shown. Rows that still
+  /// exist stay expanded, in sight and under the cursor.
   void show(Selection& selection);
   void show_nothing();
   /// The ticks have changed.
@@ -54,13 +54,13 @@ class PackagesRelDisp : public wxDataViewCtrl {
                      const wxDataViewColumn* column = nullptr) const override;
 
  private:
-  /// A row by its name, as it is found again after the packages have been loaded anew.
+  /// A row by its name, which stays the same when the packages are loaded again.
   struct RowName {
     std::string package;
     std::optional<pkg::semver_t> version;
   };
-  /// What the user sees of the rows.
-  struct Place {
+  /// Where the user is: the row under the cursor and the first row in sight.
+  struct ViewPosition {
     wxDataViewItem current;
     wxDataViewItem top;
   };
@@ -69,11 +69,11 @@ class PackagesRelDisp : public wxDataViewCtrl {
   void bind_events();
   void toggle(const wxDataViewItem& item);
   void on_activated(wxDataViewEvent& event);
-  void sort_by(SortColumn column);
+  void sort_by(GridColumn column);
   void mark_sorted_column();
 
-  [[nodiscard]] Place place() const;
-  void show_rows(const Place& place);
+  [[nodiscard]] ViewPosition view_position() const;
+  void show_rows(const ViewPosition& position);
   [[nodiscard]] wxDataViewItem nearest_shown(const wxDataViewItem& item) const;
   [[nodiscard]] std::optional<RowName> name_of(const wxDataViewItem& item) const;
   [[nodiscard]] wxDataViewItem find(const std::optional<RowName>& name) const;
@@ -86,7 +86,8 @@ class PackagesRelDisp : public wxDataViewCtrl {
   [[nodiscard]] std::vector<PackageId> packages_where(bool any_checked) const;
   void expand(std::vector<PackageId> packages);
   void collapse(std::vector<PackageId> packages);
-  void update_datatip(wxMouseEvent& event);
+  /// Gives the row under the pointer its tip.
+  void update_datatip();
 
   std::function<std::wstring()> patch_caption_;
   Selection* selection_ = nullptr;
@@ -98,7 +99,7 @@ class PackagesRelDisp : public wxDataViewCtrl {
   std::set<PackageId> expanded_;  ///< also of those that are filtered out
   TypeAhead type_ahead_;
   bool locked_ = false;
-  bool changing_ = false;  ///< a change is under way and perhaps waits for an answer
+  bool changing_ = false;  ///< a change is under way, perhaps with a question open
   wxDataViewItem datatip_item_;
   wxDataViewItem toggled_item_;  ///< by the mouse
   wxLongLong toggled_at_;        ///< in milliseconds

@@ -6,12 +6,13 @@
 #include <wx/settings.h>
 
 #include "packages_ui/pictures.h"
-#include "packages_ui/row_text.h"
+#include "packages_ui/selection/grid_columns.h"
+#include "packages_ui/selection/row_text.h"
 
 namespace zendro::packages_ui {
 namespace {
 
-// Rows are told to the toolkit as numbers: even ones are packages, odd ones versions; 0 is the
+// The toolkit knows rows by numbers: even ones are packages, odd ones versions, and 0 is the
 // invisible root.
 wxDataViewItem item_of(std::uintptr_t number) {
   return wxDataViewItem(reinterpret_cast<void*>(number));  // NOLINT(performance-no-int-to-ptr)
@@ -21,7 +22,7 @@ std::uintptr_t number_of(const wxDataViewItem& item) {
   return reinterpret_cast<std::uintptr_t>(item.GetID());
 }
 
-constexpr int kIconSize = 16;
+constexpr int kRowIconSize = 16;
 
 }  // namespace
 
@@ -56,14 +57,16 @@ void PackagesViewbase::set_rows(GridRows rows) {
 
 void PackagesViewbase::GetValue(wxVariant& value, const wxDataViewItem& item,
                                 unsigned int column) const {
-  value = column == kPackage ? box_cell(item) : wxVariant(wxString(text_cell(item, column)));
+  if (column == number_of(kBoxColumn)) {
+    value << box_cell(item);
+  } else {
+    value = text_cell(item, column);
+  }
 }
 
-wxVariant PackagesViewbase::box_cell(const wxDataViewItem& item) const {
-  const PackageTable& table = selection_.table();
-  wxDataViewCheckIconText cell;
+wxDataViewCheckIconText PackagesViewbase::box_cell(const wxDataViewItem& item) const {
+  wxDataViewCheckIconText cell(text_cell(item, number_of(kBoxColumn)));
   if (const auto package = package_of(item)) {
-    cell.SetText(wxString(table.name(*package)));
     cell.SetBitmapBundle(icon(package_icon(selection_, *package)));
     switch (selection_.package_check(*package)) {
       case PackageCheck::none:
@@ -77,32 +80,22 @@ wxVariant PackagesViewbase::box_cell(const wxDataViewItem& item) const {
         break;
     }
   } else if (const auto row = version_of(item)) {
-    cell.SetText(wxString(table.text(*row)));
     cell.SetBitmapBundle(icon(version_icon(selection_.row(*row))));
-    cell.SetCheckedState(selection_.row(*row).checked ? wxCHK_CHECKED : wxCHK_UNCHECKED);
+    cell.SetCheckedState(selection_.wanted(*row) ? wxCHK_CHECKED : wxCHK_UNCHECKED);
   }
-  wxVariant value;
-  value << cell;
-  return value;
+  return cell;
 }
 
-std::wstring PackagesViewbase::text_cell(const wxDataViewItem& item, unsigned int column) const {
-  const PackageTable& table = selection_.table();
-  const auto package = package_of(item);
-  const auto version = version_of(item);
-  if (!package && !version) return {};
-
-  if (column == kState) {
-    return package ? package_state_words(selection_, *package)
-                   : version_state_words(selection_, *version);
-  }
-  const RowId row = package ? table.representative(*package) : *version;
-  return column == kTitle ? table.title(row) : table.publisher(row);
+wxString PackagesViewbase::text_cell(const wxDataViewItem& item, unsigned int column) const {
+  const ColumnDefinition& definition = grid_columns()[column];
+  if (const auto package = package_of(item)) return definition.package_text(selection_, *package);
+  if (const auto row = version_of(item)) return definition.version_text(selection_, *row);
+  return {};
 }
 
 bool PackagesViewbase::SetValue(const wxVariant&, const wxDataViewItem& item, unsigned int column) {
-  // What the click comes to is for the selection to say; it may ask first.
-  if (column == kPackage) on_check_(item);
+  // The selection decides what the click changes; the control must not change the box itself.
+  if (column == number_of(kBoxColumn)) on_check_(item);
   return false;
 }
 
@@ -152,7 +145,7 @@ int PackagesViewbase::Compare(const wxDataViewItem& one, const wxDataViewItem& o
 
 wxBitmapBundle PackagesViewbase::icon(std::string_view name) const {
   const auto [found, added] = icons_.try_emplace(name);
-  if (added) found->second = picture(name, kIconSize);
+  if (added) found->second = picture(name, kRowIconSize);
   return found->second;
 }
 

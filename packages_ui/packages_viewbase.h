@@ -1,4 +1,4 @@
-// The rows of the grid as the toolkit asks for them: an item view over the selection.
+// The rows of the grid in the form that the toolkit reads: an item view over the selection.
 //
 // Knows which rows are shown; every cell is read from the selection when it is drawn.
 #pragma once
@@ -14,23 +14,21 @@
 #include <wx/bmpbndl.h>
 #include <wx/dataview.h>
 
-#include "packages_ui/grid_rows.h"
-#include "packages_ui/selection.h"
+#include "packages_ui/selection/grid_rows.h"
+#include "packages_ui/selection/selection.h"
 
 namespace zendro::packages_ui {
 
 class PackagesViewbase : public wxDataViewModel {
  public:
-  enum Column : unsigned { kPackage, kTitle, kState, kPublisher, kColumnCount };
-
   /// `selection` outlives the view. `on_check` is called when the user clicks the box of a row.
   PackagesViewbase(const Selection& selection, std::function<void(const wxDataViewItem&)> on_check);
 
-  /// The rows to show. The control has to be told by being given the view anew.
+  /// Sets the rows to show. The control notices only when it is given the view again.
   void set_rows(GridRows rows);
   [[nodiscard]] const GridRows& rows() const { return rows_; }
-  /// For a control that takes the packages piece by piece: the ones that it is told of, which are
-  /// shown; set_rows() makes them all.
+  /// For adding packages to a control piece by piece: which of the shown packages it gets to know.
+  /// After set_rows() it is all of them.
   void set_top_level(std::span<const PackageId> packages) { top_level_ = packages; }
 
   static wxDataViewItem package_item(PackageId package);
@@ -40,6 +38,10 @@ class PackagesViewbase : public wxDataViewModel {
   /// The version of a version row; nothing for any other row.
   static std::optional<RowId> version_of(const wxDataViewItem& item);
 
+  /// The box of a row with the picture and the text beside it.
+  [[nodiscard]] wxDataViewCheckIconText box_cell(const wxDataViewItem& item) const;
+
+  // Columns are numbered as in GridColumn.
   void GetValue(wxVariant& value, const wxDataViewItem& item, unsigned int column) const override;
   bool SetValue(const wxVariant& value, const wxDataViewItem& item, unsigned int column) override;
   /// Rows that cannot be ticked are grey.
@@ -51,14 +53,13 @@ class PackagesViewbase : public wxDataViewModel {
   bool HasContainerColumns(const wxDataViewItem& item) const override;
   unsigned int GetChildren(const wxDataViewItem& item,
                            wxDataViewItemArray& children) const override;
-  /// Rows compare as they are shown, whatever the column and the direction.
+  /// By their order in the grid, whatever the column and the direction.
   int Compare(const wxDataViewItem& one, const wxDataViewItem& other, unsigned int column,
               bool ascending) const override;
 
  private:
   ~PackagesViewbase() override = default;
-  [[nodiscard]] wxVariant box_cell(const wxDataViewItem& item) const;
-  [[nodiscard]] std::wstring text_cell(const wxDataViewItem& item, unsigned int column) const;
+  [[nodiscard]] wxString text_cell(const wxDataViewItem& item, unsigned int column) const;
   [[nodiscard]] wxBitmapBundle icon(std::string_view name) const;
 
   const Selection& selection_;

@@ -6,7 +6,7 @@
 
 #include <wx/window.h>
 
-#include "framework/action_poster.h"
+#include "framework/system/action_poster.h"
 
 namespace zendro::packages_ui {
 
@@ -14,8 +14,8 @@ namespace zendro::packages_ui {
 /// drops it when the window is gone. Thread-safe.
 using PostAction = std::function<void(std::function<void()>)>;
 
-/// Posts to a window for as long as `alive` exists, which only the window thread lets go of, at the
-/// latest when the window is destroyed. Made on the window thread.
+/// Posts to a window for as long as `alive` exists. Only the window thread releases `alive`, at the
+/// latest when it destroys the window. Called on the window thread.
 PostAction post_to_window(wxWindow& window, std::weak_ptr<void> alive,
                           std::shared_ptr<framework::ActionPoster> window_thread);
 

@@ -10,8 +10,8 @@
 namespace zendro::packages_ui {
 namespace {
 
-// Shared by the window and by those who post to it. The message that a posted action comes with
-// carries nothing, since any program of the desktop can send it.
+// Shared by the window and by those who post to it. The window message for a posted action carries
+// no data, since any program of the desktop can send such a message.
 class PostedActions {
  public:
   explicit PostedActions(std::weak_ptr<void> alive) : alive_(std::move(alive)) {}
@@ -50,7 +50,7 @@ LRESULT CALLBACK window_procedure(HWND window, UINT message, WPARAM first, LPARA
                                   UINT_PTR id, DWORD_PTR data) noexcept {
   auto* actions = reinterpret_cast<std::shared_ptr<PostedActions>*>(data);
   if (message == posted_message()) {
-    // One that was sent, which ours are not, comes while the thread is in the middle of something.
+    // Ours are posted. One that is sent comes from elsewhere, in the middle of other work.
     if (InSendMessage()) return 0;
     // Held, because the action may destroy the window.
     const std::shared_ptr<PostedActions> held = *actions;

@@ -1,125 +1,117 @@
 #include "packages_ui/progress_animation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <string_view>
-#include <utility>
-#include <vector>
+
+#include <wx/anidecod.h>  // declares wxImageArray
+#include <wx/image.h>
+#include <wx/imaggif.h>
+#include <wx/mstream.h>
+#include <wx/palette.h>
+#include <wx/settings.h>
 
 namespace zendro::packages_ui {
 namespace {
 
 constexpr int kDots = 5;
 constexpr int kFrames = 8;
-constexpr int kCodeSize = 4;          // bits of a pixel: 16 colours
-constexpr unsigned kTransparent = 0;  // colour index of the ground
-constexpr unsigned kShades = (1u << kCodeSize) - 1;
+constexpr int kFrameMilliseconds = 100;
+constexpr int kShades = 15;
 
-void append_u16(std::string& out, unsigned value) {
-  out += static_cast<char>(value & 0xFF);
-  out += static_cast<char>(value >> 8 & 0xFF);
-}
-
-// Packs codes of a fixed width, low bits first.
-class BitWriter {
- public:
-  void put(unsigned code, int bits) {
-    buffer_ |= code << used_;
-    for (used_ += bits; used_ >= 8; used_ -= 8, buffer_ >>= 8) flush_byte();
-  }
-  std::string finish() {
-    if (used_ > 0) flush_byte();
-    return std::move(bytes_);
-  }
-
- private:
-  void flush_byte() { bytes_ += static_cast<char>(buffer_ & 0xFF); }
-  std::string bytes_;
-  unsigned buffer_ = 0;
-  int used_ = 0;
+struct Colour {
+  unsigned char red;
+  unsigned char green;
+  unsigned char blue;
 };
 
-// The picture data of a frame. The code table is cleared before it grows to wider codes, so that
-// every pixel is written as it is.
-void append_pixels(std::string& out, const std::vector<unsigned char>& pixels) {
-  constexpr unsigned kClear = 1u << kCodeSize;
-  constexpr unsigned kEnd = kClear + 1;
-  constexpr unsigned kPixelsPerTable = kClear - 3;
-  BitWriter bits;
-  for (std::size_t i = 0; i < pixels.size(); ++i) {
-    if (i % kPixelsPerTable == 0) bits.put(kClear, kCodeSize + 1);
-    bits.put(pixels[i], kCodeSize + 1);
-  }
-  bits.put(kEnd, kCodeSize + 1);
+using Shades = std::array<Colour, kShades>;
 
-  out += static_cast<char>(kCodeSize);
-  const std::string data = bits.finish();
-  for (std::size_t at = 0; at < data.size(); at += 255) {
-    const std::string_view block = std::string_view(data).substr(at, 255);
-    out += static_cast<char>(block.size());
-    out += block;
+// The colours of the dots, from a dark one to a lit one.
+Shades shades_between(const wxColour& dark, const wxColour& lit) {
+  Shades shades = {};
+  for (int shade = 0; shade < kShades; ++shade) {
+    const auto blend = [shade](unsigned char from, unsigned char to) {
+      return static_cast<unsigned char>(from + (to - from) * shade / (kShades - 1));
+    };
+    shades[static_cast<std::size_t>(shade)] = {blend(dark.Red(), lit.Red()),
+                                               blend(dark.Green(), lit.Green()),
+                                               blend(dark.Blue(), lit.Blue())};
   }
-  out += '\0';
+  return shades;
 }
 
-std::vector<unsigned char> draw_frame(int frame, int width, int height) {
-  std::vector<unsigned char> pixels(static_cast<std::size_t>(width) * height, kTransparent);
-  const double pitch = static_cast<double>(width) / kDots;
-  const double radius = std::min(pitch * 0.32, height * 0.32);
-  for (int dot = 0; dot < kDots; ++dot) {
-    // The light goes from left to right and leaves a tail behind it.
-    const int age = (frame - dot + kFrames) % kFrames;
-    const auto shade =
-        static_cast<unsigned char>(1 + (kShades - 1) * (kFrames - 1 - age) / (kFrames - 1));
-    const double centre_x = pitch * (dot + 0.5);
-    const double centre_y = height / 2.0;
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) {
-        if (std::hypot(x + 0.5 - centre_x, y + 0.5 - centre_y) <= radius) {
-          pixels[static_cast<std::size_t>(y) * width + x] = shade;
-        }
+// A colour that no shade has, which stands for the transparent ground.
+Colour ground_beside(const Shades& shades) {
+  Colour ground = {};
+  const auto has_its_red = [&ground](const Colour& shade) { return shade.red == ground.red; };
+  while (std::any_of(shades.begin(), shades.end(), has_its_red)) ++ground.red;
+  return ground;
+}
+
+// A GIF has few colours, and needs a table of them.
+wxPalette palette_of(const Shades& shades, const Colour& ground) {
+  std::array<unsigned char, kShades + 1> red = {ground.red};
+  std::array<unsigned char, kShades + 1> green = {ground.green};
+  std::array<unsigned char, kShades + 1> blue = {ground.blue};
+  for (std::size_t shade = 0; shade < kShades; ++shade) {
+    red[shade + 1] = shades[shade].red;
+    green[shade + 1] = shades[shade].green;
+    blue[shade + 1] = shades[shade].blue;
+  }
+  return {static_cast<int>(red.size()), red.data(), green.data(), blue.data()};
+}
+
+void draw_dot(wxImage& image, const wxRealPoint& centre, double radius, const Colour& colour) {
+  for (int y = 0; y < image.GetHeight(); ++y) {
+    for (int x = 0; x < image.GetWidth(); ++x) {
+      if (std::hypot(x + 0.5 - centre.x, y + 0.5 - centre.y) <= radius) {
+        image.SetRGB(x, y, colour.red, colour.green, colour.blue);
       }
     }
   }
-  return pixels;
+}
+
+// The light goes from left to right and leaves a tail behind it.
+void draw_dots(wxImage& image, int frame, const Shades& shades) {
+  const double pitch = static_cast<double>(image.GetWidth()) / kDots;
+  const double radius = std::min(pitch * 0.32, image.GetHeight() * 0.32);
+  for (int dot = 0; dot < kDots; ++dot) {
+    const int frames_since_lit = (frame - dot + kFrames) % kFrames;
+    const int shade = (kShades - 1) * (kFrames - 1 - frames_since_lit) / (kFrames - 1);
+    draw_dot(image, wxRealPoint(pitch * (dot + 0.5), image.GetHeight() / 2.0), radius,
+             shades[static_cast<std::size_t>(shade)]);
+  }
+}
+
+wxImageArray draw_frames(const wxSize& size, const wxColour& dark, const wxColour& lit) {
+  const Shades shades = shades_between(dark, lit);
+  const Colour ground = ground_beside(shades);
+  const wxPalette palette = palette_of(shades, ground);
+  wxImageArray frames;
+  for (int frame = 0; frame < kFrames; ++frame) {
+    wxImage image(size);
+    image.SetRGB(wxRect(size), ground.red, ground.green, ground.blue);
+    image.SetMaskColour(ground.red, ground.green, ground.blue);
+    image.SetPalette(palette);
+    draw_dots(image, frame, shades);
+    frames.Add(image);
+  }
+  return frames;
 }
 
 }  // namespace
 
-std::string progress_animation(std::uint16_t width, std::uint16_t height, Colour dim, Colour lit) {
-  std::string gif = "GIF89a";
-  append_u16(gif, width);
-  append_u16(gif, height);
-  gif += static_cast<char>(0x80 | (kCodeSize - 1) << 4 | (kCodeSize - 1));  // a global colour table
-  gif += '\0';
-  gif += '\0';
-  gif += std::string(3, '\0');  // the transparent colour
-  for (unsigned shade = 0; shade < kShades; ++shade) {
-    const auto blend = [shade](std::uint8_t from, std::uint8_t to) {
-      return static_cast<char>(from + (to - from) * static_cast<int>(shade) /
-                                          static_cast<int>(kShades - 1));
-    };
-    gif += blend(dim.red, lit.red);
-    gif += blend(dim.green, lit.green);
-    gif += blend(dim.blue, lit.blue);
-  }
-  gif += std::string_view("\x21\xFF\x0BNETSCAPE2.0\x03\x01\0\0\0", 19);  // repeat for ever
-
-  for (int frame = 0; frame < kFrames; ++frame) {
-    // Restore to the ground afterwards; colour 0 is transparent. Delays are in 1/100 s.
-    gif += std::string_view("\x21\xF9\x04\x09", 4);
-    append_u16(gif, kProgressFrameMilliseconds / 10);
-    gif += static_cast<char>(kTransparent);
-    gif += '\0';
-    gif += '\x2C';
-    gif += std::string(4, '\0');  // left and top edge
-    append_u16(gif, width);
-    append_u16(gif, height);
-    gif += '\0';
-    append_pixels(gif, draw_frame(frame, width, height));
-  }
-  gif += '\x3B';
-  return gif;
+wxAnimation progress_animation(const wxAnimationCtrl& control, const wxSize& size) {
+  const wxImageArray frames = draw_frames(size, wxSystemSettings::GetColour(wxSYS_COLOUR_BTNFACE),
+                                          wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHT));
+  // The toolkit takes an animation only as a file.
+  wxMemoryOutputStream gif;
+  wxGIFHandler().SaveAnimation(frames, &gif, false, kFrameMilliseconds);
+  wxMemoryInputStream stream(gif);
+  wxAnimation animation = control.CreateAnimation();
+  animation.Load(stream, wxANIMATION_TYPE_GIF);
+  return animation;
 }
 
 }  // namespace zendro::packages_ui

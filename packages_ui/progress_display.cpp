@@ -2,22 +2,22 @@
 
 #include <utility>
 
-#include "packages_ui/pictures.h"
-#include "packages_ui/progress_text.h"
+#include "packages_ui/progress_animation.h"
+#include "packages_ui/selection/progress_text.h"
 
 namespace zendro::packages_ui {
 namespace {
 
 // In device-independent pixels.
-constexpr int kWidth = 60;
-constexpr int kHeight = 20;
+constexpr int kPictureWidth = 60;
+constexpr int kPictureHeight = 20;
 
 }  // namespace
 
 ProgressDisplay::ProgressDisplay(wxAnimationCtrl* animation, wxStaticText* text, PostAction post)
     : animation_(animation), text_(text), show_(std::move(post), [this] { show_latest(); }) {
   animation_->SetAnimation(
-      progress_picture(*animation_, animation_->FromDIP(wxSize(kWidth, kHeight))));
+      progress_animation(*animation_, animation_->FromDIP(wxSize(kPictureWidth, kPictureHeight))));
   animation_->InvalidateBestSize();  // it was found out without the picture
   animation_->Hide();
 }

@@ -37,21 +37,21 @@ bool SearchField::handle_key(const wxKeyEvent& event) {
 
 void SearchField::open() {
   Show();
-  place();
+  fit_form();
   SetFocus();
   SelectAll();
 }
 
 void SearchField::dismiss() {
   Hide();
-  place();
+  fit_form();
   ChangeValue(wxString());
   grid_.set_filter({});
   grid_.SetFocus();
 }
 
-// The form needs more room with the field than without it.
-void SearchField::place() {
+// Gives the form the room that it needs with the field, or without it.
+void SearchField::fit_form() {
   wxWindow* form = GetParent();
   form->SetMinSize(form->GetSizer()->ComputeFittingWindowSize(form));
   wxSize size = form->GetSize();

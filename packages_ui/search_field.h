@@ -15,14 +15,13 @@ class SearchField : public wxTextCtrl {
   /// what surrounds it. The grid outlives it.
   SearchField(wxWindow* form, PackagesRelDisp& grid, int border);
 
-  /// What a key means to the search, wherever the cursor is; false for one that means nothing to
-  /// it.
+  /// Handles a key, wherever the focus is. False if the key has nothing to do with the search.
   bool handle_key(const wxKeyEvent& event);
 
  private:
   void open();
   void dismiss();
-  void place();
+  void fit_form();
 
   PackagesRelDisp& grid_;
 };

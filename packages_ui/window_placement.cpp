@@ -12,7 +12,8 @@ namespace {
 // In device-independent pixels.
 constexpr int kLeastWidth = 300;
 constexpr int kLeastHeight = 120;
-constexpr int kCaption = 40;  // what a window manager puts around a window, before it tells
+constexpr int kCaptionHeight =
+    40;  // the title bar, whose height is not known before the window is shown
 
 std::vector<Area> screens() {
   std::vector<Area> areas;
@@ -30,7 +31,7 @@ Extent extent(const wxSize& size) { return {size.x, size.y}; }
 
 void set_smallest_size(wxTopLevelWindow& window, wxWindow* part) {
   wxSize room = wxDisplay(&window).GetClientArea().GetSize();
-  room.DecBy(0, window.FromDIP(kCaption));
+  room.DecBy(0, window.FromDIP(kCaptionHeight));
   wxSizerItem* item = window.GetSizer()->GetItem(part, true);
   const Extent reduced =
       reduced_part(extent(item->GetMinSize()), extent(window.GetSizer()->GetMinSize()),
@@ -60,8 +61,8 @@ void place_window(wxTopLevelWindow& window, wxDataViewCtrl& grid,
   if (state->maximised) window.Maximize();
 }
 
-WindowState window_state(const wxTopLevelWindow& window, const wxDataViewCtrl& grid,
-                         const std::optional<WindowState>& before) {
+WindowState current_window_state(const wxTopLevelWindow& window, const wxDataViewCtrl& grid,
+                                 const std::optional<WindowState>& before) {
   WindowState state;
   const wxSize size = window.ToDIP(window.GetSize());
   state.x = window.GetPosition().x;

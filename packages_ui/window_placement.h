@@ -7,7 +7,7 @@
 #include <wx/dataview.h>
 #include <wx/toplevel.h>
 
-#include "packages_ui/window_state.h"
+#include "packages_ui/selection/window_state.h"
 
 namespace zendro::packages_ui {
 
@@ -21,7 +21,7 @@ void place_window(wxTopLevelWindow& window, wxDataViewCtrl& grid,
                   const std::optional<WindowState>& state, const wxSize& initial);
 
 /// The state of a window that is shown. A maximised one keeps the place and size of `before`.
-WindowState window_state(const wxTopLevelWindow& window, const wxDataViewCtrl& grid,
-                         const std::optional<WindowState>& before);
+WindowState current_window_state(const wxTopLevelWindow& window, const wxDataViewCtrl& grid,
+                                 const std::optional<WindowState>& before);
 
 }  // namespace zendro::packages_ui

@@ -1,12 +1,12 @@
 #include "pkg/active_types.h"
 
 #include <algorithm>
-#include <array>
+
+#include "app/options/package_types.h"
 
 namespace zendro::pkg {
 namespace {
 
-constexpr std::array<std::string_view, 2> kKnownTypes = {"xbrl", "xsd"};
 constexpr std::size_t kInitialBuckets = 8;
 
 std::vector<std::string_view>& active_types() {
@@ -30,8 +30,8 @@ active_type_set make_active_type_set(std::initializer_list<std::string_view> nam
 
 void register_active_types(const active_type_set& names) {
   active_types().clear();
-  for (const std::string_view type : kKnownTypes) {
-    if (names.contains(std::string(type))) active_types().push_back(type);
+  for (const app::PackageType& type : app::package_types()) {
+    if (names.contains(std::string(type.word))) active_types().push_back(type.word);
   }
 }
 

@@ -1,13 +1,11 @@
 #include "pkg/cache.h"
 
-#include <exception>
 #include <memory>
 #include <utility>
 
-#include "app/options.h"
-#include "framework/files.h"
-#include "framework/lock_file.h"
-#include "msg/utf.h"
+#include "app/options/options.h"
+#include "framework/system/guarded.h"
+#include "msg/shown.h"
 #include "pkg/install.h"
 #include "pkg/list_files.h"
 #include "pkg/package_file.h"
@@ -19,24 +17,19 @@ namespace {
 
 // Stays in the cache root; its name is no list's and no catalog's.
 constexpr std::string_view kLockFile = "operation.lock";
+constexpr std::string_view kNoLock =
+    ". Nothing was changed, since another operation could be at work at the same time. Remove what "
+    "stands in the way there, or see to it that it may be written, and try again.";
 
-// A cache root that does not exist or cannot be written has no lock; what then cannot be written is
-// reported by the step that tries to.
-std::unique_ptr<framework::LockFile> lock_cache(const core_context_t& context) {
-  framework::IoError no_lock;
-  if (context.cache_root().empty()) return nullptr;
-  return framework::LockFile::acquire(framework::path_from_utf8(context.cache_file(kLockFile)),
-                                      no_lock);
-}
-
-void create_cache_root(const core_context_t& context) {
-  framework::IoError reported_when_written;
-  if (context.cache_root().empty()) return;
-  framework::create_folders(framework::path_from_utf8(context.cache_root()), reported_when_written);
+merged_view_t read_view(core_context& context) {
+  std::optional<pkgs_available_t> available = pkg::load_available(context);
+  std::optional<pkgs_available_t> installed = pkg::load_installed(context);
+  return {available ? std::move(*available) : pkgs_available_t(),
+          installed ? std::move(*installed) : pkgs_available_t()};
 }
 
 msg::Message failure_message(std::string_view text) {
-  return msg::Message{{}, {}, msg::Severity::error, msg::to_wide(text)};
+  return msg::Message{{}, {}, msg::Severity::error, msg::shown(text)};
 }
 
 }  // namespace
@@ -47,81 +40,140 @@ pkg_cache_t::pkg_cache_t(std::string_view type, const json::object& options)
 }
 
 template <typename Result, typename Body>
-Result pkg_cache_t::guarded(Result failed, const Body& body) {
-  std::string failure = "Unknown failure";
-  try {
-    core_context_t context(type_, options_, outlets_, global_lock_);
-    return body(context);
-  } catch (const std::exception& exception) {
-    failure = exception.what();
-  } catch (...) {  // NOLINT(bugprone-empty-catch): the text above tells all that is known
-  }
-  if (outlets_.messages) outlets_.messages(failure_message(failure));
-  return failed;
+Result pkg_cache_t::attempt(Result failed, const Body& body) {
+  Result result = std::move(failed);
+  framework::guarded(
+      [&] {
+        core_context context(type_, options_, outlets_, global_lock_);
+        result = body(context);
+      },
+      [this](std::string_view failure) {
+        if (outlets_.messages) outlets_.messages(failure_message(failure));
+      });
+  return result;
 }
 
 template <typename Result, typename Body>
-Result pkg_cache_t::run(Result failed, const Body& body) {
-  return guarded(std::move(failed), [&body](core_context_t& context) -> Result {
-    const auto lock = lock_cache(context);
-    return body(context);
+Result pkg_cache_t::run(cache_use use, Result failed, const Body& body) {
+  return attempt(failed, [&](core_context& context) -> Result {
+    if (!context.has_folders()) {
+      context.fail(msg::Code::not_initialized, {context.pkgtype()});
+      return std::move(failed);
+    }
+    return in_turn<Result>(context, use, [&]() -> Result {
+      try {
+        return body(context);
+      } catch (const metadata_error& error) {
+        fail_metadata(context, context.available_path(), error);
+        return std::move(failed);
+      }
+    });
   });
+}
+
+// An operation that only reads goes on without the lock: where none can be had, as on a medium that
+// is read-only, there are the lists to be shown all the same.
+template <typename Result, typename Body>
+Result pkg_cache_t::in_turn(core_context& context, cache_use use, const Body& body) {
+  root_folder& root = context.cache_folder();
+  const borrowed_folder folder = use == cache_use::creates ? root.create() : root.open();
+  framework::IoError error = folder ? framework::IoError() : folder.error().cause();
+  std::unique_ptr<framework::LockFile> turn;
+  if (folder) {
+    turn = turn_.take(**folder, kLockFile, outlets_.waits, error);
+    if (!turn && !error) return Result();
+  }
+  context.progress().begin(0);
+  if (turn || use == cache_use::reads) return body();
+  if (error) {
+    error.text += kNoLock;
+    context.reporter().report(error);
+  } else {
+    context.fail(msg::Code::not_initialized, {context.pkgtype()});
+  }
+  return Result();
 }
 
 bool pkg_cache_t::is_initialised() {
-  return guarded(false, [](core_context_t& context) { return context.is_initialised(); });
+  return attempt(false, [](core_context& context) { return context.is_initialised(); });
 }
 
 std::optional<pkgs_available_t> pkg_cache_t::load_available() {
-  return run(std::optional<pkgs_available_t>(),
-             [](core_context_t& context) { return pkg::load_available(context); });
+  return run(cache_use::reads, std::optional<pkgs_available_t>(),
+             [](core_context& context) { return pkg::load_available(context); });
 }
 
 std::optional<pkgs_available_t> pkg_cache_t::load_installed() {
-  return run(std::optional<pkgs_available_t>(),
-             [](core_context_t& context) { return pkg::load_installed(context); });
+  return run(cache_use::reads, std::optional<pkgs_available_t>(),
+             [](core_context& context) { return pkg::load_installed(context); });
 }
 
 merged_view_t pkg_cache_t::load_view() {
-  return run(merged_view_t(), [](core_context_t& context) {
+  return attempt(merged_view_t(), [this](core_context& context) {
     if (!context.is_initialised()) return merged_view_t();
-    std::optional<pkgs_available_t> available = pkg::load_available(context);
-    std::optional<pkgs_available_t> installed = pkg::load_installed(context);
-    return merged_view_t(available ? std::move(*available) : pkgs_available_t(),
-                         installed ? std::move(*installed) : pkgs_available_t());
+    return in_turn<merged_view_t>(context, cache_use::reads, [&] { return read_view(context); });
   });
 }
 
-bool pkg_cache_t::apply(std::span<const filter_action_t> pairs, int action) {
-  std::vector<std::string> filters;
-  for (const auto& [filter, code] : pairs) {
-    if (code == action) filters.push_back(filter);
-  }
+std::optional<merged_view_t> pkg_cache_t::load_view_at_once() {
+  using View = std::optional<merged_view_t>;
+  return attempt(View(), [this](core_context& context) -> View {
+    if (!context.is_initialised()) return merged_view_t();
+    const borrowed_folder folder = context.cache_folder().open();
+    framework::IoError no_lock = folder ? framework::IoError() : folder.error().cause();
+    const auto turn = folder ? turn_.take_at_once(**folder, kLockFile, no_lock) : nullptr;
+    if (!turn && !no_lock) return std::nullopt;
+    return read_view(context);
+  });
+}
+
+bool pkg_cache_t::apply(std::span<const filter_action> pairs, int action) {
+  const std::vector<std::string> filters = filters_of(pairs, action);
   if (filters.empty()) return true;
   if (action == kActionInstall) return install(filters);
   if (action == kActionUninstall) return uninstall(filters);
   return false;
 }
 
+bool pkg_cache_t::apply_changes(std::span<const filter_action> pairs) {
+  return run(cache_use::writes, false, [&](core_context& context) {
+    std::vector<std::string> staying;
+    if (!context.is_initialised()) {
+      return context.fail(msg::Code::not_initialized, {context.pkgtype()});
+    }
+    if (!plan_changes(context, pairs, staying)) return false;
+    const std::vector<std::string> uninstalls = filters_of(pairs, kActionUninstall);
+    if (!uninstalls.empty()) {
+      json::object options = options_;
+      app::set_keep_references(options, true);
+      app::set_uninstall_keep(options, staying);
+      core_context exactly(type_, options, outlets_, global_lock_);
+      if (!pkg::uninstall(exactly, uninstalls)) return false;
+    }
+    const std::vector<std::string> installs = filters_of(pairs, kActionInstall);
+    return installs.empty() || pkg::install(context, installs);
+  });
+}
+
 bool pkg_cache_t::install(const std::vector<std::string>& filters) {
-  return run(false, [&](core_context_t& context) { return pkg::install(context, filters); });
+  return run(cache_use::writes, false,
+             [&](core_context& context) { return pkg::install(context, filters); });
 }
 
 bool pkg_cache_t::uninstall(const std::vector<std::string>& filters) {
-  return run(false, [&](core_context_t& context) { return pkg::uninstall(context, filters); });
+  return run(cache_use::writes, false,
+             [&](core_context& context) { return pkg::uninstall(context, filters); });
 }
 
 bool pkg_cache_t::update_store_information(bool force) {
-  return guarded(false, [force](core_context_t& context) {
-    if (force) create_cache_root(context);
-    const auto lock = lock_cache(context);
+  return run(force ? cache_use::creates : cache_use::writes, false, [force](core_context& context) {
     return pkg::update_store_information(context, force);
   });
 }
 
 std::optional<std::vector<std::string>> pkg_cache_t::read_package_file(std::string_view path) {
-  return run(std::optional<std::vector<std::string>>(),
-             [&](core_context_t& context) { return pkg::read_package_file(context, path); });
+  return run(cache_use::writes, std::optional<std::vector<std::string>>(),
+             [&](core_context& context) { return pkg::read_package_file(context, path); });
 }
 
 }  // namespace zendro::pkg

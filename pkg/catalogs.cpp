@@ -1,6 +1,7 @@
 #include "pkg/catalogs.h"
 
 #include <algorithm>
+#include <array>
 #include <list>
 #include <optional>
 #include <string>
@@ -12,7 +13,7 @@
 #include "pkg/list_files.h"
 #include "pkg/package_url.h"
 #include "pkg/pkg_xml_writer.h"
-#include "pkg/xml_file.h"
+#include "pkg/replace_file.h"
 
 namespace zendro::pkg {
 namespace {
@@ -82,10 +83,20 @@ void collect_remappings(const package_t& package, catalog_entries_t& all) {
   }
 }
 
+// Adds all that a package supplies, or nothing and throws metadata_error.
 void collect(const package_t& package, catalog_entries_t& all) {
-  collect_identifiers(package, all);
-  collect_locations(package, all);
-  collect_remappings(package, all);
+  const std::array lists = {&all.identifiers, &all.locations, &all.mappings, &all.remappings};
+  std::array<std::size_t, lists.size()> sizes{};
+  std::transform(lists.begin(), lists.end(), sizes.begin(),
+                 [](auto* list) { return list->size(); });
+  try {
+    collect_identifiers(package, all);
+    collect_locations(package, all);
+    collect_remappings(package, all);
+  } catch (const framework::JsonError& error) {
+    for (std::size_t i = 0; i < lists.size(); ++i) lists[i]->resize(sizes[i]);
+    throw metadata_error(package.identity, error);
+  }
 }
 
 // Sorts the keys by their bytes. Of several suppliers of a key the first in package order stays;
@@ -157,6 +168,21 @@ std::string remapping_catalog(catalog_entries_t& entries) {
   return writer.take_document();
 }
 
+bool replace_catalog(core_context& context, std::string_view name, const std::string& text) {
+  const msg::Arguments folder = {path_argument(context.cache_folder().path())};
+  switch (replace_file(context.cache_folder(), name, text, context.reporter())) {
+    case replace_outcome::no_folder:
+      return context.fail(msg::Code::create_folder, folder);
+    case replace_outcome::not_opened:
+      return context.fail(msg::Code::create_file, folder);
+    case replace_outcome::not_written:
+      return context.fail(msg::Code::write_file, folder);
+    case replace_outcome::replaced:
+      break;
+  }
+  return true;
+}
+
 }  // namespace
 
 void check_catalog_entries(const package_t& package) {
@@ -164,18 +190,18 @@ void check_catalog_entries(const package_t& package) {
   collect(package, entries);
 }
 
-bool update_catalogs(core_context_t& context) {
+bool update_catalogs(core_context& context) {
   const std::optional<pkgs_available_t> installed = load_installed(context);
   return installed && write_catalogs(context, *installed);
 }
 
-bool write_catalogs(core_context_t& context, const pkgs_available_t& installed) {
+bool write_catalogs(core_context& context, const pkgs_available_t& installed) {
   catalog_entries_t entries;
   for (const package_t& package : installed.packages()) {
     try {
       collect(package, entries);
-    } catch (const framework::JsonError& error) {
-      return fail_metadata(context, context.installed_path(), package, error);
+    } catch (const metadata_error& error) {
+      warn_metadata(context, error, "The catalogs are written without the package.");
     }
   }
 
@@ -187,10 +213,7 @@ bool write_catalogs(core_context_t& context, const pkgs_available_t& installed) 
                                     {"catalog.xml", location_catalog},
                                     {"remapping.xml", remapping_catalog}};
   for (const catalog_t& catalog : catalogs) {
-    if (!write_xml_file(catalog.text(entries), context.cache_file(catalog.name),
-                        &context.reporter())) {
-      return false;
-    }
+    if (!replace_catalog(context, catalog.name, catalog.text(entries))) return false;
   }
   return true;
 }

@@ -6,14 +6,15 @@
 
 namespace zendro::pkg {
 
-/// Throws framework::JsonError where what the package supplies to the catalogs has a wrong type.
+/// Throws metadata_error where what the package supplies to the catalogs has a wrong type.
 void check_catalog_entries(const package_t& package);
 
 /// Loads the list of installed packages and writes "namespace-mapping-catalog.xml", "catalog.xml"
 /// and "remapping.xml", in this order. The first that cannot be written ends the update. Failures
-/// are reported by whoever met them.
-bool update_catalogs(core_context_t& context);
+/// are reported by whoever met them. A package whose entries have a wrong type is left out, with a
+/// warning.
+bool update_catalogs(core_context& context);
 /// The same for a list of installed packages that is at hand.
-bool write_catalogs(core_context_t& context, const pkgs_available_t& installed);
+bool write_catalogs(core_context& context, const pkgs_available_t& installed);
 
 }  // namespace zendro::pkg

@@ -1,6 +1,6 @@
 #include "pkg/download.h"
 
-#include <filesystem>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -8,11 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "framework/digest.h"
-#include "framework/files.h"
-#include "framework/folder.h"
-#include "framework/hashed_copy.h"
-#include "framework/http.h"
+#include "app/options/options.h"
+#include "framework/http/http.h"
+#include "framework/io/digest.h"
+#include "framework/io/hashed_copy.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
+#include "framework/url/http_url.h"
+#include "framework/url/loggable.h"
 #include "pkg/package_folder.h"
 #include "pkg/percent_encoding.h"
 #include "pkg/remote_io_log.h"
@@ -27,11 +30,51 @@ using framework::IoError;
 using framework::IOImpl_base;
 using framework::Sha256Digest;
 
+// A member's name as the list writes it, without the password that a URL may hold.
+msg::Argument member_argument(std::string_view member, std::wstring_view name = L"file") {
+  return text_argument(name, framework::hide_credentials(member));
+}
+
+// A member as the metadata lists it.
+struct listed_member_t {
+  std::string_view name;
+  std::string_view digest_text;
+  std::string local_name;
+  std::optional<Sha256Digest> digest;  // nothing where the text is none
+  // What holds of its local name among the members before it.
+  bool is_repeated = false;  // one of them has it with the same digest
+  bool is_taken = false;     // one of them has it with another digest
+};
+
+// The members in their order, up to the first one that will be refused.
+std::vector<listed_member_t> listed_members(const json::object& files) {
+  std::vector<listed_member_t> members;
+  std::map<std::string, Sha256Digest> digests;  // by comparable local name
+  members.reserve(files.size());
+  for (const json::key_value_pair& file : files) {
+    listed_member_t& member = members.emplace_back();
+    member.name = {file.key().data(), file.key().size()};
+    member.digest_text = framework::as_string(file.value());
+    member.local_name = local_member_name(member.name);
+    member.digest = framework::parse_sha256(member.digest_text);
+    if (!member.digest) break;
+    const auto [first, is_new] =
+        digests.try_emplace(framework::comparable_name(member.local_name), *member.digest);
+    member.is_taken = first->second != *member.digest;
+    member.is_repeated = !is_new && !member.is_taken;
+    if (member.is_taken) break;
+  }
+  return members;
+}
+
 // The download of one package.
 class package_download {
  public:
-  package_download(core_context_t& context, const package_t& package)
-      : context_(context), package_(package), place_(context, package.meta) {}
+  package_download(core_context& context, const package_t& package)
+      : context_(context),
+        package_(package),
+        place_(context, package.meta),
+        size_limit_(app::to_size_limit(app::get_member_size_limit(&context.options()))) {}
 
   ~package_download() {
     if (store_) context_.http().expect({});
@@ -43,92 +86,70 @@ class package_download {
     if (!open_folder()) return false;
     const json::object* files = package_.meta.files();
     if (files == nullptr) return true;
-    following_ = *files;
+    const std::vector<listed_member_t> members = listed_members(*files);
+    following_ = members;
     while (!following_.empty()) {
-      const json::key_value_pair& file = following_.front();
+      const listed_member_t& member = following_.front();
       following_ = following_.subspan(1);
-      const std::string_view member(file.key().data(), file.key().size());
-      if (!provide(member, framework::as_string(file.value()))) return false;
+      if (!provide(member)) return false;
       context_.progress().member_done();
     }
     return true;
   }
 
  private:
-  // The digests of members by their comparable local names.
-  using digests_t = std::map<std::string, Sha256Digest>;
-
   bool open_folder() {
-    IoError error;
-    folder_ = place_.open(error);
-    if (!folder_ && !error) {
+    opened_folder folder = place_.open();
+    if (!folder && folder.error().is_absent()) {
       context_.log(msg::Code::log_create_folder, msg::kLevelProgress,
                    {path_argument(place_.path())});
-      folder_ = place_.create(error);
+      folder = place_.create();
     }
-    if (folder_) return true;
-    return context_.fail(msg::Code::create_folder, {path_argument(place_.path())}, error.text);
+    if (!folder) {
+      return context_.fail(msg::Code::create_folder, {path_argument(place_.path())},
+                           folder.error().cause().text);
+    }
+    folder_ = std::move(*folder);
+    return true;
   }
 
   // Proves a member, or downloads it.
-  bool provide(std::string_view member, std::string_view digest_text) {
-    const std::optional<Sha256Digest> expected = framework::parse_sha256(digest_text);
-    if (!expected) {
+  bool provide(const listed_member_t& member) {
+    // Two members may have the same local file only if they have the same bytes.
+    if (!member.digest || member.is_taken) {
       return context_.fail(msg::Code::checksum_invalid,
-                           {pkg_argument(package_.identity), text_argument(L"file", member),
-                            text_argument(L"sum", digest_text), context_.pkgtype()});
+                           {pkg_argument(package_.identity), member_argument(member.name),
+                            text_argument(L"sum", member.digest_text), context_.pkgtype()},
+                           member.is_taken ? "Another member has the same local name." : "");
     }
-    const std::string local_name = local_member_name(member);
-    if (claim(local_name, *expected, provided_) == claim_t::refused) {
-      return context_.fail(msg::Code::checksum_invalid,
-                           {pkg_argument(package_.identity), text_argument(L"file", member),
-                            text_argument(L"sum", digest_text), context_.pkgtype()},
-                           "Another member has the same local name.");
-    }
-    if (folder_->kind_of(local_name) != EntryKind::absent) {
+    if (folder_->kind_of(member.local_name) != EntryKind::absent) {
       context_.log(msg::Code::log_file_exists, msg::kLevelDetail,
-                   {path_argument(place_.path() + local_name)});
-      if (digest_of_local(local_name) == expected) return true;
-      context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress, mismatch(member));
+                   {path_argument(place_.path() +
+                                  local_member_name(framework::hide_credentials(member.name)))});
+      if (digest_of_local(member.local_name) == member.digest) return true;
+      context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress, mismatch(member.name));
     }
-    return download(member, local_name, *expected);
+    return download(member);
   }
 
-  enum class claim_t { first, again, refused };
-
-  // Two members may have the same local file only if they have the same bytes.
-  static claim_t claim(const std::string& local_name, const Sha256Digest& digest,
-                       digests_t& provided) {
-    const auto [first, is_new] =
-        provided.try_emplace(framework::comparable_name(local_name), digest);
-    if (is_new) return claim_t::first;
-    return first->second == digest ? claim_t::again : claim_t::refused;
-  }
-
-  // Lets the transport read ahead: the members that will be downloaded after the current one, up to
-  // the first one that will be refused. A trace is to show one request after the other.
+  // Lets the transport read ahead: the members that will be downloaded after the current one. A
+  // trace is to show one request after the other.
   void expect_following() {
-    if (!trace_log().empty()) return;
+    if (open_trace_log() != nullptr) return;
     std::vector<std::string> urls;
-    digests_t provided = provided_;
-    for (const json::key_value_pair& file : following_) {
-      const std::string_view member(file.key().data(), file.key().size());
-      if (!file.value().is_string()) break;
-      const std::optional<Sha256Digest> digest =
-          framework::parse_sha256(framework::as_string(file.value()));
-      if (!digest) break;
-      const std::string local_name = local_member_name(member);
-      const claim_t claimed = claim(local_name, *digest, provided);
-      if (claimed == claim_t::refused) break;
-      if (claimed == claim_t::first && folder_->kind_of(local_name) == EntryKind::absent) {
-        urls.push_back(framework::resolve_url(*store_, member));
-      }
+    for (const listed_member_t& member : following_) {
+      if (!member.digest || member.is_taken) break;
+      if (member.is_repeated || folder_->kind_of(member.local_name) != EntryKind::absent) continue;
+      std::string cause;
+      std::string url = member_url(member.name, cause);
+      if (!cause.empty()) break;
+      urls.push_back(std::move(url));
     }
     context_.http().expect(urls);
   }
 
-  [[nodiscard]] std::filesystem::path trace_log() const {
-    return remote_io_log_path(context_, to_string(package_.identity));
+  [[nodiscard]] std::shared_ptr<IOImpl_base> open_trace_log() const {
+    return open_remote_io_log(context_, to_string(package_.identity));
   }
 
   std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
@@ -139,20 +160,19 @@ class package_download {
     return digest.finish();
   }
 
-  bool download(std::string_view member, const std::string& local_name,
-                const Sha256Digest& expected) {
+  bool download(const listed_member_t& member) {
     context_.log(msg::Code::log_about_to_download, msg::kLevelProgress,
-                 {context_.pkgtype(), text_argument(L"pkgs", member)});
+                 {context_.pkgtype(), member_argument(member.name, L"pkgs")});
     if (!store_) {
       bootstrap_result_t store = bootstrap_store(context_);
       if (!store.ok) return false;
       store_ = std::move(store.store_url);
       expect_following();
     }
-    context_.log(msg::Code::log_download_file, msg::kLevelDetail, {text_argument(L"file", member)});
+    context_.log(msg::Code::log_download_file, msg::kLevelDetail, {member_argument(member.name)});
     framework::Sha256 digest;
-    if (transfer(member, local_name, digest) && digest.finish() != expected) {
-      return context_.fail(msg::Code::checksum_mismatch, mismatch(member));
+    if (transfer(member.name, member.local_name, digest) && digest.finish() != member.digest) {
+      return context_.fail(msg::Code::checksum_mismatch, mismatch(member.name));
     }
     // What the I/O layer recorded decides, whether it was recorded by this member or before.
     if (context_.reporter().has_errors()) {
@@ -164,11 +184,8 @@ class package_download {
 
   // Copies the member from the store to its file. The file is touched only when the store answers.
   bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
-    framework::HttpRequest request;
-    request.url = framework::resolve_url(*store_, member);
-    request.trace_log = trace_log();
     IoError error;
-    const std::shared_ptr<IOImpl_base> source = context_.get(request, error);
+    const std::shared_ptr<IOImpl_base> source = open_member(member, error);
     const std::shared_ptr<IOImpl_base> file =
         source ? folder_->create_file(local_name, error) : nullptr;
     if (!file) {
@@ -183,23 +200,47 @@ class package_download {
     return complete;
   }
 
-  [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {
-    return {pkg_argument(package_.identity), text_argument(L"file", member), context_.pkgtype()};
+  // Where the store has the member; a cause where that would be elsewhere than in the store.
+  [[nodiscard]] std::string member_url(std::string_view member, std::string& cause) const {
+    std::string url = framework::http_request_url(*store_, member, cause);
+    const std::string base = framework::http_request_url(*store_, cause);
+    if (cause.empty()) cause = framework::why_not_trusted(base, url);
+    return url;
   }
 
-  core_context_t& context_;
+  // The answer of the store for the member; null, with the cause, where it has none.
+  std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
+    std::string cause;
+    framework::HttpRequest request;
+    request.url = member_url(member, cause);
+    if (!cause.empty()) {
+      error.text = to_string(package_.identity) + ": \"" + framework::loggable_url(member) +
+                   "\" makes no address in the store " + framework::loggable_url(*store_) + ": " +
+                   cause;
+      return nullptr;
+    }
+    request.size_limit = size_limit_;
+    request.trace_log = open_trace_log();
+    return context_.get(request, error);
+  }
+
+  [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {
+    return {pkg_argument(package_.identity), member_argument(member), context_.pkgtype()};
+  }
+
+  core_context& context_;
   const package_t& package_;
-  package_folder_t place_;
+  package_folder place_;
+  std::uint64_t size_limit_;
   framework::HashedCopy copy_;
   std::unique_ptr<Folder> folder_;
-  std::span<const json::key_value_pair> following_;  ///< members whose turn has not come
-  digests_t provided_;
-  std::optional<std::string> store_;  ///< the store URL once it is known
+  std::span<const listed_member_t> following_;  ///< members whose turn has not come
+  std::optional<std::string> store_;            ///< the store URL once it is known
 };
 
 }  // namespace
 
-bool download_pkg(core_context_t& context, const name_semver_t& package,
+bool download_pkg(core_context& context, const name_semver_t& package,
                   const pkgs_available_t& available) {
   const package_t* entry = find_exact(available.packages(), package);
   if (entry == nullptr) {

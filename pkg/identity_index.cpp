@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
-#include "pkg/ascii_case.h"
+#include "framework/text/ascii.h"
 
 namespace zendro::pkg {
 namespace {
 
-// Sorting the suffixes of a name costs its length squared at worst; names beyond this length are
-// searched one by one instead.
-constexpr std::size_t kLongestIndexed = 128;
-// So many searches through all names cost less than building the index.
-constexpr std::size_t kSearchesBeforeIndex = 16;
+// So few are looked at one by one.
+constexpr std::size_t kFew = 16;
 
 // Orders versions, newest first, by as many leading parts as the pattern gives.
 class by_given_parts {
@@ -34,100 +32,97 @@ class by_given_parts {
 
 }  // namespace
 
-identity_index::identity_index(const std::vector<name_semver_t>& identities) {
+identity_index::identity_index(const std::vector<name_semver_t>& identities)
+    : names_(identities.size()), by_version_(identities.size()), is_taken_(identities.size()) {
   std::vector<std::string> lower;
   lower.reserve(identities.size());
-  for (const name_semver_t& identity : identities) lower.push_back(ascii_lower(identity.name));
-  std::vector<std::size_t> order(identities.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
+  versions_.reserve(identities.size());
+  for (const name_semver_t& identity : identities) {
+    lower.push_back(framework::ascii_lower(identity.name));
+    versions_.push_back(identity.version);
+  }
+  std::iota(by_version_.begin(), by_version_.end(), position_type{0});
+  position_list by_name = by_version_;
+  std::sort(by_name.begin(), by_name.end(),
+            [&lower](position_type a, position_type b) { return lower[a] < lower[b]; });
+  for (const position_type position : by_name) {
+    if (lower_.empty() || lower_.back() != lower[position]) lower_.push_back(lower[position]);
+    names_[position] = static_cast<std::uint32_t>(lower_.size() - 1);
+  }
   const by_given_parts newer({0, 0, 0});
-  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-    if (const int names = lower[a].compare(lower[b]); names != 0) return names < 0;
-    return newer(identities[a].version, identities[b].version);
-  });
-  for (const std::size_t position : order) {
-    if (names_.empty() || names_.back().lower != lower[position]) {
-      names_.push_back({lower[position], {}});
-    }
-    names_.back().entries.push_back({identities[position].version, position});
+  std::sort(by_version_.begin(), by_version_.end(),
+            [&](position_type a, position_type b) { return newer(versions_[a], versions_[b]); });
+}
+
+std::optional<std::size_t> identity_index::find_any(const name_semver_t& key) {
+  const std::string part = framework::ascii_lower(key.name);
+  const std::span<const position_type> positions = matching(key.version);
+  if (positions.size() > kFew) {
+    group_t& group = group_of(key.version, positions);
+    const std::optional<std::size_t> name = group.names.find_any(part);
+    return name ? std::optional<std::size_t>(group.positions[group.first[*name]]) : std::nullopt;
   }
+  for (const position_type position : positions) {
+    if (lower_[names_[position]].find(part) != std::string::npos) return position;
+  }
+  return std::nullopt;
 }
 
-std::vector<std::size_t> identity_index::find(const name_semver_t& key) const {
-  std::vector<std::size_t> positions;
-  visit_matches(key, [&positions](std::size_t position) {
-    positions.push_back(position);
-    return true;
-  });
-  std::sort(positions.begin(), positions.end());
-  return positions;
-}
-
-bool identity_index::contains(const name_semver_t& key) const {
-  bool found = false;
-  visit_matches(key, [&found](std::size_t) {
-    found = true;
-    return false;
-  });
-  return found;
-}
-
-// `visit` returns whether to go on.
-template <typename Visit>
-void identity_index::visit_matches(const name_semver_t& key, Visit visit) const {
-  const by_given_parts newer(key.version);
-  const auto entry_first = [&newer](const entry_t& entry, const semver_t& version) {
-    return newer(entry.version, version);
+std::vector<std::size_t> identity_index::take(const name_semver_t& key) {
+  const std::string part = framework::ascii_lower(key.name);
+  const std::span<const position_type> positions = matching(key.version);
+  std::vector<std::size_t> found;
+  const auto take_one = [&](position_type position) {
+    if (!is_taken_[position]) found.push_back(position);
+    is_taken_[position] = true;
   };
-  for (const std::uint32_t name : names_with(ascii_lower(key.name))) {
-    const std::vector<entry_t>& entries = names_[name].entries;
-    for (auto entry = std::lower_bound(entries.begin(), entries.end(), key.version, entry_first);
-         entry != entries.end() && !newer(key.version, entry->version); ++entry) {
-      if (!visit(entry->position)) return;
+  if (positions.size() > kFew) {
+    group_t& group = group_of(key.version, positions);
+    for (const std::size_t name : group.names.take(part)) {
+      for (std::size_t i = group.first[name]; i < group.first[name + 1]; ++i) {
+        take_one(group.positions[i]);
+      }
     }
-  }
-}
-
-std::vector<std::uint32_t> identity_index::names_with(const std::string& part) const {
-  std::vector<std::uint32_t> found;
-  if (queries_++ < kSearchesBeforeIndex) {
-    for (std::uint32_t name = 0; name < names_.size(); ++name) {
-      if (names_[name].lower.find(part) != std::string::npos) found.push_back(name);
+  } else {
+    for (const position_type position : positions) {
+      if (lower_[names_[position]].find(part) != std::string::npos) take_one(position);
     }
-    return found;
-  }
-  if (suffixes_.empty() && long_names_.empty()) build_suffixes();
-  const auto starts_before = [this](const suffix_t& suffix, std::string_view text) {
-    return text_of(suffix) < text;
-  };
-  for (auto suffix = std::lower_bound(suffixes_.begin(), suffixes_.end(), part, starts_before);
-       suffix != suffixes_.end() && text_of(*suffix).starts_with(part); ++suffix) {
-    found.push_back(suffix->name);
-  }
-  for (const std::uint32_t name : long_names_) {
-    if (names_[name].lower.find(part) != std::string::npos) found.push_back(name);
   }
   std::sort(found.begin(), found.end());
-  found.erase(std::unique(found.begin(), found.end()), found.end());
   return found;
 }
 
-void identity_index::build_suffixes() const {
-  for (std::uint32_t name = 0; name < names_.size(); ++name) {
-    const std::size_t length = names_[name].lower.size();
-    if (length > kLongestIndexed) {
-      long_names_.push_back(name);
-      continue;
-    }
-    // The empty suffix lets an empty part find names that are empty, too.
-    for (std::uint32_t offset = 0; offset <= length; ++offset) suffixes_.push_back({name, offset});
-  }
-  std::sort(suffixes_.begin(), suffixes_.end(),
-            [this](const suffix_t& a, const suffix_t& b) { return text_of(a) < text_of(b); });
+std::span<const identity_index::position_type> identity_index::matching(
+    const semver_t& pattern) const {
+  const by_given_parts newer(pattern);
+  const auto first = std::partition_point(
+      by_version_.begin(), by_version_.end(),
+      [&](position_type position) { return newer(versions_[position], pattern); });
+  const auto end = std::partition_point(first, by_version_.end(), [&](position_type position) {
+    return !newer(pattern, versions_[position]);
+  });
+  return {first, end};
 }
 
-std::string_view identity_index::text_of(const suffix_t& suffix) const {
-  return std::string_view(names_[suffix.name].lower).substr(suffix.offset);
+identity_index::group_t& identity_index::group_of(const semver_t& pattern,
+                                                  std::span<const position_type> positions) {
+  const std::uint64_t key = (std::uint64_t{pattern.major} << 32) |
+                            (std::uint64_t{pattern.minor} << 16) | std::uint64_t{pattern.patch};
+  if (const auto known = groups_.find(key); known != groups_.end()) return known->second;
+  position_list sorted(positions.begin(), positions.end());
+  std::sort(sorted.begin(), sorted.end(),
+            [this](position_type a, position_type b) { return names_[a] < names_[b]; });
+  std::vector<std::size_t> first;
+  std::vector<std::string_view> names;
+  for (std::size_t i = 0; i < sorted.size(); ++i) {
+    if (i > 0 && names_[sorted[i - 1]] == names_[sorted[i]]) continue;
+    first.push_back(i);
+    names.emplace_back(lower_[names_[sorted[i]]]);
+  }
+  first.push_back(sorted.size());
+  return groups_
+      .try_emplace(key, group_t{std::move(sorted), std::move(first), name_index(std::move(names))})
+      .first->second;
 }
 
 }  // namespace zendro::pkg

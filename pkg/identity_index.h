@@ -4,52 +4,52 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "pkg/name_index.h"
 #include "pkg/name_semver.h"
 
 namespace zendro::pkg {
 
-/// Answers a query in logarithmic time plus its matches. Used by one thread: what makes queries
-/// fast is built when there have been so many of them that it pays.
+/// Identities, known by their position in a sequence. Costs what name_index does, whatever versions
+/// are asked for. Used by one thread.
 class identity_index {
  public:
-  /// Identities are known by their position in the sequence.
+  /// No name holds a NUL.
   explicit identity_index(const std::vector<name_semver_t>& identities);
+  identity_index(const identity_index&) = delete;
+  identity_index& operator=(const identity_index&) = delete;
 
-  /// The positions of all identities whose name contains that of `key` and whose version its
-  /// version matches, ascending. An empty name is in every name.
-  [[nodiscard]] std::vector<std::size_t> find(const name_semver_t& key) const;
-  /// Whether there is one.
-  [[nodiscard]] bool contains(const name_semver_t& key) const;
+  /// One of the identities whose name contains that of `key` and whose version its version matches.
+  std::optional<std::size_t> find_any(const name_semver_t& key);
+  /// All of them that were not taken before, ascending.
+  std::vector<std::size_t> take(const name_semver_t& key);
 
  private:
-  struct entry_t {
-    semver_t version;
-    std::size_t position;
-  };
-  struct name_t {
-    std::string lower;
-    std::vector<entry_t> entries;  ///< newest version first
-  };
-  struct suffix_t {
-    std::uint32_t name;
-    std::uint32_t offset;
+  using position_type = std::uint32_t;
+  using position_list = std::vector<position_type>;
+
+  /// Those that one pattern matches.
+  struct group_t {
+    position_list positions;         ///< by name
+    std::vector<std::size_t> first;  ///< of each name, in positions, and the end
+    name_index names;
   };
 
-  /// Indexes into names_ of the names that contain a text in lower case.
-  [[nodiscard]] std::vector<std::uint32_t> names_with(const std::string& part) const;
-  void build_suffixes() const;
-  [[nodiscard]] std::string_view text_of(const suffix_t& suffix) const;
-  template <typename Visit>
-  void visit_matches(const name_semver_t& key, Visit visit) const;
+  [[nodiscard]] std::span<const position_type> matching(const semver_t& pattern) const;
+  group_t& group_of(const semver_t& pattern, std::span<const position_type> positions);
 
-  std::vector<name_t> names_;  ///< distinct, sorted
-  mutable std::size_t queries_ = 0;
-  mutable std::vector<suffix_t> suffixes_;         ///< sorted by text; of names up to a length
-  mutable std::vector<std::uint32_t> long_names_;  ///< those beyond that length
+  std::vector<std::string> lower_;           ///< the distinct names
+  std::vector<std::uint32_t> names_;         ///< of the positions, in lower_
+  std::vector<semver_t> versions_;           ///< of the positions
+  position_list by_version_;                 ///< sorted, newest first
+  std::vector<bool> is_taken_;               ///< by position
+  std::map<std::uint64_t, group_t> groups_;  ///< by pattern
 };
 
 }  // namespace zendro::pkg

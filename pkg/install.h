@@ -13,10 +13,10 @@ namespace zendro::pkg {
 /// Installs what the filters choose, with everything that it references. Refuses the whole request
 /// where a package is unknown or conflicts. Older patch levels of what is installed are replaced;
 /// other release lines stay side by side. False after a reported failure; nothing is rolled back.
-bool install(core_context_t& context, const std::vector<std::string>& filters);
+bool install(core_context& context, const std::vector<std::string>& filters);
 
 /// The body: `requests` are identities of `available`.
-bool install_pkgs(core_context_t& context, std::set<name_semver_t> requests,
+bool install_pkgs(core_context& context, const std::set<name_semver_t>& requests,
                   const pkgs_available_t& available);
 
 }  // namespace zendro::pkg

@@ -12,22 +12,32 @@ namespace zendro::pkg {
 
 /// Parses a package-list document. Nothing, with the cause, when it is not one.
 std::optional<pkgs_available_t> parse_list(std::string text, std::string& cause);
-/// Reads a package-list document from a file. Nothing, with the cause, when it cannot be read.
-std::optional<pkgs_available_t> read_list(const std::string& path, std::string& cause);
+/// Reads a package-list document from a file of a cache root. Nothing, with the cause, when it
+/// cannot be read.
+std::optional<pkgs_available_t> read_list(root_folder& root, std::string_view name,
+                                          std::string& cause);
 
 /// Each reports "invalid_pkg_information" and returns nothing when its list cannot be read.
-std::optional<pkgs_available_t> load_available(core_context_t& context);
+std::optional<pkgs_available_t> load_available(core_context& context);
 /// Takes the cache's global lock while it reads. A list that does not exist yet is empty.
-std::optional<pkgs_available_t> load_installed(core_context_t& context);
+std::optional<pkgs_available_t> load_installed(core_context& context);
 
-/// Reports "invalid_pkg_information" for a package of the list at `path` whose metadata has a
-/// member of the wrong type; the hint names the package. Returns false.
-bool fail_metadata(core_context_t& context, const std::string& path, const package_t& package,
-                   const framework::JsonError& error);
+/// Reports "invalid_pkg_information" for a package of the list, or package file, at `path`; the
+/// hint names the package. Returns false.
+bool fail_metadata(core_context& context, const std::string& path, const metadata_error& error);
+/// The same as a warning, about an installed package that must not stand in the way of others.
+/// `consequence` is a sentence that says what is done without its metadata.
+void warn_metadata(core_context& context, const metadata_error& error,
+                   std::string_view consequence);
+
+/// Names what pkgs_available_t::refused() has of the list at `path` as warnings
+/// "invalid_pkg_information" with `shown_path`, once as long as the cache object lives.
+void warn_refused(core_context& context, const pkgs_available_t& list, const std::string& path,
+                  const std::string& shown_path);
 
 /// Replaces a list in place: "write_pkg_information" for the available one when that fails,
 /// "update_pkgs_installed" for the installed one, with what the I/O layer said before it.
-bool write_available(core_context_t& context, const pkgs_available_t& list);
-bool write_installed(core_context_t& context, const pkgs_available_t& list);
+bool write_available(core_context& context, const pkgs_available_t& list);
+bool write_installed(core_context& context, const pkgs_available_t& list);
 
 }  // namespace zendro::pkg

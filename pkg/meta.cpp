@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "framework/text/url_parts.h"
+
 namespace zendro::pkg {
 
 const json::object* meta_t::map(std::string_view key) const {
@@ -31,15 +33,8 @@ std::string_view meta_t::homepage() const { return map_->string("homepage"); }
 std::string_view meta_t::publisher() const {
   if (const std::string_view publisher = map_->string("publisher"); !publisher.empty())
     return publisher;
-  std::string_view host = homepage();
-  const std::size_t authority = host.find("://");
-  if (authority == std::string_view::npos) return {};
-  host.remove_prefix(authority + 3);
-  host = host.substr(0, host.find_first_of("/?#"));
-  if (const std::size_t user = host.rfind('@'); user != std::string_view::npos) {
-    host.remove_prefix(user + 1);
-  }
-  return host.substr(0, host.find(':', host.starts_with('[') ? host.find(']') : 0));
+  if (homepage().find("://") == std::string_view::npos) return {};
+  return framework::split_address(homepage()).host;
 }
 
 const json::object* meta_t::files() const { return map("files"); }
@@ -49,5 +44,17 @@ const json::object* meta_t::uri_mappings() const { return map("uri_mappings"); }
 
 std::vector<std::string_view> meta_t::references() const { return texts("references"); }
 std::vector<std::string_view> meta_t::conflicting_pkgs() const { return texts("conflicting_pkgs"); }
+
+void meta_t::check() const {
+  for (const char* text :
+       {"_name", "_type", "_pkg_installdir", "title", "description", "homepage", "publisher"}) {
+    (void)map_->string(text);
+  }
+  for (const char* key : {"files", "catalogs", "namespace_catalog", "uri_mappings"}) (void)map(key);
+  for (const char* key : {"references", "conflicting_pkgs"}) (void)texts(key);
+  if (const json::object* members = files()) {
+    for (const json::key_value_pair& member : *members) framework::as_string(member.value());
+  }
+}
 
 }  // namespace zendro::pkg

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "framework/json.h"
-#include "framework/lazy_json.h"
+#include "framework/text/json.h"
+#include "framework/text/lazy_json.h"
 
 namespace zendro::pkg {
 
@@ -38,6 +38,9 @@ class meta_t {
   /// Sorted by bytes, without duplicates.
   [[nodiscard]] std::vector<std::string_view> references() const;
   [[nodiscard]] std::vector<std::string_view> conflicting_pkgs() const;
+
+  /// Throws framework::JsonError when any of these members, or a digest, is of the wrong type.
+  void check() const;
 
  private:
   [[nodiscard]] const json::object* map(std::string_view key) const;

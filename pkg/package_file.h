@@ -15,9 +15,10 @@ inline constexpr std::string_view kPackageMetaFile = "ZENDROPKG-INF/pkg-meta.jso
 
 /// Takes over what the package file at `path` holds: members that are not on the disk yet are
 /// copied into the folders of their packages, and its entries join the list of available packages,
-/// where an identity that the list holds already stays as it is. Returns the names that the file
-/// provides, or nothing after a reported failure; members copied by then stay.
-std::optional<std::vector<std::string>> read_package_file(core_context_t& context,
+/// where an identity that the list holds already stays as it is. All entries are checked before the
+/// first byte is written. Returns the names that the file provides, or nothing after a reported
+/// failure; members copied by then stay.
+std::optional<std::vector<std::string>> read_package_file(core_context& context,
                                                           std::string_view path);
 
 }  // namespace zendro::pkg

@@ -1,9 +1,11 @@
 #include "pkg/package_folder.h"
 
+#include <memory>
+#include <utility>
 #include <vector>
 
-#include "framework/files.h"
-#include "pkg/ascii_case.h"
+#include "framework/system/files.h"
+#include "framework/text/ascii.h"
 #include "pkg/percent_encoding.h"
 
 namespace zendro::pkg {
@@ -16,16 +18,19 @@ using framework::IoError;
 // Folders nest in a package only where another program made them; deeper than this is a trap.
 constexpr int kDeepestFolder = 64;
 
-// Whether this is the folder word of another package type. Case is no difference: some file systems
-// know none.
-bool is_other_type(std::string_view word, std::string_view own_type) {
-  for (const std::string_view type : {"xsd", "xbrl"}) {
-    if (type != own_type && ascii_lower(word) == type) return true;
-  }
-  return false;
+// A short name, as Windows gives files besides their own one ("GOOD-1~1.0"): it may be that of the
+// folder of another package.
+bool is_short_name(std::string_view name) {
+  constexpr std::size_t longest = 8;
+  constexpr std::size_t longest_extension = 3;
+  const std::string_view base = name.substr(0, name.find('.'));
+  const std::size_t tilde = base.rfind('~');
+  return tilde != std::string_view::npos && tilde + 1 < base.size() && base.size() <= longest &&
+         name.size() - base.size() <= longest_extension + 1 &&
+         base.find_first_not_of("0123456789", tilde + 1) == std::string_view::npos;
 }
 
-bool remove_contents(core_context_t& context, const Folder& folder, const std::string& path,
+bool remove_contents(core_context& context, const Folder& folder, const std::string& path,
                      int depth, IoError& error) {
   if (depth > kDeepestFolder) {
     error.text = path + ": folders are nested too deeply";
@@ -63,53 +68,63 @@ bool remove_contents(core_context_t& context, const Folder& folder, const std::s
 
 }  // namespace
 
-package_folder_t::package_folder_t(core_context_t& context, const meta_t& meta)
-    : folders_(context.type_folders()),
+package_folder::package_folder(core_context& context, const meta_t& meta)
+    : folders_(context.install_folders()),
       own_type_(context.type()),
       type_(meta.type()),
       name_(meta.pkg_installdir()),
       path_(folders_.path_of(type_) + name_ + framework::kPathSeparator) {}
 
-std::string package_folder_t::key() const { return framework::comparable_name(path_); }
+bool package_folder::is_shared() const { return !is_package_type(type_); }
 
-std::string package_folder_t::member_path(std::string_view member) const {
+std::string package_folder::key() const { return framework::comparable_name(path_); }
+
+std::string package_folder::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
 }
 
-bool package_folder_t::is_safe(std::string& cause) const {
-  IoError error;
-  if (open(error) || !error) return true;
-  cause = error.text;
+bool package_folder::is_safe(std::string& cause) const {
+  const opened_folder folder = open();
+  if (folder || folder.error().is_absent()) return true;
+  cause = folder.error().cause().text;
   return false;
 }
 
-std::unique_ptr<Folder> package_folder_t::open(IoError& error) const {
-  if (!is_own(error)) return nullptr;
-  const Folder* const parent = folders_.open(type_, error);
-  if (parent == nullptr || parent->kind_of(name_) == EntryKind::absent) return nullptr;
-  return parent->open_folder(name_, error);
+opened_folder package_folder::open() const {
+  IoError refusal;
+  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const borrowed_folder parent = folders_.open(type_);
+  if (!parent) return tl::unexpected(parent.error());
+  return open_in(**parent, name_);
 }
 
-std::unique_ptr<Folder> package_folder_t::create(IoError& error) const {
-  if (!is_own(error)) return nullptr;
-  const Folder* const parent = folders_.create(type_, error);
-  if (parent == nullptr || !parent->create_folder(name_, error)) return nullptr;
-  return parent->open_folder(name_, error);
+opened_folder package_folder::create() const {
+  IoError refusal;
+  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const borrowed_folder parent = folders_.create(type_);
+  if (!parent) return tl::unexpected(parent.error());
+  return create_in(**parent, name_);
 }
 
-bool package_folder_t::remove(core_context_t& context, IoError& error) const {
-  std::unique_ptr<Folder> folder = open(error);
-  if (error) return false;
+bool package_folder::remove(core_context& context, IoError& error) const {
+  opened_folder folder = open();
+  if (!folder && !folder.error().is_absent()) {
+    error = folder.error().cause();
+    return false;
+  }
   if (folder) {
-    if (!remove_contents(context, *folder, path_, 0, error)) return false;
-    folder.reset();  // an open folder would not be gone at once everywhere
-    const Folder* const parent = folders_.open(type_, error);
-    if (parent == nullptr) return false;
-    if (parent->remove_folder(name_, error)) {
+    if (!remove_contents(context, **folder, path_, 0, error)) return false;
+    folder->reset();  // an open folder would not be gone at once everywhere
+    const borrowed_folder parent = folders_.open(type_);
+    if (!parent) {
+      error = parent.error().cause();
+      return false;
+    }
+    if ((*parent)->remove_folder(name_, error)) {
       context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
       return true;
     }
-    if (parent->kind_of(name_) != EntryKind::absent) return false;
+    if ((*parent)->kind_of(name_) != EntryKind::absent) return false;
     error = {};
   }
   context.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress, {path_argument(path_)});
@@ -117,15 +132,20 @@ bool package_folder_t::remove(core_context_t& context, IoError& error) const {
 }
 
 // Whether the metadata names a folder that is a package's own.
-bool package_folder_t::is_own(IoError& error) const {
+bool package_folder::is_own(IoError& error) const {
   for (const std::string& part : {type_, name_}) {
-    if (!framework::is_plain_name(part)) {
+    if (!framework::is_plain_name(part) || is_short_name(part)) {
       error.text = "'" + part + "' is not the name of a folder";
       return false;
     }
   }
-  if (is_other_type(type_, own_type_)) {
+  // Case is no difference: some file systems know none.
+  if (is_package_type(type_) && framework::ascii_lower(type_) != own_type_) {
     error.text = path_ + ": the folder belongs to another package type";
+    return false;
+  }
+  if (framework::ascii_lower(type_) == kSharedLock) {
+    error.text = path_ + ": the name is that of a lock";
     return false;
   }
   if (folders_.touches_cache(type_, name_)) {

@@ -5,11 +5,16 @@
 #include <iterator>
 #include <utility>
 
+#include "app/options/package_types.h"
+
 namespace zendro::pkg {
 namespace {
 
 constexpr std::string_view kMeta = "_META";
 constexpr std::string_view kDeprecated = "_DEPRECATED";
+constexpr std::string_view kVanished = "_vanished";
+constexpr std::string_view kReferences = "references";
+constexpr std::string_view kConflicts = "conflicting_pkgs";
 constexpr std::string_view kBuildNumber = "build_number";
 constexpr std::size_t kSeparatorsSize = 8;  // of a member in a written list, at most
 
@@ -20,7 +25,7 @@ package_t make_package(std::string_view key, const framework::LazyObject& map) {
 }
 
 // Sorts entries that stand in document order; of two with one identity the first stays.
-void sort_packages(package_map_t& packages) {
+void sort_packages(package_map& packages) {
   if (!std::is_sorted(packages.begin(), packages.end(), identity_less)) {
     std::stable_sort(packages.begin(), packages.end(), identity_less);
   }
@@ -28,7 +33,38 @@ void sort_packages(package_map_t& packages) {
   packages.erase(std::unique(packages.begin(), packages.end(), same), packages.end());
 }
 
-package_map_t::const_iterator lower_bound(const package_map_t& packages, const name_semver_t& key) {
+// Refuses an entry that holds too much.
+void require_modest(const framework::LazyDocument::Member& entry,
+                    framework::LazyDocument& document) {
+  try {
+    require_at_most(kMostEntryValues, entry.values, "values");
+    if (entry.values <= kMostReferences) return;
+    for (const auto& [name, text, values] : document.members(entry.text)) {
+      if (name == kReferences || name == kConflicts) require_at_most(kMostReferences, values, name);
+    }
+  } catch (const framework::JsonError& error) {
+    throw framework::JsonError(std::string(entry.name).append(": ").append(error.what()));
+  }
+}
+
+// Appends a member to the text of an object that is still to be closed.
+void append_member(std::string& object, std::string_view key, std::string_view value) {
+  if (object.find_last_not_of(" \t\r\n") != 0) object += ',';
+  framework::JsonWriter(object).append(key);
+  object += ':';
+  object += value;
+}
+
+// The text of an object of packages that is still to be closed.
+std::string open_object(const package_map& packages) {
+  std::string object = "{";
+  for (const package_t& package : packages) {
+    append_member(object, package.key, package.meta.map().text());
+  }
+  return object;
+}
+
+package_map::const_iterator lower_bound(const package_map& packages, const name_semver_t& key) {
   return std::lower_bound(packages.begin(), packages.end(), key,
                           [](const package_t& package, const name_semver_t& wanted) {
                             return package.identity < wanted;
@@ -37,12 +73,18 @@ package_map_t::const_iterator lower_bound(const package_map_t& packages, const n
 
 }  // namespace
 
-const package_t* find_exact(const package_map_t& packages, const name_semver_t& identity) {
+void require_at_most(std::size_t most, std::size_t count, std::string_view what) {
+  if (count <= most) return;
+  throw framework::JsonError(std::to_string(count).append(" ").append(what) +
+                             " are more than the limit of " + std::to_string(most) + ".");
+}
+
+const package_t* find_exact(const package_map& packages, const name_semver_t& identity) {
   const auto found = lower_bound(packages, identity);
   return found != packages.end() && found->identity == identity ? &*found : nullptr;
 }
 
-const package_t* find_best(const package_map_t& packages, const name_semver_t& key) {
+const package_t* find_best(const package_map& packages, const name_semver_t& key) {
   // A part that is not given sorts before every number: what stands at the key's own place is the
   // entry of exactly the key, else the newest one that can match.
   const auto found = lower_bound(packages, key);
@@ -51,32 +93,75 @@ const package_t* find_best(const package_map_t& packages, const name_semver_t& k
   return fits ? &*found : nullptr;
 }
 
+bool is_version_key(std::string_view key) {
+  const std::span<const app::PackageType> types = app::package_types();
+  const bool is_file_name = std::any_of(
+      types.begin(), types.end(),
+      [key](const app::PackageType& type) { return key.ends_with(type.file_extension); });
+  if (key.size() > kLongestKey || is_file_name || key.find('\0') != std::string_view::npos) {
+    return false;
+  }
+  const auto [name, version] = parse_identity(key);
+  // What is given has no gap.
+  return !name.empty() && version.patch != kAnyPart;
+}
+
 pkgs_available_t::pkgs_available_t(std::shared_ptr<framework::LazyDocument> document,
                                    std::span<const std::string_view> not_packages) {
-  using Member = framework::LazyDocument::Member;
-  const std::vector<Member> members = document->members(document->root());
+  require_at_most(kMostValues, document->value_count(), "values");
+  std::size_t count = 0;
+  const std::vector<document_entry> members =
+      document->members(document->root(), kMostEntries, count);
+  require_at_most(kMostEntries, count, "entries");
   members_.reserve(members.size());
   packages_.reserve(members.size());
-  for (const auto& [key, text] : members) {
+  for (const document_entry& member : members) {
+    const std::string_view key = member.name;
     if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) continue;
-    const framework::LazyObject& map = document->object(text);
-    const bool is_package = key != kMeta && key != kDeprecated;
-    members_.push_back({key, &map, is_package});
-    if (is_package) {
-      packages_.push_back(make_package(key, map));
-    } else if (key == kMeta) {
+    const framework::LazyObject& map = document->object(member.text);
+    bool is_package = false;
+    if (key == kMeta) {
+      require_modest(member, *document);
       if (const json::value* number = map.values().if_contains(kBuildNumber)) {
         build_number_ = framework::to_int64(*number);
       }
-    } else {
-      for (const Member& entry : document->members(text)) {
-        deprecated_.push_back(make_package(entry.name, document->object(entry.text)));
+    } else if (key == kDeprecated) {
+      std::size_t deprecated = 0;
+      const std::vector<document_entry> entries =
+          document->members(member.text, kMostEntries, deprecated);
+      require_at_most(kMostEntries, count + deprecated, "entries");
+      for (const document_entry& entry : entries) {
+        require_modest(entry, *document);
+        add_package(entry, document->object(entry.text), deprecated_);
       }
+    } else {
+      require_modest(member, *document);
+      is_package = add_package(member, map, packages_);
     }
+    members_.push_back({key, &map, is_package});
   }
   sort_packages(packages_);
   sort_packages(deprecated_);
   documents_.push_back(std::move(document));
+}
+
+// Whether the entry is a package.
+bool pkgs_available_t::add_package(const document_entry& entry, const framework::LazyObject& map,
+                                   package_map& packages) {
+  if (!is_version_key(entry.name)) {
+    refused_.push_back(entry.name);
+    return false;
+  }
+  packages.push_back(make_package(entry.name, map));
+  return true;
+}
+
+bool has_vanished(const package_t& package) {
+  try {
+    return package.meta.map().values().contains(kVanished);
+  } catch (const framework::JsonError&) {
+    return false;  // of names that were chosen nothing is known
+  }
 }
 
 const package_t* pkgs_available_t::find_entry(const name_semver_t& identity) const {
@@ -114,6 +199,46 @@ void pkgs_available_t::add(std::span<const package_t* const> packages,
   for (const package_t* package : added) packages_.push_back(*package);
   std::inplace_merge(packages_.begin(), packages_.begin() + old_size, packages_.end(),
                      identity_less);
+  // What is here again is not merely kept.
+  if (std::erase_if(deprecated_, [&](const package_t& package) {
+        return find_exact(packages_, package.identity) != nullptr && has_vanished(package);
+      }) > 0) {
+    set_deprecated(open_object(deprecated_) + '}');
+  }
+}
+
+void pkgs_available_t::keep_vanished(std::span<const package_t* const> packages) {
+  if (packages.empty()) return;
+  std::string deprecated = open_object(deprecated_);
+  for (const package_t* package : packages) {
+    const std::string_view map = package->meta.map().text();
+    std::string text(map.substr(0, map.size() - 1));
+    append_member(text, kVanished, "true");
+    append_member(deprecated, package->key, text + '}');
+  }
+  set_deprecated(deprecated + '}');
+}
+
+// Makes the member for deprecated packages anew.
+void pkgs_available_t::set_deprecated(std::string text) {
+  std::string cause;
+  auto document = framework::LazyDocument::parse(std::move(text), cause);
+  if (!document) throw framework::JsonError(cause);  // nested deeper than before
+  const member_t member{kDeprecated, &document->object(document->root()), false};
+  const auto old = std::find_if(members_.begin(), members_.end(), [](const member_t& one) {
+    return !one.is_package && one.key == kDeprecated;
+  });
+  if (old != members_.end()) {
+    *old = member;
+  } else {
+    members_.push_back(member);
+  }
+  deprecated_.clear();
+  for (const document_entry& entry : document->members(document->root())) {
+    deprecated_.push_back(make_package(entry.name, document->object(entry.text)));
+  }
+  sort_packages(deprecated_);
+  documents_.push_back(std::move(document));
 }
 
 void pkgs_available_t::remove(std::span<const name_semver_t> identities) {

@@ -12,16 +12,26 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/io.h"
-#include "framework/json.h"
-#include "framework/lazy_json.h"
+#include "framework/io/io.h"
+#include "framework/text/json.h"
+#include "framework/text/lazy_json.h"
 #include "pkg/meta.h"
 #include "pkg/name_semver.h"
 
 namespace zendro::pkg {
 
-/// The largest list document that is read, in bytes.
-inline constexpr std::uint64_t kListLimit = 1ull << 30;
+/// What a list document may hold, so that a list in memory, everything in it parsed, takes less
+/// than 2 GiB and 4 times the largest text.
+inline constexpr std::uint64_t kListLimit = 512ull << 20;  ///< bytes
+inline constexpr std::size_t kMostValues = 10'000'000;     ///< JSON values, at all depths
+inline constexpr std::size_t kMostEntries = 1'000'000;    ///< members, and members of "_DEPRECATED"
+inline constexpr std::size_t kMostEntryValues = 250'000;  ///< JSON values inside one of them
+inline constexpr std::size_t kMostReferences = 10'000;    ///< of a version; as many conflicts
+inline constexpr std::size_t kLongestKey = 255;           ///< bytes of an identity
+
+/// Throws JsonError, with both numbers and `what` is counted, where a document holds more than it
+/// may.
+void require_at_most(std::size_t most, std::size_t count, std::string_view what);
 
 struct package_t {
   name_semver_t identity;
@@ -29,37 +39,56 @@ struct package_t {
   meta_t meta;
 };
 
-/// Reads a package's metadata through `read`. A framework::JsonError is thrown on with the identity
-/// in front of its text, so that whoever reads it knows which package is meant.
+/// A package's metadata has a member of the wrong type. The text is the identity and the cause.
+class metadata_error : public framework::JsonError {
+ public:
+  metadata_error(const name_semver_t& identity, const framework::JsonError& cause)
+      : JsonError(to_string(identity) + ": " + cause.what()) {}
+};
+
+/// Reads a package's metadata through `read`; what is of the wrong type throws metadata_error.
+/// Where that leaves an operation, the list of available packages is said to be at fault: whoever
+/// reads another list catches it.
 template <typename Read>
 auto read_metadata(const package_t& package, const Read& read) {
   try {
     return read(package.meta);
   } catch (const framework::JsonError& error) {
-    throw framework::JsonError(to_string(package.identity) + ": " + error.what());
+    throw metadata_error(package.identity, error);
   }
 }
 
 /// Entries sorted by identity, each identity once.
-using package_map_t = std::vector<package_t>;
+using package_map = std::vector<package_t>;
 
 /// The entry with exactly this identity, or null.
-const package_t* find_exact(const package_map_t& packages, const name_semver_t& identity);
+const package_t* find_exact(const package_map& packages, const name_semver_t& identity);
 /// The entry with exactly the key's identity, else the newest one of its name that it matches; null
 /// if there is none. O(log n).
-const package_t* find_best(const package_map_t& packages, const name_semver_t& key);
+const package_t* find_best(const package_map& packages, const name_semver_t& key);
+
+/// Whether a package version can have this key in a list: an identity of a name and three numbers,
+/// not longer than kLongestKey, without a NUL, and without the end of a package file's name.
+bool is_version_key(std::string_view key);
+
+/// Whether a deprecated package is there only because it was installed when it vanished from the
+/// store, see pkgs_available_t::keep_vanished().
+bool has_vanished(const package_t& package);
 
 class pkgs_available_t {
  public:
   /// An empty list.
   pkgs_available_t() = default;
-  /// Views a package-list document; throws JsonError when it has not the shape of one. The top
-  /// level members named in `not_packages` are passed over.
+  /// Views a package-list document; throws JsonError when it has not the shape of one or holds more
+  /// than a list may. The top level members named in `not_packages` are passed over.
   explicit pkgs_available_t(std::shared_ptr<framework::LazyDocument> document,
                             std::span<const std::string_view> not_packages = {});
 
-  [[nodiscard]] const package_map_t& packages() const { return packages_; }
-  [[nodiscard]] const package_map_t& deprecated() const { return deprecated_; }
+  [[nodiscard]] const package_map& packages() const { return packages_; }
+  [[nodiscard]] const package_map& deprecated() const { return deprecated_; }
+  /// The keys that no version can have, see is_version_key(). Their entries are no packages, but
+  /// stay in the document.
+  [[nodiscard]] const std::vector<std::string_view>& refused() const { return refused_; }
   /// "build_number" of "_META", null counting as 0; nothing where either is missing.
   [[nodiscard]] std::optional<std::int64_t> build_number() const { return build_number_; }
 
@@ -69,6 +98,9 @@ class pkgs_available_t {
   /// Adds packages of another list, whose document is kept alive; an identity that the list holds
   /// already is left as it is. `packages` is sorted by identity.
   void add(std::span<const package_t* const> packages, const pkgs_available_t& source);
+  /// Keeps packages that have vanished from the store among the deprecated ones, marked as such.
+  /// One that is added again later is taken out.
+  void keep_vanished(std::span<const package_t* const> packages);
   /// Removes the identities (sorted).
   void remove(std::span<const name_semver_t> identities);
 
@@ -77,16 +109,23 @@ class pkgs_available_t {
   [[nodiscard]] std::string serialise() const;
 
  private:
+  using document_entry = framework::LazyDocument::Member;
+
+  bool add_package(const document_entry& entry, const framework::LazyObject& map,
+                   package_map& packages);
+  void set_deprecated(std::string text);
+
   struct member_t {
     std::string_view key;
     const framework::LazyObject* map;
-    bool is_package;  ///< false for "_META" and "_DEPRECATED"
+    bool is_package;  ///< false for "_META", "_DEPRECATED" and what is refused
   };
 
   std::vector<std::shared_ptr<const framework::LazyDocument>> documents_;
   std::vector<member_t> members_;  ///< all top level members in document order
-  package_map_t packages_;
-  package_map_t deprecated_;
+  package_map packages_;
+  package_map deprecated_;
+  std::vector<std::string_view> refused_;
   std::optional<std::int64_t> build_number_;
 };
 

@@ -1,6 +1,6 @@
 #include "pkg/percent_encoding.h"
 
-#include "framework/utf8.h"
+#include "framework/text/utf8.h"
 
 namespace zendro::pkg {
 namespace {

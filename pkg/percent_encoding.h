@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "framework/percent.h"
+#include "framework/text/percent.h"
 
 namespace zendro::pkg {
 

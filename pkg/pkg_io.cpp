@@ -1,15 +1,19 @@
 #include "pkg/pkg_io.h"
 
-#include <exception>
+#include <algorithm>
 #include <mutex>
+#include <optional>
 #include <utility>
 
-#include "app/options.h"
-#include "framework/files.h"
-#include "framework/folder.h"
-#include "framework/percent.h"
+#include "app/options/options.h"
+#include "app/options/package_types.h"
+#include "framework/io/digest.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
+#include "framework/system/guarded.h"
+#include "framework/text/percent.h"
+#include "framework/text/utf8.h"
 #include "msg/message_table.h"
-#include "msg/utf.h"
 #include "pkg/core_context.h"
 #include "pkg/package_folder.h"
 #include "pkg/package_url.h"
@@ -27,51 +31,95 @@ std::string type_of(const json::object& options) {
 }
 
 IoError message_error(msg::Code code, const msg::Arguments& arguments) {
-  return {msg::to_utf8(msg::format_message(static_cast<int>(code), arguments))};
+  return {framework::to_utf8(msg::format_message(static_cast<int>(code), arguments))};
 }
 
 // Runs `body` with a context that reports nowhere. What it throws becomes the error, and a null or
 // zero result.
 template <typename Body>
 auto with_context(const json::object& options, IoError& error, const Body& body) {
-  using Result = decltype(body(std::declval<core_context_t&>()));
-  try {
-    std::mutex lock;
-    core_context_t context(type_of(options), options, {}, lock);
-    return body(context);
-  } catch (const std::exception& exception) {
-    error.text = exception.what();
-    return Result{};
-  }
+  decltype(body(std::declval<core_context&>())) result{};
+  framework::guarded(
+      [&] {
+        std::mutex lock;
+        core_context context(type_of(options), options, {}, lock);
+        result = body(context);
+      },
+      [&error](const std::string& failure) { error.text = failure; });
+  return result;
 }
 
-// Opens "<member>" or "<archive>%7Czip/<member inside>..." below the folder of a package.
-std::shared_ptr<IOImpl_base> open_member(const package_folder_t& place, std::string_view path,
-                                         IoError& error) {
-  const std::size_t end = path.find(framework::kZipSeparator);
-  const std::string_view member = path.substr(0, end);
-  const std::unique_ptr<framework::Folder> folder = place.open(error);
-  if (!folder) {
-    if (!error) error.text = place.path() + ": the folder does not exist";
-    return nullptr;
-  }
-  std::shared_ptr<IOImpl_base> stream = folder->open_file(local_member_name(member), error);
-  if (!stream || end == std::string_view::npos) return stream;
-  return framework::open_archive_path(std::move(stream),
-                                      path.substr(end + framework::kZipSeparator.size()),
-                                      place.member_path(member), error);
+// The digest that a package gives for a member; null where it has none of that local name. Nearly
+// always a URL has the member's own name.
+const json::value* digest_of(const meta_t& meta, std::string_view member) {
+  const json::object* files = meta.files();
+  if (files == nullptr) return nullptr;
+  if (const json::value* digest = files->if_contains(member)) return digest;
+  const std::string name = framework::comparable_name(local_member_name(member));
+  const auto* const found =
+      std::find_if(files->begin(), files->end(), [&name](const json::key_value_pair& file) {
+        const std::string_view key(file.key().data(), file.key().size());
+        return framework::comparable_name(local_member_name(key)) == name;
+      });
+  return found == files->end() ? nullptr : &found->value();
 }
+
+// Opens files of one package.
+class package_files {
+ public:
+  package_files(core_context& context, const package_t& package, member_proofs& proofs)
+      : context_(context), package_(package), place_(context, package.meta), proofs_(proofs) {}
+
+  // Opens "<member>" or "<archive>%7Czip/<member inside>...".
+  std::shared_ptr<IOImpl_base> open(std::string_view path, IoError& error) {
+    const std::size_t end = path.find(framework::kZipSeparator);
+    const std::string_view member = path.substr(0, end);
+    std::shared_ptr<IOImpl_base> stream = open_member(member, error);
+    if (!stream || end == std::string_view::npos) return stream;
+    return framework::open_archive_path(std::move(stream),
+                                        path.substr(end + framework::kZipSeparator.size()),
+                                        place_.member_path(member), error);
+  }
+
+ private:
+  std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
+    const json::value* digest = digest_of(package_.meta, member);
+    if (digest == nullptr) {
+      error.text =
+          place_.member_path(member) + ": " + to_string(package_.identity) + " has no such file";
+      return nullptr;
+    }
+    const opened_folder folder = place_.open();
+    if (!folder) {
+      error = folder.error().cause();
+      if (!error) error.text = place_.path() + ": the folder does not exist";
+      return nullptr;
+    }
+    const std::string name = local_member_name(member);
+    std::shared_ptr<IOImpl_base> stream = (*folder)->open_file(name, error);
+    if (!stream || !framework::to_bool(app::get_io_verify(&context_.options()))) return stream;
+    const auto expected = framework::parse_sha256(framework::as_string(*digest));
+    if (!expected) error.text = place_.member_path(member) + ": its package has no digest for it";
+    const bool proved = expected && proofs_.prove(**folder, name, *stream, *expected, error);
+    return proved ? stream : nullptr;
+  }
+
+  core_context& context_;
+  const package_t& package_;
+  package_folder place_;
+  member_proofs& proofs_;
+};
 
 }  // namespace
 
 PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options)
-    : PkgIOImpl(std::move(options), std::make_shared<installed_packages_t>()) {}
+    : PkgIOImpl(std::move(options), std::make_shared<installed_packages>()) {}
 
 PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options,
-                     std::shared_ptr<installed_packages_t> installed)
+                     std::shared_ptr<installed_packages> installed)
     : options_(std::move(options)),
       installed_(std::move(installed)),
-      state_(with_context(*options_, error_, installed_packages_t::state_of)) {}
+      state_(with_context(*options_, error_, installed_packages::state_of)) {}
 
 const IoError& PkgIOImpl::error() const {
   return inner_ && inner_->error() ? inner_->error() : error_;
@@ -91,15 +139,15 @@ bool PkgIOImpl::open(std::string_view url) {
   const std::string_view path =
       slash == std::string_view::npos ? std::string_view() : url.substr(slash + 1);
   inner_ =
-      with_context(*options_, error_, [&](core_context_t& context) -> std::shared_ptr<IOImpl_base> {
-        pkgtype_ = msg::to_utf8(msg::type_label(context.type(), false));
-        if (installed_packages_t::state_of(context) != state_) {
+      with_context(*options_, error_, [&](core_context& context) -> std::shared_ptr<IOImpl_base> {
+        pkgtype_ = framework::to_utf8(app::package_type(context.type()).label);
+        if (installed_packages::state_of(context) != state_) {
           error_ = message_error(msg::Code::msg_pkg_remap, {context.pkgtype()});
           return nullptr;
         }
         const auto installed = installed_->list(context, error_);
         if (!installed) return nullptr;
-        const package_map_t& packages = installed->packages();
+        const package_map& packages = installed->packages();
         const package_t* package = find_exact(packages, parse_identity(pkg_));
         if (package == nullptr) {
           // Tools that normalise URIs escape names beyond ASCII.
@@ -112,8 +160,7 @@ bool PkgIOImpl::open(std::string_view url) {
                                   context.pkgtype(), text_argument(L"uri", uri_)});
           return nullptr;
         }
-        const package_folder_t place(context, package->meta);
-        return open_member(place, path, error_);
+        return package_files(context, *package, installed_->proofs()).open(path, error_);
       });
   return inner_ != nullptr;
 }

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "framework/json.h"
-#include "framework/url_io.h"
+#include "framework/text/json.h"
+#include "framework/url/url_io.h"
 #include "pkg/installed_packages.h"
 
 namespace zendro::pkg {
@@ -23,13 +23,16 @@ class PkgIOImpl : public framework::IOImpl_base {
   explicit PkgIOImpl(std::shared_ptr<const json::object> options);
   /// The same, sharing what is known of the list with other handlers.
   PkgIOImpl(std::shared_ptr<const json::object> options,
-            std::shared_ptr<installed_packages_t> installed);
+            std::shared_ptr<installed_packages> installed);
   ~PkgIOImpl() override = default;
 
   [[nodiscard]] const framework::IoError& error() const override;
   /// Opens the member that the URL names. A path that goes on after "%7Czip/" names a member inside
-  /// an archive. Fails with "msg_pkg_remap" when the cache was updated since the handler was made,
-  /// and with "msg_pkg_missing" when the package is not installed.
+  /// an archive. Only what the list of installed packages names among the files of the package is
+  /// opened, and, unless the option "pkg.io.verify" is false, only with the digest that stands
+  /// there: a file is read through for that when it is first opened, see member_proofs. Fails
+  /// with "msg_pkg_remap" when the cache was updated since the handler was made, and with
+  /// "msg_pkg_missing" when the package is not installed.
   bool open(std::string_view url) override;
   void close() override;
   void flush() override;
@@ -45,7 +48,7 @@ class PkgIOImpl : public framework::IOImpl_base {
   Result forwarded(Result result);
 
   std::shared_ptr<const json::object> options_;
-  std::shared_ptr<installed_packages_t> installed_;
+  std::shared_ptr<installed_packages> installed_;
   std::shared_ptr<framework::IOImpl_base> inner_;
   std::string uri_;
   std::string pkgtype_;
@@ -63,7 +66,7 @@ class PkgIOCallback : public framework::IoCallback {
 
  private:
   std::shared_ptr<const json::object> options_;
-  std::shared_ptr<installed_packages_t> installed_ = std::make_shared<installed_packages_t>();
+  std::shared_ptr<installed_packages> installed_ = std::make_shared<installed_packages>();
 };
 
 }  // namespace zendro::pkg

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "framework/xml.h"
+#include "framework/text/xml.h"
 
 namespace zendro::pkg {
 

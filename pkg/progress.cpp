@@ -5,9 +5,9 @@
 namespace zendro::pkg {
 
 // Forwards everything; what is read is counted.
-class progress_reporter_t::watched_response : public framework::HttpResponse {
+class progress_reporter::watched_response : public framework::HttpResponse {
  public:
-  watched_response(std::shared_ptr<framework::HttpResponse> inner, progress_reporter_t& reporter)
+  watched_response(std::shared_ptr<framework::HttpResponse> inner, progress_reporter& reporter)
       : inner_(std::move(inner)), reporter_(reporter) {}
 
   [[nodiscard]] const framework::HttpHeaders& headers() const override { return inner_->headers(); }
@@ -17,7 +17,7 @@ class progress_reporter_t::watched_response : public framework::HttpResponse {
   void flush() override { inner_->flush(); }
   std::int64_t read(void* buffer, std::size_t size) override {
     const std::int64_t count = inner_->read(buffer, size);
-    reporter_.received(count);
+    reporter_.transferred(count);
     return count;
   }
   std::int64_t write(const void* buffer, std::size_t size) override {
@@ -31,34 +31,29 @@ class progress_reporter_t::watched_response : public framework::HttpResponse {
 
  private:
   std::shared_ptr<framework::HttpResponse> inner_;
-  progress_reporter_t& reporter_;
+  progress_reporter& reporter_;
 };
 
-void progress_reporter_t::begin(std::uint64_t members) {
+void progress_reporter::begin(std::uint64_t members) {
   progress_ = {};
   progress_.members = members;
   tell();
 }
 
-void progress_reporter_t::member_done() {
+void progress_reporter::member_done() {
   ++progress_.members_done;
   end_transfer();
   tell();
 }
 
-std::shared_ptr<framework::HttpResponse> progress_reporter_t::watch(
-    std::shared_ptr<framework::HttpResponse> response) {
-  if (!sink_ || !response) return response;
+void progress_reporter::begin_transfer(std::int64_t size) {
   end_transfer();
-  if (const std::int64_t size = response->size(); size >= 0) {
-    progress_.bytes = static_cast<std::uint64_t>(size);
-  }
+  if (size >= 0) progress_.bytes = static_cast<std::uint64_t>(size);
   tell();
-  return std::make_shared<watched_response>(std::move(response), *this);
 }
 
-// An answer that is read to its end is no longer under way.
-void progress_reporter_t::received(std::int64_t count) {
+// What is read to its end is no longer under way.
+void progress_reporter::transferred(std::int64_t count) {
   if (count > 0) {
     progress_.bytes_done += static_cast<std::uint64_t>(count);
   } else {
@@ -67,12 +62,19 @@ void progress_reporter_t::received(std::int64_t count) {
   tell();
 }
 
-void progress_reporter_t::end_transfer() {
+std::shared_ptr<framework::HttpResponse> progress_reporter::watch(
+    std::shared_ptr<framework::HttpResponse> response) {
+  if (!sink_ || !response) return response;
+  begin_transfer(response->size());
+  return std::make_shared<watched_response>(std::move(response), *this);
+}
+
+void progress_reporter::end_transfer() {
   progress_.bytes_done = 0;
   progress_.bytes.reset();
 }
 
-void progress_reporter_t::tell() const {
+void progress_reporter::tell() const {
   if (sink_) sink_(progress_);
 }
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 
-#include "framework/http.h"
+#include "framework/http/http.h"
 
 namespace zendro::pkg {
 
@@ -14,31 +14,35 @@ struct progress_t {
   std::uint64_t members_done = 0;
   std::uint64_t members = 0;     ///< of all packages of the operation; 0: none are provided
   std::uint64_t bytes_done = 0;  ///< of the transfer under way; 0 between two
-  std::optional<std::uint64_t> bytes = {};  ///< its size, where the server tells it
+  std::optional<std::uint64_t> bytes = {};  ///< its size, where that is told
 };
 
 /// Called on the thread of the operation, often; it must be quick.
-using progress_sink_t = std::function<void(const progress_t&)>;
+using progress_sink = std::function<void(const progress_t&)>;
 
 /// Keeps the count of one operation. Without a sink it does nothing.
-class progress_reporter_t {
+class progress_reporter {
  public:
-  explicit progress_reporter_t(progress_sink_t sink) : sink_(std::move(sink)) {}
+  explicit progress_reporter(progress_sink sink) : sink_(std::move(sink)) {}
 
-  /// From now on this many members are to be proved or downloaded.
+  /// From now on this many members are to be proved, downloaded or copied.
   void begin(std::uint64_t members);
   void member_done();
 
-  /// The same answer, whose reading is reported.
+  /// The transfer of so many bytes begins; a negative size is not known.
+  void begin_transfer(std::int64_t size);
+  /// So many more bytes of it are there; with a count that is not positive it has ended.
+  void transferred(std::int64_t count);
+
+  /// The same answer, whose reading is reported as a transfer.
   std::shared_ptr<framework::HttpResponse> watch(std::shared_ptr<framework::HttpResponse> response);
 
  private:
   class watched_response;
-  void received(std::int64_t count);
   void end_transfer();
   void tell() const;
 
-  progress_sink_t sink_;
+  progress_sink sink_;
   progress_t progress_;
 };
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "app/options.h"
-#include "framework/digest.h"
-#include "framework/files.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
+#include "framework/system/files.h"
 #include "pkg/percent_encoding.h"
 
 namespace zendro::pkg {
@@ -12,12 +12,14 @@ namespace {
 
 // A file name has at most 255 bytes; beyond this the rest of a name goes into a digest.
 constexpr std::size_t kLongestName = 150;
+constexpr std::string_view kFolder = "logs";
 
 }  // namespace
 
-std::filesystem::path remote_io_log_path(const core_context_t& context,
-                                         std::string_view operation) {
-  if (!framework::to_bool(app::get_log_remote_io(&context.options()))) return {};
+std::shared_ptr<framework::IOImpl_base> open_remote_io_log(core_context& context,
+                                                           std::string_view operation) {
+  if (!framework::to_bool(app::get_log_remote_io(&context.options()))) return nullptr;
+  if (!context.has_folders()) return nullptr;
   const auto is_refused = [](unsigned char c) {
     return c < 0x20 || c == 0x7F ||
            std::string_view("<>:\"/\\|?*").find(static_cast<char>(c)) != std::string_view::npos;
@@ -26,8 +28,21 @@ std::filesystem::path remote_io_log_path(const core_context_t& context,
   if (name.size() > kLongestName) {
     name = name.substr(0, kLongestName) + "-" + framework::to_hex(framework::sha256(operation));
   }
-  return framework::path_from_utf8(context.cache_root()) / "logs" /
-         framework::path_from_utf8("io_" + name + ".log");
+  name = "io_" + name + ".log";
+  framework::IoError error;
+  std::shared_ptr<framework::IOImpl_base> file;
+  const opened_folder folder = context.cache_folder().create().and_then(
+      [](const framework::Folder* root) { return create_in(*root, kFolder); });
+  if (folder) {
+    file = (*folder)->append_file(name, error);
+  } else {
+    error = folder.error().cause();
+  }
+  if (!file) {
+    const std::string path = context.cache_file(kFolder) + framework::kPathSeparator + name;
+    context.warn_once(msg::Code::create_file, {path_argument(path)}, error.text);
+  }
+  return file;
 }
 
 }  // namespace zendro::pkg

@@ -3,17 +3,17 @@
 
 #include <mutex>
 
-#include "framework/io.h"
+#include "framework/io/io.h"
 #include "msg/message.h"
 
 namespace zendro::pkg {
 
 /// One per operation. Counts what is recorded and hands it on to the sink, if there is one, so that
 /// nothing depends on the sink's presence. Thread-safe.
-class reporter_t {
+class message_reporter {
  public:
   /// `sink` may be empty.
-  explicit reporter_t(msg::MessageSink sink) : sink_(std::move(sink)) {}
+  explicit message_reporter(msg::MessageSink sink) : sink_(std::move(sink)) {}
 
   void report(const msg::Message& message);
   /// Records a failure of the I/O layer as an error; an error without a text records nothing.

@@ -1,11 +1,13 @@
 #include "pkg/store.h"
 
+#include <mutex>
 #include <optional>
 #include <utility>
 
-#include "app/options.h"
-#include "framework/digest.h"
-#include "framework/url_io.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
+#include "framework/url/loggable.h"
+#include "framework/url/url_io.h"
 #include "pkg/catalogs.h"
 #include "pkg/list_files.h"
 #include "pkg/remote_io_log.h"
@@ -23,12 +25,20 @@ constexpr std::string_view kDigestHeader = "x-amz-meta-sha256";
 constexpr std::string_view kStoreUrl = "pkg.store_url";
 constexpr std::string_view kMemoryName = "pkgs-available-json-zip";
 
+// The store URL that a bootstrap document names. Throws JsonError.
+std::string store_url_of(const json::value& document) {
+  const json::value* url = framework::as_map(document).if_contains(kStoreUrl);
+  if (url == nullptr) throw framework::JsonError("there is no \"pkg.store_url\"");
+  if (!url->is_string()) throw framework::JsonError("\"pkg.store_url\" is not a text");
+  return std::string(framework::as_string(*url));
+}
+
 // Checks the archive against the digest that came with it, if one did.
-bool is_proven(core_context_t& context, const framework::HttpHeaders& headers,
-               const std::string& archive_url, const std::string& archive) {
+bool is_proven(core_context& context, const framework::HttpHeaders& headers,
+               const std::string& shown_url, const std::string& archive) {
   const auto header = headers.find(kDigestHeader);
   if (header == headers.end()) return true;
-  const msg::Argument file = text_argument(L"file", archive_url);
+  const msg::Argument file = text_argument(L"file", shown_url);
   const std::optional<framework::Sha256Digest> expected = framework::parse_sha256(header->second);
   if (!expected) {
     return context.fail(msg::Code::checksum_invalid_pkg_store_info,
@@ -40,27 +50,70 @@ bool is_proven(core_context_t& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-// The list document inside the archive, which is readable through a URL while this runs.
-bool unpack(const core_context_t& context, std::string archive, std::string& list, IoError& error) {
+// The bytes of the archive, proven. Reports what goes wrong.
+bool fetch_archive(core_context& context, const std::string& url, const std::string& shown_url,
+                   std::string& archive) {
+  framework::HttpRequest request;
+  request.url = url;
+  request.trace_log = open_remote_io_log(context, "update");
+  if (app::is_staging()) request.trace_level = framework::kTraceEverything;
+  IoError error;
+  const auto response = context.get(request, error);
+  const bool received = response && framework::read_all(*response, archive, kArchiveBuffer,
+                                                        kArchiveLimit, error, shown_url);
+  context.reporter().report(error);
+  if (!received) {
+    return context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
+  }
+  return is_proven(context, response->headers(), shown_url, archive);
+}
+
+// What error texts call the list document inside the archive.
+std::string member_url(const core_context& context, const std::string& shown_url) {
+  return shown_url + std::string(framework::kZipSeparator) + context.available_name();
+}
+
+// The list document inside the archive, which is readable through a URL while this runs. Error
+// texts name the archive by the URL that it came from.
+bool unpack(const core_context& context, std::string archive, const std::string& shown_url,
+            std::string& list, IoError& error) {
   const framework::MemoryFile file(kMemoryName,
                                    std::make_shared<const std::string>(std::move(archive)));
-  const std::string url =
-      file.url() + std::string(framework::kZipSeparator) + context.available_name();
-  const std::shared_ptr<framework::IOImpl_base> member = framework::open_url(url, error);
-  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error, url);
+  std::shared_ptr<framework::IOImpl_base> bytes = framework::open_url(file.url(), error);
+  if (!bytes) return false;
+  const auto member =
+      framework::open_archive_path(std::move(bytes), context.available_name(), shown_url, error);
+  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error,
+                                       member_url(context, shown_url));
+}
+
+// Keeps what is installed and stands in the new list no more. That the list of installed packages
+// cannot be read is reported later, by the update of the catalogs.
+void keep_vanished(core_context& context, pkgs_available_t& list) {
+  std::string reported_later;
+  const std::lock_guard lock(context.global_lock());
+  const std::optional<pkgs_available_t> installed =
+      read_list(context.cache_folder(), context.installed_name(), reported_later);
+  if (!installed) return;
+  std::vector<const package_t*> vanished;
+  for (const package_t& package : installed->packages()) {
+    if (list.find_entry(package.identity) == nullptr) vanished.push_back(&package);
+  }
+  list.keep_vanished(vanished);
 }
 
 // Whether the list that is in place is to be replaced by one with this build number.
-bool is_newer(std::optional<std::int64_t> build_number, const core_context_t& context) {
+bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
   if (!build_number) return true;
   std::string unreadable;
-  const std::optional<pkgs_available_t> current = read_list(context.available_path(), unreadable);
+  const std::optional<pkgs_available_t> current =
+      read_list(context.cache_folder(), context.available_name(), unreadable);
   return !current || !current->build_number() || *build_number > *current->build_number();
 }
 
 }  // namespace
 
-bootstrap_result_t bootstrap_store(core_context_t& context) {
+bootstrap_result_t bootstrap_store(core_context& context) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   const auto failed = [&](msg::Code code, std::string_view hint = {}) {
     context.fail(code, pkgtype, hint);
@@ -69,8 +122,9 @@ bootstrap_result_t bootstrap_store(core_context_t& context) {
   const json::value url = app::get_store_bootstrap_url(&context.options());
   framework::HttpRequest request;
   request.url = url.is_null() ? std::string_view() : framework::as_string(url);
-  request.trace_log = remote_io_log_path(context, "bootstrap");
+  request.trace_log = open_remote_io_log(context, "bootstrap");
   if (app::is_staging()) request.trace_level = framework::kTraceStatusOnly;
+  const std::string shown_url = framework::loggable_url(request.url);
   IoError error;
   const auto response = context.get(request, error);
   context.reporter().report(error);
@@ -78,26 +132,27 @@ bootstrap_result_t bootstrap_store(core_context_t& context) {
 
   std::string body;
   const bool complete =
-      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error, request.url);
+      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error, shown_url);
   context.reporter().report(error);
   if (!complete) return failed(msg::Code::fetch_pkg_store_info);
 
   json::value document;
   std::string cause;
   if (!framework::parse_json(body, document, cause)) {
-    return failed(msg::Code::read_pkg_store_info, cause);
+    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + cause);
   }
-  const json::object* members = document.if_object();
-  const json::value* store_url = members == nullptr ? nullptr : members->if_contains(kStoreUrl);
-  if (store_url == nullptr || !store_url->is_string()) {
-    return failed(msg::Code::invalid_pkg_store_info);
+  try {
+    return {store_url_of(document), true};
+  } catch (const framework::JsonError& problem) {
+    return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
   }
-  return {std::string(framework::as_string(*store_url)), true};
 }
 
-bool update_store_information(core_context_t& context, bool force) {
+bool update_store_information(core_context& context, bool force) {
   const msg::Arguments pkgtype = {context.pkgtype()};
-  if (!force && !context.is_initialised()) return context.fail(msg::Code::not_initialized, pkgtype);
+  if (force ? !context.has_folders() : !context.is_initialised()) {
+    return context.fail(msg::Code::not_initialized, pkgtype);
+  }
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
   context.log(msg::Code::log_fetch_pkg_available, msg::kLevelProgress, pkgtype);
@@ -105,34 +160,33 @@ bool update_store_information(core_context_t& context, bool force) {
   if (!store.ok) return false;
 
   // A store URL ends with a slash, so no separator is added.
-  framework::HttpRequest request;
-  request.url = store.store_url + context.available_name() + ".zip";
-  request.trace_log = remote_io_log_path(context, "update");
-  if (app::is_staging()) request.trace_level = framework::kTraceEverything;
-  IoError error;
+  const std::string url = store.store_url + context.available_name() + ".zip";
+  const std::string shown_url = framework::loggable_url(url);
   std::string archive;
-  const auto response = context.get(request, error);
-  const bool received = response && framework::read_all(*response, archive, kArchiveBuffer,
-                                                        kArchiveLimit, error, request.url);
-  context.reporter().report(error);
-  if (!received) return context.fail(msg::Code::update_pkg_store_information, pkgtype);
-  if (!is_proven(context, response->headers(), request.url, archive)) return false;
+  if (!fetch_archive(context, url, shown_url, archive)) return false;
 
   std::string list;
-  if (!unpack(context, std::move(archive), list, error)) {
+  IoError error;
+  if (!unpack(context, std::move(archive), shown_url, list, error)) {
     context.reporter().report(error);
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
   std::string cause;
-  const std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
-  if (!document) return context.fail(msg::Code::invalid_pkg_store_information, pkgtype, cause);
-  return write_pkg_information(context, *document);
+  std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
+  if (!document) {
+    return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
+                        member_url(context, shown_url) + ": " + cause);
+  }
+  // The list that is written keeps what is named here.
+  warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
+  return write_pkg_information(context, std::move(*document));
 }
 
-bool write_pkg_information(core_context_t& context, const pkgs_available_t& list) {
+bool write_pkg_information(core_context& context, pkgs_available_t list) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   if (is_newer(list.build_number(), context)) {
     context.log(msg::Code::log_update_pkg_available, msg::kLevelProgress, pkgtype);
+    keep_vanished(context, list);
     if (!write_available(context, list)) return false;
     context.log(msg::Code::log_update_pkg_catalogs, msg::kLevelProgress, pkgtype);
   } else {

@@ -14,15 +14,16 @@ struct bootstrap_result_t {
 };
 
 /// Asks the bootstrap endpoint where the store lives. Reports what goes wrong.
-bootstrap_result_t bootstrap_store(core_context_t& context);
+bootstrap_result_t bootstrap_store(core_context& context);
 
 /// Fetches the list of available packages, proves it by its digest, puts it in place if it is newer
-/// and brings the catalogs up to date. Unless `force`, the cache must be initialised. Throws
-/// framework::JsonError for a bad option.
-bool update_store_information(core_context_t& context, bool force);
+/// and brings the catalogs up to date. Unless `force`, the cache must be initialised; with it,
+/// known folders are enough. Throws framework::JsonError for a bad option.
+bool update_store_information(core_context& context, bool force);
 
 /// Replaces the list of available packages by `list` unless the one in place has at least its build
-/// number, then brings the catalogs up to date. A list without a build number always replaces.
-bool write_pkg_information(core_context_t& context, const pkgs_available_t& list);
+/// number, then brings the catalogs up to date. A list without a build number always replaces. What
+/// is installed and stands in the list no more is kept as deprecated, so that it can be removed.
+bool write_pkg_information(core_context& context, pkgs_available_t list);
 
 }  // namespace zendro::pkg

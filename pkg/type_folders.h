@@ -7,38 +7,51 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/folder.h"
-#include "framework/io.h"
+#include "framework/system/folder.h"
+#include "pkg/opened_folder.h"
+#include "pkg/root_folder.h"
 
 namespace zendro::pkg {
 
+/// The file of the install root that is locked while packages come or go in a folder that several
+/// managers share. No type has its name.
+inline constexpr std::string_view kSharedLock = "shared.lock";
+
+/// Whether the word is that of a package type, in upper or lower case. Its folder then belongs to
+/// the manager of that type alone.
+bool is_package_type(std::string_view word);
+
 /// Reaches `<install root><type>/` for one operation. The folder of the type that was asked for
 /// last is walked to once and stays open, so that thousands of packages cost a step each.
-class type_folders_t {
+class type_folders {
  public:
-  type_folders_t() = default;
+  type_folders() = default;
   /// The paths end with a separator, or are empty.
-  type_folders_t(std::string install_root, std::string cache_root);
+  type_folders(std::string install_root, std::string cache_root);
 
+  /// The install root, with a trailing separator.
+  [[nodiscard]] const std::string& install_root() const { return install_root_; }
+  root_folder& root() { return root_; }
   /// Where the folder of a type is, with a trailing separator.
   [[nodiscard]] std::string path_of(std::string_view type) const;
 
   /// Whether `name` in the folder of a type is a cache root of any package type, holds one or lies
-  /// in one. Of a name that is a link nothing is known.
+  /// in one. Says nothing of where a link leads; whoever opens the folder follows none.
   [[nodiscard]] bool touches_cache(std::string_view type, std::string_view name);
 
-  /// Opens the folder of a type if it exists: null without an error when it does not. What is
-  /// returned lives until another type is asked for.
-  const framework::Folder* open(std::string_view type, framework::IoError& error);
-  /// Creates the folder with its parents and opens it; null, with the cause, on failure.
-  const framework::Folder* create(std::string_view type, framework::IoError& error);
+  /// Opens the folder of a type. What is returned lives until another type is asked for.
+  borrowed_folder open(std::string_view type);
+  /// Opens the folder, made with its parents where it is missing; so it is never absent.
+  borrowed_folder create(std::string_view type);
 
  private:
   void select(std::string_view type);
+  borrowed_folder keep(opened_folder folder);
   [[nodiscard]] bool touches_cache(const std::string& folder);
 
   std::string install_root_;
   std::string cache_root_;
+  root_folder root_;
   std::vector<std::string> cache_roots_;  ///< comparable; found out when first asked for
   std::string type_;                      ///< the type that the following belongs to
   bool near_cache_ = true;                ///< whether its folder touches a cache

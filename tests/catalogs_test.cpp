@@ -1,11 +1,12 @@
 // The catalog files, byte for byte and as XML.
+#include "pkg/catalogs.h"
+
 #include <pugixml.hpp>
 
-#include "app/options.h"
+#include "app/options/options.h"
 #include "pkg/package_url.h"
 #include "pkg/percent_encoding.h"
 #include "pkg/pkg_xml_writer.h"
-#include "pkg/xml_file.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
@@ -45,9 +46,7 @@ TEST_F(CatalogsTest, EmptyCatalogsAreCompleteDocuments) {
             std::string(kRoot) + " kel:keepProxy=\"true\" />\n");
   EXPECT_EQ(file_text(cache_file("namespace-mapping-catalog.xml")),
             std::string(kRoot) + " kel:keepProxy=\"true\" />\n");
-  const std::string document = pkg::pkg_xml_writer(true, true).take_document();
-  ASSERT_TRUE(pkg::write_xml_file(document, (folder_ / "x" / "y.xml").string(), nullptr));
-  EXPECT_EQ(file_text(folder_ / "x" / "y.xml"),
+  EXPECT_EQ(pkg::pkg_xml_writer(true, true).take_document(),
             std::string(kRoot) + " kel:specification_catalog=\"true\" kel:keepProxy=\"true\" />\n");
 }
 
@@ -131,18 +130,26 @@ TEST_F(CatalogsTest, TheFirstThatCannotBeWrittenEndsTheUpdate) {
   EXPECT_EQ(file_text(cache_file("catalog.xml")), before);
 }
 
-TEST(XmlFile, MessagesNameTheFolder) {
+TEST(CatalogFiles, MessagesNameTheFolder) {
   const TempFolder folder;
   std::vector<std::wstring> messages;
-  pkg::reporter_t reporter(
-      [&](const msg::Message& message) { messages.push_back(message.text()); });
+  std::mutex lock;
+  const auto write_in = [&](const std::string& cache_root) {
+    json::object options = {{app::option::install_root, folder.path().string()},
+                            {app::option::cache_root, cache_root}};
+    app::set_type(options, "xsd");
+    pkg::outlets_t outlets;
+    outlets.messages = [&](const msg::Message& message) { messages.push_back(message.text()); };
+    pkg::core_context context("xsd", options, outlets, lock);
+    return pkg::write_catalogs(context, {});
+  };
   const std::string in_the_way = (folder / "file").string();
   write_text(in_the_way, "x");
-  EXPECT_FALSE(pkg::write_xml_file("x", in_the_way + "/c.xml", &reporter));
+  EXPECT_FALSE(write_in(in_the_way));
   EXPECT_EQ(messages.back(),
             L"Can't create folder " + std::filesystem::path(in_the_way).wstring() + L".");
-  std::filesystem::create_directories(folder / "c.xml");
-  EXPECT_FALSE(pkg::write_xml_file("x", (folder / "c.xml").string(), &reporter));
+  std::filesystem::create_directories(folder / "namespace-mapping-catalog.xml");
+  EXPECT_FALSE(write_in(folder.path().string()));
   EXPECT_EQ(messages.back(), L"Can't create file " + folder.path().wstring() + L".");
 }
 

@@ -8,22 +8,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/options.h"
-#include "app/options_file.h"
-#include "app/package_file_start.h"
-#include "app/package_type.h"
-#include "msg/utf.h"
+#include "app/options/options.h"
+#include "app/options/options_file.h"
 #include "tests/manager_fixture.h"
 #include "tests/temp_folder.h"
-#include "tests/zip_builder.h"
 
 namespace zendro::tests {
 namespace {
 
 using app::CommandLine;
-using app::PackageType;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 CommandLine parse(const std::vector<std::string>& arguments) {
@@ -53,13 +47,6 @@ TEST(CommandLineTest, AnyOptionCancelsAnInstallerThatIsStillExpected) {
               ElementsAre("file.zendro_xmlschemas"));
 }
 
-TEST(CommandLineTest, ThePackageTypeStandsInTheFirstElementAsGiven) {
-  EXPECT_EQ(app::type_of_program("/opt/PlintorSetup/any"), PackageType::xbrl);
-  EXPECT_EQ(app::type_of_program("Plintor"), PackageType::xbrl);
-  EXPECT_EQ(app::type_of_program("/opt/plintor"), PackageType::xsd);
-  EXPECT_EQ(app::type_of_program(""), PackageType::xsd);
-}
-
 TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   const TempFolder folder;
   const std::string path = (folder / "options.json").string();
@@ -83,7 +70,11 @@ TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   const std::pair<const char*, const char*> kBad[] = {
       {"[]", "Cannot cast value to JSON map!"},
       {R"({"pkg.cache_root": 5})", "pkg.cache_root: Cannot cast value to JSON string!"},
-      {R"({"pkg.log-remote-io": "yes"})", "pkg.log-remote-io: Cannot convert JSON value to bool!"}};
+      {R"({"pkg.log-remote-io": "yes"})", "pkg.log-remote-io: Cannot convert JSON value to bool!"},
+      {R"({"pkg.telemetry": 0})", "pkg.telemetry: Cannot convert JSON value to bool!"},
+      {R"({"pkg.member_size_limit": 0})", "pkg.member_size_limit: is less than 1"},
+      {R"({"pkg.member_size_limit": "9"})",
+       "pkg.member_size_limit: Cannot cast value to JSON integer!"}};
   for (const auto& [text, reason] : kBad) {
     write_text(path, text);
     EXPECT_FALSE(app::read_options_file(path, error));
@@ -96,44 +87,6 @@ TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   error.clear();
   EXPECT_FALSE(app::read_options_file(folder.path().string(), error)) << "a folder is no file";
   EXPECT_NE(error, "");
-}
-
-class PackageFileStartTest : public ManagerTest {
- protected:
-  std::string write_archive(const std::string& name, const std::string& meta) {
-    const auto path = folder_ / name;
-    write_text(path, make_zip({{"ZENDROPKG-INF/pkg-meta.json", meta}}));
-    return path.string();
-  }
-};
-
-TEST_F(PackageFileStartTest, OpensTheDialogOrExplainsInABox) {
-  app::PackageFileStart start = app::start_with_package_file(cache(), "");
-  EXPECT_TRUE(start.open_dialog);
-  EXPECT_THAT(start.preselection, IsEmpty());
-
-  const std::string file = write_archive(
-      "mine.zendro_xmlschemas",
-      R"({"provides": ["a-1.0.0", "b"], "a-1.0.0": {"_type": "xsd", "_pkg_installdir": "a"}})");
-  start = app::start_with_package_file(cache(), file);
-  EXPECT_FALSE(start.open_dialog) << "there is no cache yet";
-  EXPECT_EQ(msg::to_utf8(start.box_text), "Failed to load packages from " + file +
-                                              ":\nXML Schema Manager cache is not initialized.");
-
-  start_with({});
-  start = app::start_with_package_file(cache(), file);
-  EXPECT_TRUE(start.open_dialog);
-  EXPECT_THAT(start.preselection, ElementsAre("a-1.0.0", "b"));
-  EXPECT_EQ(start.box_text, L"");
-
-  const std::string broken = write_archive("broken.zendro_xmlschemas", "[]");
-  start = app::start_with_package_file(cache(), broken);
-  EXPECT_FALSE(start.open_dialog);
-  EXPECT_EQ(msg::to_utf8(start.box_text), "Failed to load packages from " + broken +
-                                              ":\nCan't read XML Schema information from " +
-                                              broken + ".\nCannot cast value to JSON map!");
-  start = app::start_with_package_file(cache(), "/nowhere.zendro_xmlschemas");
-  EXPECT_THAT(msg::to_utf8(start.box_text), HasSubstr("doesn not exist."));
 }
 
 }  // namespace

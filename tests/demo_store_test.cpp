@@ -9,8 +9,8 @@
 #include "demo/store_check.h"
 #include "demo/store_maker.h"
 #include "demo/zip_reader.h"
-#include "framework/digest.h"
-#include "framework/json.h"
+#include "framework/io/digest.h"
+#include "framework/text/json.h"
 #include "tests/environment.h"
 #include "tests/temp_folder.h"
 

@@ -8,19 +8,19 @@
 #include <wx/display.h>
 #include <wx/stattext.h>
 
-#include "packages_ui/window_state.h"
+#include "packages_ui/selection/window_state.h"
+#include "tests/lock_at.h"
 #include "tests/window_fixture.h"
 
 namespace zendro::tests {
 namespace {
 
-using packages_ui::PackagesViewbase;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-const std::vector<TestPackage> kStore = {
+const std::vector<TestPackage> kToolOfTwoLevels = {
     {"app-1.0.0", {{"m/app.xsd", "<app/>"}}, {"lib"}},
     {"lib-1.0.0", {{"m/lib.xsd", "<lib/>"}}},
     {"tool-1.0.0", {{"m/tool-0.xsd", "<tool/>"}}},
@@ -47,7 +47,7 @@ class DialogWindowTest : public WindowTest {
 };
 
 TEST_F(DialogWindowTest, AsksBeforeDependantsAndUsedPackagesGo) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   open_and_wait();
   go_to("app-1.0.0");
   press(WXK_SPACE);
@@ -70,15 +70,35 @@ TEST_F(DialogWindowTest, AsksBeforeDependantsAndUsedPackagesGo) {
   EXPECT_EQ(pane(), "The following packages will be installed:\n    lib-1.0.0");
 }
 
+// Return takes the latest, Escape nothing, and each answer has its letter.
+TEST_F(DialogWindowTest, AsksWhichOfSeveralVersions) {
+  publish({{"many-1.0.0", {}}, {"many-2.0.0", {}}});
+  open_and_wait();
+  go_to("many");
+  const std::string latest = "The following packages will be installed:\n    many-2.0.0";
+  const std::string all =
+      "The following packages will be installed:\n    many-1.0.0\n    many-2.0.0";
+  const auto answer = [this](int key, int modifiers) {
+    press_in_question([this] { press(WXK_SPACE); }, {{key, modifiers}});
+    return pane();
+  };
+  answer(WXK_ESCAPE, 0);
+  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
+  EXPECT_EQ(answer(WXK_RETURN, 0), latest);
+  EXPECT_EQ(answer('A', wxMOD_ALT), all);
+  press(WXK_SPACE);
+  EXPECT_EQ(answer('L', wxMOD_ALT), latest);
+}
+
 TEST_F(DialogWindowTest, ADoubleClickChoosesThePatch) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   ASSERT_TRUE(silent_cache().install({"tool-1.0.0"}));
   open_and_wait();
   grid().Expand(find("tool"));
   settle();
   const wxRect cell =
-      grid().GetItemRect(find("tool-1.0.0"), grid().GetColumn(PackagesViewbase::kTitle));
+      grid().GetItemRect(find("tool-1.0.0"), column(packages_ui::GridColumn::title));
   wxUIActionSimulator mouse;
   mouse.MouseMove(grid().ClientToScreen(cell.GetTopLeft()) + wxPoint(5, cell.height / 2));
   const auto datatip = [this] { return grid().GetMainWindow()->GetToolTipText().utf8_string(); };
@@ -87,10 +107,11 @@ TEST_F(DialogWindowTest, ADoubleClickChoosesThePatch) {
   mouse.MouseDblClick();
   wait_for_pane("The following packages will be patched:\n    tool-1.0.0");
   EXPECT_THAT(live_buttons(), ElementsAre("Deselect All", "Reset Selection", "Apply", "Cancel"));
+  EXPECT_THAT(datatip(), testing::Not(HasSubstr("Patch Selection"))) << "though the mouse rests";
 }
 
 TEST_F(DialogWindowTest, ThePopupMenuExpandsAndCollapses) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   open_and_wait({"lib"});
   const auto choose = [this](int command) {
     std::vector<std::pair<int, int>> keys(static_cast<std::size_t>(command), {WXK_DOWN, 0});
@@ -108,7 +129,7 @@ TEST_F(DialogWindowTest, ThePopupMenuExpandsAndCollapses) {
 }
 
 TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   open_and_wait({"app-1.0.0", "tool-1", "tool-7", "nothing-1.0.0"});
   EXPECT_THAT(pane(), HasSubstr("\nNo information found for XML Schema tool-7.\n"));
   EXPECT_THAT(pane(), HasSubstr("\nNo information found for XML Schema nothing-1.0.0.\n"));
@@ -120,9 +141,9 @@ TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
 
 TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
   const TestPackage untitled{"app-0.9.0", {}, {}, {}, {{"title", 7}}};
-  publish({kStore.front(), untitled});
+  publish({kToolOfTwoLevels.front(), untitled});
   ASSERT_TRUE(silent_cache().update_store_information(true));
-  std::vector<TestPackage> news = kStore;
+  std::vector<TestPackage> news = kToolOfTwoLevels;
   news.push_back(untitled);
   publish(news, 2);
   server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::seconds(2)));
@@ -149,8 +170,45 @@ TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
   wait_until([&] { return pane().find(problem) != std::string::npos; }, "what is wrong is said");
 }
 
+TEST_F(DialogWindowTest, TellsWhomItWaitsForAndClosesMeanwhile) {
+  publish(kToolOfTwoLevels);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  framework::IoError error;
+  const auto hold = [&](const std::string& note) {
+    auto lock = lock_at(cache_file("operation.lock"), error, note);
+    EXPECT_TRUE(lock) << error.text;
+    return lock;
+  };
+  auto held = hold(R"({"process": 4711, "user": "anna\u202E", "since": 1700000000})");
+  open();
+  wait_until([this] { return pane().find("can be closed.\n") != std::string::npos; }, "it waits");
+  EXPECT_THAT(pane(), HasSubstr("\nWaits for process 4711 of anna<U+202E>, which has been at work "
+                                "since 2023-11-1"));
+  settle();
+  EXPECT_THAT(live_buttons(), ElementsAre("Close"));
+  held.reset();
+  wait_idle();
+  take_keyboard();
+  EXPECT_EQ(rows().size(), 7u);
+
+  // Apply as well, and what it would have done is not begun.
+  go_to("lib-1.0.0");
+  press(WXK_SPACE);
+  held = hold("no note");
+  press(WXK_RETURN);
+  EXPECT_FALSE(dialog().idle());
+  wait_until([this] { return pane().find("Waits for another program since 20") == 0; }, "it waits");
+  press(WXK_ESCAPE);
+  EXPECT_FALSE(dialog().IsShown());
+  const auto began = std::chrono::steady_clock::now();
+  close();
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
+  held.reset();
+  EXPECT_FALSE(std::filesystem::exists(cache_file("pkgs-installed.json")));
+}
+
 TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   open_and_wait({"app"});
   EXPECT_EQ(progress(), "");
   server_.set_fault("/store/m/lib.xsd", demo::Fault::late(std::chrono::seconds(1)));
@@ -163,7 +221,7 @@ TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
 }
 
 TEST_F(DialogWindowTest, OpensAsItWasClosed) {
-  publish(kStore);
+  publish(kToolOfTwoLevels);
   open_and_wait();
   const wxSize first = dialog().GetSize();
   dialog().SetSize(40, 30, first.x + 60, first.y + 20);

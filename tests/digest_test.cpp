@@ -1,4 +1,4 @@
-#include "framework/digest.h"
+#include "framework/io/digest.h"
 
 #include <utility>
 

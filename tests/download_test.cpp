@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "app/options.h"
-#include "framework/digest.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
 #include "pkg/core_context.h"
 #include "pkg/percent_encoding.h"
 #include "tests/manager_fixture.h"
@@ -95,6 +95,28 @@ TEST_F(DownloadTest, StopsAtTheFirstBadDigest) {
   EXPECT_THAT(take_requests(), ElementsAre("GET /bootstrap", "GET /store/1.zip"));
 }
 
+TEST_F(DownloadTest, AMemberIsNoLargerThanTheOptionSays) {
+  start_with({{"a-1.0.0", {{"one.zip", std::string(1000, 'x')}}}});
+  set_option(app::option::member_size_limit, 999);
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(texts().front(), testing::HasSubstr("@store/one.zip: holds more than 999 bytes"));
+  EXPECT_THAT(take_messages(), ElementsAre("io_error", download_failed_));
+  EXPECT_FALSE(fs::exists(package_folder("a-1.0.0") / "one.zip"));
+  set_option(app::option::member_size_limit, 1000);
+  EXPECT_TRUE(cache().install({"a"}));
+}
+
+TEST_F(DownloadTest, NoTextTellsThePasswordOfAMember) {
+  if (fs::path::preferred_separator != '/') GTEST_SKIP() << "no name of a file has a colon";
+  const std::string host = server_.url("store/").substr(std::string_view("http://").size());
+  const std::string member = "http://me:my secret@" + host + "one.zip";
+  start_with({{"a-1.0.0", {{member, "x"}}}});
+  EXPECT_FALSE(cache().install({"a"}));
+  EXPECT_THAT(texts(), testing::Each(testing::Not(testing::HasSubstr("secret"))));
+  EXPECT_THAT(texts().front(), testing::HasSubstr("a user name or password of its own"));
+  EXPECT_THAT(take_log(), testing::Each(testing::Not(testing::HasSubstr("secret"))));
+}
+
 TEST_F(DownloadTest, AWrongDownloadIsAnErrorAndIsMendedByTheNextRun) {
   start_with({{"a-1.0.0", {{"one.zip", "right"}}}});
   server_.set_fault("/store/one.zip", demo::Fault::replaced(demo::Reply::bytes("<html>")).first(1));
@@ -126,6 +148,21 @@ TEST_F(DownloadTest, ATransferThatFailsIsReportedWithItsCause) {
   EXPECT_TRUE(folder_after(demo::Fault::bad_chunks()));
   server_.clear_faults();
   EXPECT_TRUE(cache().install({"a"}));
+}
+
+TEST_F(DownloadTest, AMemberThatMakesNoUrlIsNamedWithItsPackageAndTheReason) {
+  start_with({{"a-1.0.0", {{"http://[x/m.zip", ""}}}, {"b-1.0.0", {{"ftp://me:pw@h/m.zip", ""}}}});
+  for (const auto& [package, text] :
+       {std::pair("a",
+                  "a-1.0.0: \"http://[x/m.zip\" makes no address in the store @store/: "
+                  "not a URL"),
+        std::pair("b",
+                  "b-1.0.0: \"ftp://***@h/m.zip\" makes no address in the store @store/: "
+                  "not an http or https URL")}) {
+    EXPECT_FALSE(cache().install({package}));
+    EXPECT_EQ(texts().front(), text);
+    EXPECT_EQ(take_messages().size(), 2U);
+  }
 }
 
 TEST_F(DownloadTest, WhatCannotBeWrittenIsReportedWithItsPath) {
@@ -205,12 +242,12 @@ TEST_F(DownloadTest, TheRecordedErrorsDecide) {
   std::vector<std::wstring> messages;
   json::object options = options_;
   app::set_type(options, "xsd");
-  pkg::core_context_t context("xsd", options,
-                              {.messages =
-                                   [&messages](const msg::Message& message) {
-                                     messages.emplace_back(message.identifier());
-                                   }},
-                              lock);
+  pkg::core_context context("xsd", options,
+                            {.messages =
+                                 [&messages](const msg::Message& message) {
+                                   messages.emplace_back(message.identifier());
+                                 }},
+                            lock);
   const std::optional<pkg::pkgs_available_t> available = cache().load_available();
   ASSERT_TRUE(available);
   context.warn(msg::Code::access_pkg_store_telemetry, {});  // a warning is not an error

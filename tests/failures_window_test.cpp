@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/options.h"
+#include "app/options/options.h"
 #include "app/package_file_start.h"
 #include "tests/window_fixture.h"
 #include "tests/zip_builder.h"
@@ -24,7 +24,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-const std::vector<TestPackage> kStore = {
+const std::vector<TestPackage> kAppAndTool = {
     {"app-1.0.0", {{"m/app.xsd", "<app/>"}}, {"lib"}},
     {"lib-1.0.0", {{"m/lib.xsd", "<lib/>"}}},
     {"tool-1.0.0", {{"m/tool.xsd", "<tool/>"}}},
@@ -54,34 +54,52 @@ class ThrowingTransport : public framework::HttpTransport {
 class FailuresWindowTest : public WindowTest {
  protected:
   void open_with_store() {
-    publish(kStore);
+    publish(kAppAndTool);
     open_and_wait();
     ASSERT_THAT(rows(), Contains("  [ ] app-1.0.0"));
   }
 
-  // Ticks a version and applies that, by keys.
+  // Ticks or unticks a version and applies that, by keys.
   void apply(const std::string& identity) {
     go_to(identity);
     press(WXK_SPACE);
+    apply_again();
+  }
+
+  void apply_again() {
     ASSERT_THAT(live_buttons(), Contains("Apply"));
     press(WXK_RETURN);
     wait_idle();
   }
 
-  // The window after a failed run: idle, nothing pending, nothing installed but this.
-  void expect_unchanged(const std::vector<std::string>& identities) {
+  // The window after a run that failed: idle, this is installed, and what was wanted instead is
+  // still ticked and can be applied again.
+  void expect_failed(const std::vector<std::string>& on_disk,
+                     const std::vector<std::string>& wanted) {
+    EXPECT_TRUE(dialog().idle());
+    EXPECT_THAT(live_buttons(), Contains("Apply"));
+    expect_ticked_and_installed(wanted, on_disk);
+  }
+
+  // The window with nothing pending: this is installed.
+  void expect_settled(const std::vector<std::string>& identities) {
     EXPECT_TRUE(dialog().idle());
     EXPECT_THAT(live_buttons(), Contains("Close"));
     EXPECT_THAT(live_buttons(), Not(Contains("Apply")));
+    expect_ticked_and_installed(identities, identities);
+  }
+
+  void expect_ticked_and_installed(const std::vector<std::string>& wanted,
+                                   const std::vector<std::string>& on_disk) {
     std::vector<std::string> ticked;
     for (const std::string& row : rows()) {
       if (row.starts_with("  [x] ")) ticked.push_back(row.substr(6));
     }
-    EXPECT_EQ(ticked, identities);
+    EXPECT_EQ(ticked, wanted);
     EXPECT_EQ(std::filesystem::exists(cache_file("pkgs-installed.json"))
                   ? installed()
                   : std::vector<std::string>(),
-              identities);
+              on_disk);
   }
 
   void give_up_after(std::chrono::seconds time) {
@@ -101,21 +119,21 @@ TEST_F(FailuresWindowTest, AnExceptionOfTheWorker) {
   open_with_store();
   apply("app-1.0.0");
   EXPECT_THAT(pane(), HasSubstr("no more sockets"));
-  expect_unchanged({});
+  expect_failed({}, {"app-1.0.0", "lib-1.0.0"});
 
   fail = [] { throw 5; };
-  apply("app-1.0.0");
+  apply_again();
   EXPECT_THAT(pane(), HasSubstr("\nUnknown failure\n"));
-  expect_unchanged({});
+  expect_failed({}, {"app-1.0.0", "lib-1.0.0"});
 
   fail = [] {};
-  apply("app-1.0.0");
-  expect_unchanged({"app-1.0.0", "lib-1.0.0"});
+  apply_again();
+  expect_settled({"app-1.0.0", "lib-1.0.0"});
 }
 
 // The same while the list is brought up to date.
 TEST_F(FailuresWindowTest, AnExceptionAtTheStart) {
-  publish(kStore);
+  publish(kAppAndTool);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   window_cache_->set_transport_factory([]() -> std::unique_ptr<framework::HttpTransport> {
     throw std::runtime_error("no sockets");
@@ -123,7 +141,7 @@ TEST_F(FailuresWindowTest, AnExceptionAtTheStart) {
   open_and_wait();
   EXPECT_THAT(pane(), HasSubstr("no sockets"));
   EXPECT_THAT(rows(), Contains("  [ ] tool-1.0.0")) << "from the cache";
-  expect_unchanged({});
+  expect_settled({});
 }
 
 TEST_F(FailuresWindowTest, AStoreThatStalls) {
@@ -133,7 +151,7 @@ TEST_F(FailuresWindowTest, AStoreThatStalls) {
   apply("tool-1.0.0");
   EXPECT_THAT(pane(), HasSubstr(server_.url("store/m/tool.xsd")));
   EXPECT_THAT(pane(), HasSubstr("slower than 100 bytes/s for 1 s")) << "what the transport said";
-  expect_unchanged({});
+  expect_failed({}, {"tool-1.0.0"});
   close();
 
   server_.set_fault("/bootstrap", demo::Fault::stall());
@@ -143,7 +161,7 @@ TEST_F(FailuresWindowTest, AStoreThatStalls) {
 }
 
 TEST_F(FailuresWindowTest, AStoreThatCannotBeReached) {
-  publish(kStore);
+  publish(kAppAndTool);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   ASSERT_TRUE(silent_cache().install({"tool"}));
   // Nobody listens on the port of "tcpmux" here.
@@ -151,12 +169,12 @@ TEST_F(FailuresWindowTest, AStoreThatCannotBeReached) {
   window_cache_ = std::make_shared<pkg::pkg_cache_t>("xsd", options_);
   open_and_wait();
   EXPECT_THAT(pane(), HasSubstr("http://127.0.0.1:1/bootstrap"));
-  expect_unchanged({"tool-1.0.0"});
+  expect_settled({"tool-1.0.0"});
 
   // What needs no store works.
   apply("tool-1.0.0");
   EXPECT_THAT(pane(), HasSubstr(" PKG Uninstall tool-1.0.0.\n"));
-  expect_unchanged({});
+  expect_settled({});
 }
 
 TEST_F(FailuresWindowTest, AFreshMachineWithoutAStore) {
@@ -167,7 +185,7 @@ TEST_F(FailuresWindowTest, AFreshMachineWithoutAStore) {
   EXPECT_THAT(live_buttons(), ElementsAre("Close"));
   close();
 
-  publish(kStore);
+  publish(kAppAndTool);
   serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + "\"}");
   ASSERT_TRUE(silent_cache().update_store_information(true));
   server_.set_fault("/bootstrap", demo::Fault::close());
@@ -178,12 +196,11 @@ TEST_F(FailuresWindowTest, AFreshMachineWithoutAStore) {
   press(WXK_RETURN);
   wait_idle();
   EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap"))) << "the cause";
-  EXPECT_THAT(rows(), Contains("  [ ] lib-1.0.0")) << "what is really installed";
-  expect_unchanged({});
+  expect_failed({}, {"lib-1.0.0"});
 }
 
 TEST_F(FailuresWindowTest, DamagedLists) {
-  publish(kStore);
+  publish(kAppAndTool);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   ASSERT_TRUE(silent_cache().install({"tool"}));
   const std::string available = file_text(cache_file("pkgs-available.json"));
@@ -205,7 +222,9 @@ TEST_F(FailuresWindowTest, DamagedLists) {
 
   write_text(cache_file("pkgs-installed.json"), "{\"lib-1.0.0\": 5}");
   open_and_wait();
-  EXPECT_THAT(pane(), HasSubstr("\nCan't read XML Schema information from "));
+  const std::string list = cache_file("pkgs-installed.json").string();
+  EXPECT_THAT(pane(), HasSubstr("\nFailed to load packages from " + list +
+                                ":\nCan't read XML Schema information from " + list + ".\n"));
   EXPECT_THAT(pane(), Not(EndsWith("click \"Apply\".\n")));
   EXPECT_EQ(rows().size(), 6u);
   close();
@@ -220,7 +239,7 @@ TEST_F(FailuresWindowTest, DamagedLists) {
   press(WXK_RETURN);
   wait_idle();
   EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-installed.json").string()));
-  EXPECT_THAT(rows(), Contains("  [ ] app-1.0.0"));
+  EXPECT_THAT(rows(), Contains("  [x] app-1.0.0")) << "still wanted";
   EXPECT_EQ(file_text(cache_file("pkgs-installed.json")),
             of_installed.substr(0, of_installed.size() / 2));
   EXPECT_FALSE(std::filesystem::exists(package_folder("app-1.0.0") / "m%2Fapp.xsd"));
@@ -229,9 +248,10 @@ TEST_F(FailuresWindowTest, DamagedLists) {
 // Not even the superuser makes a folder where a file stands.
 TEST_F(FailuresWindowTest, FoldersThatCannotBeWritten) {
   write_text(folder_.path() / "pkgs", "a file");
-  publish(kStore);
+  publish(kAppAndTool);
   open_and_wait();
-  EXPECT_THAT(pane(), HasSubstr(cache_file("pkgs-available.json").string()));
+  EXPECT_THAT(pane(), HasSubstr((folder_.path() / "pkgs").string()));
+  EXPECT_THAT(pane(), HasSubstr("Nothing was changed"));
   EXPECT_THAT(rows(), IsEmpty());
   EXPECT_THAT(live_buttons(), ElementsAre("Close"));
   close();
@@ -241,18 +261,27 @@ TEST_F(FailuresWindowTest, FoldersThatCannotBeWritten) {
   write_text(folder_.path() / "pkgs" / "xsd", "a file");
   apply("tool-1.0.0");
   EXPECT_THAT(pane(), HasSubstr(package_folder("tool-1.0.0").string()));
-  expect_unchanged({});
+  expect_failed({}, {"tool-1.0.0"});
   EXPECT_EQ(file_text(folder_.path() / "pkgs" / "xsd"), "a file");
 }
 
 TEST_F(FailuresWindowTest, TelemetryThatFailsIsAWarning) {
   open_with_store();
-  server_.set_fault("/api/package-manager/v1/telemetry", demo::Fault::close());
+  class Deaf : public ThrowingTransport {
+   public:
+    Deaf() : ThrowingTransport("nothing", [] {}) {}
+    framework::SendOutcome post(const framework::HttpRequest& request, std::string_view,
+                                framework::IoError& error) override {
+      error.text = request.url + ": broken off";
+      return framework::SendOutcome::not_sent;
+    }
+  };
+  window_cache_->set_transport_factory([] { return std::make_unique<Deaf>(); });
   apply("tool-1.0.0");
   EXPECT_THAT(pane(), HasSubstr(" PKG Install tool-1.0.0.\n"));
   EXPECT_THAT(pane(), HasSubstr("\nWarning: "));
   EXPECT_THAT(pane(), HasSubstr(server_.url("api/package-manager/v1/telemetry")));
-  expect_unchanged({"tool-1.0.0"});
+  expect_settled({"tool-1.0.0"});
 }
 
 TEST_F(FailuresWindowTest, APackageFileNeedsNoStore) {
@@ -263,22 +292,34 @@ TEST_F(FailuresWindowTest, APackageFileNeedsNoStore) {
   const std::string path = (folder_ / "own.zendro_xmlschemas").string();
   write_text(path, make_zip({{"m/own.xsd", "<own/>"},
                              {"ZENDROPKG-INF/pkg-meta.json", json::serialize(document)}}));
-  publish(kStore);
+  publish(kAppAndTool);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   server_.set_fault("/bootstrap", demo::Fault::close());
-  app::PackageFileStart start = app::start_with_package_file(*window_cache_, path);
-  ASSERT_TRUE(start.open_dialog) << wxString(start.box_text);
-  open_and_wait(std::move(start.preselection));
+  const auto start_with_file = [&] {
+    return app::start_with_package_file(*window_cache_, path,
+                                        [](const packages_ui::StartProgress&) {});
+  };
+  app::PackageFileStart start = start_with_file();
+  ASSERT_TRUE(start.preselection) << wxString(start.box_text);
+  open_and_wait(start.preselection->identities, start.preselection->package_file);
   EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap")));
+  EXPECT_THAT(pane(), EndsWith("The following packages will be installed:\n    own-1.0.0\n"));
+  close();
+
+  // A list that the store has published since does not hold the file's packages.
+  server_.clear_faults();
+  publish(kAppAndTool, 2);
+  open_and_wait(start.preselection->identities, start.preselection->package_file);
+  EXPECT_THAT(rows(), Contains("  [ ] tool-1.0.0"));
   EXPECT_THAT(pane(), EndsWith("The following packages will be installed:\n    own-1.0.0\n"));
   press(WXK_RETURN);
   wait_idle();
-  expect_unchanged({"own-1.0.0"});
+  expect_settled({"own-1.0.0"});
   EXPECT_EQ(file_text(package_folder("own-1.0.0") / "m%2Fown.xsd"), "<own/>");
 
   write_text(path, "no archive");
-  start = app::start_with_package_file(*window_cache_, path);
-  EXPECT_FALSE(start.open_dialog);
+  start = start_with_file();
+  EXPECT_FALSE(start.preselection);
   EXPECT_THAT(wxString(start.box_text).utf8_string(),
               StartsWith("Failed to load packages from " + path + ":"));
 }

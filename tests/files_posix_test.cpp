@@ -12,8 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "framework/files.h"
-#include "framework/lock_file.h"
+#include "framework/system/files.h"
+#include "tests/lock_at.h"
 #include "tests/temp_folder.h"
 #include "tests/whole_file.h"
 
@@ -25,6 +25,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using tests::contents;
 using tests::kNoLimit;
+using tests::lock_at;
 using tests::TempFolder;
 
 TEST(FilesTest, APipeIsNoFileAndNeverWaitedFor) {
@@ -193,7 +194,7 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
   const pid_t child = fork();
   if (child == 0) {
     IoError child_error;
-    const auto lock = LockFile::acquire(path, child_error);
+    const auto lock = lock_at(path, child_error);
     const char byte = lock ? 'y' : 'n';
     if (write(ready[1], &byte, 1) == 1) pause();
     _exit(0);
@@ -207,7 +208,7 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
   IoError error;
-  EXPECT_TRUE(LockFile::acquire(path, error)) << error.text;
+  EXPECT_TRUE(lock_at(path, error)) << error.text;
   close(ready[0]);
   close(ready[1]);
 }
@@ -216,7 +217,7 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
 [[noreturn]] void lock_without_the_right_to_write(const fs::path& path) {
   if (geteuid() == 0 && seteuid(2) != 0) _exit(2);
   IoError error;
-  _exit(LockFile::acquire(path, error) && !error ? 0 : 1);
+  _exit(lock_at(path, error) && !error ? 0 : 1);
 }
 
 TEST(LockFileTest, LocksFilesThatItMayOnlyRead) {

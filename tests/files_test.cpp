@@ -1,13 +1,16 @@
-#include "framework/files.h"
+#include "framework/system/files.h"
 
 #include <atomic>
 #include <chrono>
+#include <stdexcept>
+#include <system_error>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/lock_file.h"
+#include "framework/system/system_error.h"
+#include "tests/lock_at.h"
 #include "tests/temp_folder.h"
 #include "tests/whole_file.h"
 
@@ -19,22 +22,20 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using tests::contents;
 using tests::kNoLimit;
+using tests::lock_at;
 using tests::TempFolder;
 
 TEST(FilesTest, WritesReplacesAndReadsWithinLimits) {
   const TempFolder folder;
   const fs::path path = path_from_utf8((folder / "caf\u00E9 %7C.json").string());
   IoError error;
-  EXPECT_EQ(file_stamp(path), 0U);
   EXPECT_FALSE(file_exists(path));
 
   const std::string big(3 * kIoBlock + 17, 'x');
   ASSERT_EQ(write_file(path, big, error), WriteOutcome::written) << error.text;
   EXPECT_TRUE(file_exists(path));
   EXPECT_EQ(contents(path), big);
-  const std::uint64_t stamp = file_stamp(path);
   ASSERT_EQ(write_file(path, "short", error), WriteOutcome::written);
-  EXPECT_NE(file_stamp(path), stamp);
   EXPECT_FALSE(error);
 
   std::string bytes = "stale";
@@ -63,18 +64,6 @@ TEST(FilesTest, RefusesWhatIsNoRegularFile) {
   EXPECT_EQ(contents(folder / "file"), "keep");
   EXPECT_TRUE(is_missing(folder / "no/where"));
   EXPECT_FALSE(is_missing(folder / "sub"));
-}
-
-TEST(FilesTest, AppendsToWhatIsThere) {
-  const TempFolder folder;
-  IoError error;
-  for (const char* line : {"one\n", "two\n"}) {
-    const auto log = append_file(folder / "log", error);
-    ASSERT_TRUE(log) << error.text;
-    EXPECT_EQ(log->write(line, 4), 4);
-  }
-  EXPECT_EQ(contents(folder / "log"), "one\ntwo\n");
-  EXPECT_FALSE(append_file(folder.path(), error));
 }
 
 // Two spellings of one folder are found to be the same, also beyond what exists.
@@ -118,6 +107,17 @@ TEST(FilesTest, StreamsMoveRefuseAndClose) {
   EXPECT_EQ(contents(folder / "f"), "0123456789");
 }
 
+TEST(SystemErrorTest, TextsTellWhatFailedAndTheSystemsCause) {
+  const int code = std::make_error_code(std::errc::no_such_file_or_directory).value();
+  const std::error_code missing(code, std::system_category());
+  EXPECT_EQ(exception_text(std::system_error(missing, "The thing")),
+            "The thing: " + system_cause(code));
+  EXPECT_EQ(exception_text(std::system_error(missing)), system_cause(code));
+  const std::system_error portable(std::make_error_code(std::errc::timed_out), "The thing");
+  EXPECT_EQ(exception_text(portable), portable.what());
+  EXPECT_EQ(exception_text(std::runtime_error("No \u00E9")), "No \u00E9");
+}
+
 TEST(FilesTest, CreatesFoldersWithTheirParents) {
   const TempFolder folder;
   IoError error;
@@ -140,13 +140,13 @@ TEST(LockFileTest, LetsOneThreadInAtATime) {
   const TempFolder folder;
   const fs::path path = folder / "lock";
   IoError held_error;
-  auto held = LockFile::acquire(path, held_error);
+  auto held = lock_at(path, held_error);
   ASSERT_TRUE(held) << held_error.text;
   std::atomic<int> inside = 0;
   std::atomic<int> passed = 0;
   const auto contend = [&] {
     IoError error;
-    const auto lock = LockFile::acquire(path, error);
+    const auto lock = lock_at(path, error);
     EXPECT_TRUE(lock) << error.text;
     EXPECT_EQ(++inside, 1);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -164,12 +164,40 @@ TEST(LockFileTest, LetsOneThreadInAtATime) {
   EXPECT_TRUE(file_exists(path));
 }
 
+TEST(LockFileTest, TellsAfterASecondWhoHoldsItAndLetsGoOfTheWait) {
+  const TempFolder folder;
+  const fs::path path = folder / "lock";
+  IoError error;
+  auto held = lock_at(path, error, "a longer note of an earlier holder");
+  held.reset();
+  std::string text;
+  ASSERT_TRUE(read_file(path, text, 100, error));
+  EXPECT_EQ(text, "") << "a note is that of the holder";
+  held = lock_at(path, error, "held by me");
+  ASSERT_TRUE(held) << error.text;
+
+  std::stop_source stop;
+  std::vector<std::string> notes;
+  const auto began = std::chrono::steady_clock::now();
+  const LockWait wait{stop.get_token(), [&](std::string_view note) {
+                        notes.emplace_back(note);
+                        stop.request_stop();
+                      }};
+  EXPECT_FALSE(lock_at(path, error, "mine", wait));
+  EXPECT_EQ(error.text, "") << "no failure";
+  EXPECT_EQ(notes, std::vector<std::string>{"held by me"});
+  EXPECT_GE(std::chrono::steady_clock::now() - began, LockFile::kLongWait);
+  EXPECT_FALSE(lock_at(path, error, "mine", wait)) << "one attempt";
+  held.reset();
+  EXPECT_TRUE(lock_at(path, error, "mine", wait)) << "one attempt";
+  EXPECT_EQ(notes.size(), 1u);
+}
+
 TEST(LockFileTest, ReportsWhatCannotBeLocked) {
   const TempFolder folder;
   IoError error;
-  EXPECT_FALSE(LockFile::acquire(folder / "no/lock", error));
-  EXPECT_THAT(error.text, StartsWith((folder / "no/lock").string() + ": "));
-  EXPECT_FALSE(LockFile::acquire(folder.path(), error));
+  EXPECT_FALSE(lock_at(folder.path(), error));
+  EXPECT_THAT(error.text, StartsWith(folder.path().string() + ": "));
 }
 
 }  // namespace

@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/files.h"
-#include "framework/folder.h"
-#include "framework/handle_win32.h"
-#include "framework/lock_file.h"
-#include "framework/path_win32.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
+#include "framework/system/handle_win32.h"
+#include "framework/system/path_win32.h"
 #include "tests/environment.h"
+#include "tests/lock_at.h"
 #include "tests/read_only_win32.h"
 #include "tests/temp_folder.h"
 
@@ -16,8 +16,8 @@ namespace zendro::framework {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
 using testing::StartsWith;
+using tests::lock_at;
 using tests::TempFolder;
 
 constexpr const char* kLockVariable = "ZENDRO_TEST_LOCK";
@@ -38,12 +38,12 @@ TEST(FilesWin32Test, PathsMayBeLongAndOfAnyScript) {
   EXPECT_EQ(bytes, "text");
   EXPECT_TRUE(file_exists(path / "file"));
   EXPECT_TRUE(is_missing(path / "none"));
-  EXPECT_NE(file_stamp(path / "file"), 0U);
   EXPECT_EQ(resolved_path(path / "file"), resolved_path(path) / "file");
-  EXPECT_TRUE(LockFile::acquire(path / "lock", error)) << error.text;
+  EXPECT_TRUE(lock_at(path / "lock", error)) << error.text;
   auto deep = Folder::open(path, error);
   ASSERT_TRUE(deep) << error.text;
   EXPECT_EQ(deep->kind_of("FILE"), EntryKind::file);
+  EXPECT_NE(deep->stamp_of("file"), 0U);
   EXPECT_TRUE(deep->remove_file("lock", error)) << error.text;
   EXPECT_TRUE(deep->remove_file("file", error)) << error.text;
   deep.reset();
@@ -92,7 +92,7 @@ TEST(FilesWin32Test, SaysThatAFileIsReadOnly) {
   if (tests::writes_read_only_files(path)) GTEST_SKIP() << "Wine lets root write such files";
   EXPECT_EQ(write_file(path, "new", error), WriteOutcome::not_opened);
   EXPECT_EQ(error.text, path.string() + ": is marked as read-only");
-  EXPECT_TRUE(LockFile::acquire(path, error)) << error.text;
+  EXPECT_TRUE(lock_at(path, error)) << error.text;
   SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
@@ -139,7 +139,7 @@ TEST(FilesWin32Test, PlacesOfTheSystem) {
 // The process that the test starts: runs the same test, holds the lock and waits for its end.
 void hold_until_killed(const fs::path& path) {
   IoError error;
-  const auto lock = LockFile::acquire(path, error);
+  const auto lock = lock_at(path, error);
   ASSERT_TRUE(lock) << error.text;
   ASSERT_EQ(write_file(fs::path(path) += ".held", "", error), WriteOutcome::written);
   Sleep(30000);
@@ -167,15 +167,16 @@ TEST(LockFileWin32Test, AKilledProcessLetsGo) {
   {
     const Handle other(
         CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
-    OVERLAPPED begin{};
+    OVERLAPPED byte{};
+    byte.Offset = 1U << 30;
     EXPECT_EQ(LockFileEx(other.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
-                         &begin),
+                         &byte),
               0);
   }
   TerminateProcess(process.get(), 0);
   WaitForSingleObject(process.get(), 10000);
   IoError error;
-  EXPECT_TRUE(LockFile::acquire(path, error)) << error.text;
+  EXPECT_TRUE(lock_at(path, error)) << error.text;
   tests::unset_variable(kLockVariable);
 }
 

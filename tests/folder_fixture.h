@@ -9,8 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/files.h"
-#include "framework/folder.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::tests {

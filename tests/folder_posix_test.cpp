@@ -1,4 +1,8 @@
 // Folders with the links and pipes of POSIX systems.
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include <sys/stat.h>
 
 #include "tests/folder_fixture.h"
@@ -15,7 +19,6 @@ TEST_F(FolderTest, NeverFollowsALinkToAFile) {
   for (const char* name : {"file_link", "dangling"}) {
     EXPECT_EQ(folder_->kind_of(name), EntryKind::other) << name;
     EXPECT_FALSE(folder_->open_file(name, error_)) << name;
-    EXPECT_FALSE(folder_->create_file(name, error_)) << name;
     EXPECT_FALSE(folder_->open_folder(name, error_)) << name;
     EXPECT_FALSE(folder_->create_folder(name, error_)) << name;
     EXPECT_TRUE(folder_->remove_file(name, error_)) << error_.text;
@@ -29,11 +32,30 @@ TEST_F(FolderTest, NeverWaitsForAPipe) {
   ASSERT_EQ(mkfifo((temp_ / "inside/pipe").c_str(), 0666), 0);
   fs::create_directory_symlink(temp_ / "outside", temp_ / "inside/link");
   EXPECT_FALSE(folder_->open_file("pipe", error_));
-  EXPECT_FALSE(folder_->create_file("pipe", error_));
   std::vector<Folder::Entry> entries;
   ASSERT_TRUE(folder_->list(entries, error_)) << error_.text;
   ASSERT_EQ(entries.size(), 2U);
   for (const auto& entry : entries) EXPECT_EQ(entry.kind, EntryKind::other) << entry.name;
+}
+
+// A file that is known under two names loses one of them between the opening and the check.
+TEST_F(FolderTest, WritesNothingElseWhileNamesChange) {
+  fs::permissions(temp_ / "inside", fs::perms::all);
+  std::atomic<bool> done = false;
+  std::thread other([&] {
+    std::error_code ignored;
+    while (!done) {
+      fs::create_hard_link(temp_ / "outside/file", temp_ / "inside/name", ignored);
+      fs::remove(temp_ / "inside/name", ignored);
+      fs::create_symlink(temp_ / "outside/file", temp_ / "inside/name", ignored);
+      fs::remove(temp_ / "inside/name", ignored);
+    }
+  });
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+  while (std::chrono::steady_clock::now() < end) create("name", "x");
+  done = true;
+  other.join();
+  EXPECT_EQ(get("outside/file"), "precious");
 }
 
 // What Windows refuses is a name like any other.

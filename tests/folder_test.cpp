@@ -1,9 +1,9 @@
-#include "framework/folder.h"
+#include "framework/system/folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/files.h"
+#include "framework/system/files.h"
 #include "tests/folder_fixture.h"
 #include "tests/links.h"
 
@@ -108,8 +108,8 @@ TEST_F(FolderTest, NeverFollowsALinkToAFolder) {
   EXPECT_EQ(entries[0].kind, EntryKind::other);
   EXPECT_EQ(folder_->kind_of("link"), EntryKind::other);
   EXPECT_FALSE(folder_->open_file("link", error_));
-  EXPECT_FALSE(folder_->create_file("link", error_));
   EXPECT_FALSE(folder_->open_folder("link", error_));
+  EXPECT_THAT(error_.text, testing::EndsWith("link: is a link"));
   EXPECT_FALSE(folder_->create_folder("link", error_));
   EXPECT_FALSE(folder_->remove_folder("link", error_));
   EXPECT_TRUE(folder_->remove_file("link", error_)) << error_.text;
@@ -129,11 +129,39 @@ TEST_F(FolderTest, StaysWithItsFolderWhenAnotherTakesThePath) {
   EXPECT_EQ(get("moved/file"), "downloaded");
 }
 
-TEST_F(FolderTest, AHardLinkKeepsItsOtherNameUntouched) {
-  fs::create_hard_link(temp_ / "outside/file", temp_ / "inside/member");
-  EXPECT_TRUE(create("member", "downloaded"));
+// Every way of writing makes a file of the folder's own in the place of what is not one.
+TEST_F(FolderTest, WritesFilesOfItsOwnOnly) {
+  const auto append = [&](const std::string& name, const char* line) {
+    const auto file = folder_->append_file(name, error_);
+    return file && file->write(line, 4) == 4;
+  };
+  fs::create_directory(temp_ / "inside/sub");
+  EXPECT_EQ(folder_->stamp_of("file"), 0U);
+  for (const char* way : {"create", "write", "append"}) {
+    SCOPED_TRACE(way);
+    const auto write = [&](const std::string& name) {
+      if (way == std::string("create")) return create(name, "new\n");
+      if (way == std::string("append")) return append(name, "new\n");
+      return folder_->write_file(name, "new\n", error_) == WriteOutcome::written;
+    };
+    EXPECT_FALSE(write("sub"));
+    EXPECT_THAT(error_.text, StartsWith((temp_ / "inside" / fs::path("sub")).string() + ": "));
+    for (const tests::Plant& plant : tests::plants(temp_ / "outside")) {
+      fs::remove(temp_ / "inside/file");
+      if (!plant.put(temp_ / "inside/file")) continue;
+      const std::uint64_t stamp = folder_->stamp_of("file");
+      SystemFile lock = folder_->open_lock("file", error_);
+      EXPECT_FALSE(lock) << plant.name;
+      EXPECT_TRUE(write("file")) << plant.name << ": " << error_.text;
+      EXPECT_EQ(get("inside/file"), "new\n") << plant.name;
+      EXPECT_NE(folder_->stamp_of("file"), stamp) << plant.name;
+      EXPECT_TRUE(write("file")) << error_.text;
+      EXPECT_EQ(get("inside/file"), way == std::string("append") ? "new\nnew\n" : "new\n");
+    }
+  }
   EXPECT_EQ(get("outside/file"), "precious");
-  EXPECT_EQ(get("inside/member"), "downloaded");
+  EXPECT_FALSE(fs::exists(temp_ / "outside/missing"));
+  EXPECT_TRUE(fs::is_empty(temp_ / "outside/sub"));
 }
 
 TEST_F(FolderTest, RefusesNamesThatAreNoSingleComponent) {

@@ -1,7 +1,7 @@
 // Folders of Windows: names that it treats specially, files that others hold.
 #include <windows.h>
 
-#include "framework/handle_win32.h"
+#include "framework/system/handle_win32.h"
 #include "tests/folder_fixture.h"
 #include "tests/read_only_win32.h"
 
@@ -9,7 +9,6 @@ namespace zendro::framework {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::EndsWith;
 using testing::StartsWith;
 using tests::FolderTest;
 

@@ -1,4 +1,4 @@
-#include "framework/hashed_copy.h"
+#include "framework/io/hashed_copy.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "framework/stream_base.h"
+#include "framework/io/stream_base.h"
 
 namespace zendro::framework {
 namespace {

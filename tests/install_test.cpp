@@ -1,5 +1,5 @@
 // Installing packages: what is chosen, refused, replaced, recorded and told.
-#include "app/options.h"
+#include "app/options/options.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
@@ -12,28 +12,20 @@ using testing::IsEmpty;
 using testing::Not;
 
 // A package with one member of its own.
-TestPackage package(const std::string& identity, std::vector<std::string> references = {},
-                    std::vector<std::string> conflicts = {}) {
-  return {identity,
-          {{identity + ".zip", "bytes of " + identity}},
-          std::move(references),
-          std::move(conflicts)};
-}
-
 class InstallTest : public ManagerTest {};
 
 TEST_F(InstallTest, NeedsACacheAndSomethingToInstall) {
   EXPECT_FALSE(cache().install({"a"}));
   EXPECT_THAT(take_messages(), ElementsAre("not_initialized pkgtype=XML Schema"));
-  start_with({package("a-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0")});
   const auto before = snapshot();
   EXPECT_FALSE(cache().install({}));
   EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_install pkgtypes=XML Schemas"));
   EXPECT_FALSE(cache().install({"a", "b-2.1"}));
   EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-2.1 pkgtype=XML Schema"));
-  const std::vector<pkg::filter_action_t> pairs = {{"b", pkg::kActionUninstall}};
+  const std::vector<pkg::filter_action> pairs = {{"b", pkg::kActionUninstall}};
   EXPECT_TRUE(cache().apply(pairs, pkg::kActionInstall));
-  EXPECT_FALSE(cache().apply(std::vector<pkg::filter_action_t>{{"b", 7}}, 7));
+  EXPECT_FALSE(cache().apply(std::vector<pkg::filter_action>{{"b", 7}}, 7));
   EXPECT_THAT(take_messages(), IsEmpty());
   EXPECT_EQ(snapshot(), before);
   write_text(cache_file("pkgs-available.json"), "{");
@@ -43,9 +35,11 @@ TEST_F(InstallTest, NeedsACacheAndSomethingToInstall) {
 }
 
 TEST_F(InstallTest, InstallsWithReferencesRecordsAndTells) {
-  start_with({package("app-1.0.0", {"lib-1", "base"}), package("lib-1.0.0"),
-              package("lib-1.4.0", {"base-2.0.0"}), package("lib-2.0.0"), package("base-2.0.0"),
-              package("base-1.0.0"), package("other-1.0.0")});
+  start_with({package_of_one_member("app-1.0.0", {"lib-1", "base"}),
+              package_of_one_member("lib-1.0.0"),
+              package_of_one_member("lib-1.4.0", {"base-2.0.0"}),
+              package_of_one_member("lib-2.0.0"), package_of_one_member("base-2.0.0"),
+              package_of_one_member("base-1.0.0"), package_of_one_member("other-1.0.0")});
   set_option(app::option::installer, "tool::edition");
   EXPECT_TRUE(cache().install({"app", "app-1.0.0", "base-2"}));
   EXPECT_THAT(take_messages(), IsEmpty());
@@ -67,11 +61,12 @@ TEST_F(InstallTest, InstallsWithReferencesRecordsAndTells) {
 
   // The metadata is taken over as the store gave it.
   const json::value list = json::parse(file_text(cache_file("pkgs-installed.json")));
-  EXPECT_EQ(list.at("lib-1.4.0"), json::value(package("lib-1.4.0", {"base-2.0.0"}).meta()));
+  EXPECT_EQ(list.at("lib-1.4.0"),
+            json::value(package_of_one_member("lib-1.4.0", {"base-2.0.0"}).meta()));
 }
 
 TEST_F(InstallTest, RefusesAReferenceThatNothingFulfils) {
-  start_with({package("a-1.0.0", {"b-2"}), package("b-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0", {"b-2"}), package_of_one_member("b-1.0.0")});
   const auto before = snapshot();
   EXPECT_FALSE(cache().install({"a"}));
   EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-2 pkgtype=XML Schema"));
@@ -79,7 +74,8 @@ TEST_F(InstallTest, RefusesAReferenceThatNothingFulfils) {
 }
 
 TEST_F(InstallTest, ReleaseLinesStandSideBySideAndPatchesReplace) {
-  start_with({package("a-2.1.1"), package("a-2.1.3"), package("a-2.1.5"), package("a-3.0.0")});
+  start_with({package_of_one_member("a-2.1.1"), package_of_one_member("a-2.1.3"),
+              package_of_one_member("a-2.1.5"), package_of_one_member("a-3.0.0")});
   EXPECT_TRUE(cache().install({"a-3"}));
   EXPECT_TRUE(cache().install({"a-2.1.1"}));
   EXPECT_THAT(installed(), ElementsAre("a-3.0.0", "a-2.1.1"));
@@ -107,7 +103,7 @@ TEST_F(InstallTest, ReleaseLinesStandSideBySideAndPatchesReplace) {
 }
 
 TEST_F(InstallTest, WithNothingNewListsAndCatalogsAreStillWritten) {
-  start_with({package("a-1.0.0"), package("b-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0")});
   EXPECT_TRUE(cache().install({"a", "b"}));
   fs::remove(cache_file("catalog.xml"));
   take_log();
@@ -122,8 +118,10 @@ TEST_F(InstallTest, WithNothingNewListsAndCatalogsAreStillWritten) {
 }
 
 TEST_F(InstallTest, ConflictsAreRefusedBeforeAnythingIsTouched) {
-  start_with({package("a-1.0.0", {}, {"ABC-1", "abc-2"}), package("xabcy-1.5.0"),
-              package("abc-2.0.0"), package("c-1.0.0", {}, {"xabcy"}), package("d-1.0.0", {"c"})});
+  start_with({package_of_one_member("a-1.0.0", {}, {"ABC-1", "abc-2"}),
+              package_of_one_member("xabcy-1.5.0"), package_of_one_member("abc-2.0.0"),
+              package_of_one_member("c-1.0.0", {}, {"xabcy"}),
+              package_of_one_member("d-1.0.0", {"c"})});
   const auto before = snapshot();
   // Among the requests any part of the name will do, in any case; the conflict is shown as written.
   EXPECT_FALSE(cache().install({"a", "xabcy"}));
@@ -144,7 +142,8 @@ TEST_F(InstallTest, ConflictsAreRefusedBeforeAnythingIsTouched) {
 }
 
 TEST_F(InstallTest, AFailedDownloadEndsTheRunWithoutRollingBack) {
-  start_with({package("a-1.0.0", {"b"}), package("b-1.0.0"), package("c-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0", {"b"}), package_of_one_member("b-1.0.0"),
+              package_of_one_member("c-1.0.0")});
   server_.set_fault("/store/b-1.0.0.zip",
                     demo::Fault::replaced(demo::Reply::with_status(404)).first(1));
   EXPECT_FALSE(cache().install({"a", "c"}));
@@ -160,7 +159,7 @@ TEST_F(InstallTest, AFailedDownloadEndsTheRunWithoutRollingBack) {
 
 // The disk fills up, or goes away, between reading the list and writing it.
 TEST_F(InstallTest, AListThatCannotBeWrittenIsReported) {
-  start_with({package("a-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0")});
   server_.observe([this](const demo::ServedRequest& request) {
     if (request.path == "/store/a-1.0.0.zip")
       fs::create_directories(cache_file("pkgs-installed.json"));
@@ -172,25 +171,57 @@ TEST_F(InstallTest, AListThatCannotBeWrittenIsReported) {
 }
 
 TEST_F(InstallTest, TelemetryThatFailsIsOnlyAWarning) {
-  start_with({package("a-1.0.0"), package("b-1.0.0"), package("c-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0"),
+              package_of_one_member("c-1.0.0")});
   set_option(app::option::telemetry_url, "ftp://127.0.0.1/telemetry");
   EXPECT_TRUE(cache().install({"a"}));
   EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
   set_option(app::option::telemetry_url, "http://127.0.0.1:1/telemetry");
   EXPECT_TRUE(cache().install({"b"}));
   EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
-  set_option(app::option::telemetry_url, json::string(server_.url("broken")));
-  server_.set_fault("/broken", demo::Fault::close());
-  EXPECT_TRUE(cache().install({"c"}));
-  EXPECT_THAT(take_messages(), ElementsAre("! update_pkg_store_telemetry pkgtype=XML Schema"));
   set_option(app::option::telemetry_url, 5);
   EXPECT_TRUE(cache().install({"c"}));
   EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
   EXPECT_THAT(installed(), ElementsAre("a-1.0.0", "b-1.0.0", "c-1.0.0"));
+
+  struct BrokenTransport : framework::HttpTransport {
+    std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest&,
+                                                 framework::IoError&) override {
+      return nullptr;
+    }
+    framework::SendOutcome post(const framework::HttpRequest&, std::string_view,
+                                framework::IoError& error) override {
+      error.text = "http://h/telemetry: broken off";
+      return framework::SendOutcome::not_sent;
+    }
+  };
+  set_option(app::option::telemetry_url, "http://h/telemetry");
+  cache().set_transport_factory([] { return std::make_unique<BrokenTransport>(); });
+  EXPECT_TRUE(cache().install({"c"}));
+  EXPECT_THAT(texts().back(), testing::HasSubstr("http://h/telemetry: broken off"));
+  EXPECT_THAT(take_messages(), ElementsAre("! update_pkg_store_telemetry pkgtype=XML Schema"));
+}
+
+TEST_F(InstallTest, TelemetryIsNotJudgedByItsAnswerAndCanBeSwitchedOff) {
+  start_with({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0"),
+              package_of_one_member("c-1.0.0")});
+  server_.set_fault("/api/package-manager/v1/telemetry",
+                    demo::Fault::replaced(demo::Reply::with_status(500, "<html>oops</html>")));
+  EXPECT_TRUE(cache().install({"a"}));
+  EXPECT_EQ(telemetry().size(), 1U);
+  set_option(app::option::telemetry, false);
+  EXPECT_TRUE(cache().install({"b"}));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  EXPECT_EQ(telemetry().size(), 1U);
+  set_option(app::option::telemetry, "no");
+  EXPECT_TRUE(cache().install({"c"}));
+  EXPECT_THAT(texts().back(), testing::HasSubstr("Cannot convert JSON value to bool!"));
+  EXPECT_THAT(take_messages(), ElementsAre("! access_pkg_store_telemetry pkgtype=XML Schema"));
+  EXPECT_EQ(telemetry().size(), 1U);
 }
 
 TEST_F(InstallTest, ListsThatCannotBeReadOrWrittenStopTheRun) {
-  start_with({package("a-1.0.0"), package("b-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0")});
   write_text(cache_file("pkgs-installed.json"), R"({"a-1.0.0": "cut)");
   const auto before = snapshot();
   EXPECT_FALSE(cache().install({"a"}));
@@ -214,39 +245,40 @@ TEST_F(InstallTest, ListsThatCannotBeReadOrWrittenStopTheRun) {
   EXPECT_THAT(installed(), ElementsAre("a-1.0.0"));
 }
 
-TEST_F(InstallTest, MetadataOfTheWrongTypeIsRefusedWithoutLosingAnything) {
-  TestPackage odd = package("a-1.0.0");
-  for (const auto& [key, value, text] :
-       {std::tuple("references", json::value("b"), "Cannot cast value to JSON array!"),
-        std::tuple("conflicting_pkgs", json::value({1}), "Cannot cast value to JSON string!"),
-        std::tuple("files", json::value(1), "Cannot cast value to JSON map!"),
-        std::tuple("catalogs", json::value({{"http://x/", 1}}),
-                   "Cannot cast value to JSON string!"),
-        std::tuple("namespace_catalog", json::value({{"urn:x", {{"public", true}}}}),
-                   "Cannot cast value to JSON string!"),
-        std::tuple("uri_mappings", json::value("x"), "Cannot cast value to JSON map!")}) {
-    odd.more = {{key, value}};
-    publish_document(json::serialize(json::object{{"a-1.0.0", odd.meta()}}));
+// A reference that the new level fulfils as well does not hold the old one. One that only the old
+// level fulfils does: both stay, and the run goes on to catalogs and telemetry.
+TEST_F(InstallTest, AReplacedPatchLevelStaysOnlyForThoseWhoNeedJustThatLevel) {
+  TestPackage new_level = package_of_one_member("lib-1.0.2");
+  new_level.more["catalogs"] = {{"http://lib.example/", "lib-1.0.2.zip"}};
+  for (const char* reference : {"lib", "lib-1", "lib-1.0", "IB-1.0"}) {
+    publish({package_of_one_member("lib-1.0.1"), package_of_one_member("app-1.0.0", {reference}),
+             package_of_one_member("IB-1.0.0")});
     ASSERT_TRUE(cache().update_store_information(true));
-    EXPECT_FALSE(cache().install({"a"})) << key;
-    ASSERT_FALSE(texts().empty()) << key;
-    EXPECT_THAT(texts().back(), testing::EndsWith(std::string("a-1.0.0: ") + text)) << key;
-    take_messages();
-    EXPECT_FALSE(fs::exists(cache_file("pkgs-installed.json"))) << key;
+    ASSERT_TRUE(cache().install({"lib-1.0.1", "app"})) << reference;
+    publish({package_of_one_member("lib-1.0.1"), new_level,
+             package_of_one_member("app-1.0.0", {reference})},
+            2);
+    ASSERT_TRUE(cache().update_store_information(true));
+    EXPECT_TRUE(cache().install({"lib"})) << reference;
+    EXPECT_THAT(take_messages(), IsEmpty());
+    EXPECT_THAT(installed(), Not(Contains("lib-1.0.1"))) << reference;
+    EXPECT_THAT(file_text(cache_file("catalog.xml")), testing::HasSubstr("lib-1.0.2"));
+    EXPECT_FALSE(fs::exists(package_folder("lib-1.0.1")));
+    ASSERT_TRUE(cache().uninstall({"a", "i"}));
+    fs::remove(cache_file("pkgs-available.json"));
   }
-}
 
-// A patch is recorded first and then meets the package that still asks for the old level: the old
-// one stays beside it, and the run says that there was nothing to remove.
-TEST_F(InstallTest, AReplacedPatchLevelThatIsStillReferencedStays) {
-  start_with({package("lib-1.0.1"), package("lib-1.0.2"), package("app-1.0.0", {"lib-1.0.1"})});
-  EXPECT_TRUE(cache().install({"app"}));
+  start_with({package_of_one_member("lib-1.0.1"), new_level,
+              package_of_one_member("app-1.0.0", {"lib-1.0.1"})});
+  ASSERT_TRUE(cache().install({"app"}));
   take_log();
-  EXPECT_FALSE(cache().install({"lib-1.0.2"}));
-  EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  EXPECT_TRUE(cache().install({"lib-1.0.2"}));
+  EXPECT_THAT(take_messages(), IsEmpty());
   EXPECT_EQ(take_log().back(), "XML Schema lib-1.0.1 is still referenced by app-1.0.0 - ignored.");
   EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "lib-1.0.2", "lib-1.0.1"));
   EXPECT_TRUE(fs::exists(package_folder("lib-1.0.1")));
+  EXPECT_THAT(file_text(cache_file("catalog.xml")), testing::HasSubstr("lib-1.0.2"));
+  EXPECT_THAT(telemetry().back(), testing::HasSubstr("lib-1.0.2"));
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
-#include "framework/lazy_json.h"
+#include "framework/text/lazy_json.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -79,7 +82,7 @@ TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
     ASSERT_EQ(members.size(), whole.size()) << text;
     const LazyObject& object = document->object(document->root());
     auto expected = whole.begin();
-    for (const auto& [name, member] : members) {
+    for (const auto& [name, member, inside] : members) {
       ASSERT_EQ(name, std::string_view(expected->key())) << text;
       ASSERT_EQ(parsed(member), expected->value()) << text;
       if (const json::string* string = expected->value().if_string()) {
@@ -115,6 +118,57 @@ TEST(LazyJson, OfSeveralMembersWithOneNameTheLastValueCounts) {
   EXPECT_EQ(object.string("t"), "y");
   EXPECT_THROW((void)document->members(members[0].text), JsonError);
   EXPECT_THROW((void)document->object(members[0].text), JsonError);
+}
+
+// Names that stand in one place of a table of each of these sizes, if the table's address is known.
+std::string crowded_object(const void* table, std::size_t count, std::size_t sizes_product) {
+  std::string text = "{";
+  for (std::size_t i = 0; count > 0; ++i) {
+    const std::string name = std::to_string(i);
+    const auto salt = reinterpret_cast<std::uintptr_t>(table);
+    if (json::detail::digest(name.begin(), name.end(), salt) % sizes_product != 0) continue;
+    text += "\"" + name + "\":1,";
+    --count;
+  }
+  text.back() = '}';
+  return text;
+}
+
+TEST(LazyJson, NamesThatWereChosenToShareAPlaceAreSpreadOrRefused) {
+  constexpr std::size_t count = 40;
+  alignas(std::max_align_t) static unsigned char bytes[65536];
+  const auto parse = [](const std::string& text, std::string& error) {
+    json::monotonic_resource arena(bytes, sizeof(bytes));
+    json::value value(nullptr, &arena);
+    EXPECT_EQ(check_json(text, error), count + 1);
+    return parse_json(text, value, error) ? value.get_object().capacity() : 0;
+  };
+  std::string error;
+  ASSERT_EQ(parse(crowded_object(bytes, count, 1), error), count);
+  const std::size_t larger = parse(crowded_object(bytes, count, count), error);
+  EXPECT_GT(larger, count) << error;
+  EXPECT_EQ(parse(crowded_object(bytes, count, count * larger), error), 0u);
+  EXPECT_EQ(error, "too many names of an object have the same hash");
+}
+
+TEST(LazyJson, CountsValuesAndMembers) {
+  for (const auto& [value, inside] :
+       std::vector<std::pair<std::string, std::size_t>>{{"1", 0},
+                                                        {"[ ]", 0},
+                                                        {"{\n}", 0},
+                                                        {"\"a,[{\"", 0},
+                                                        {"[1]", 1},
+                                                        {"[[], {} ,\"]\"]", 3},
+                                                        {R"({"a":[1,2],"b":{"c":3},"b":4})", 6}}) {
+    std::size_t count = 0;
+    const auto document = document_of("{\"a\":0,\"b\": " + value + " ,\"a\":1}");
+    EXPECT_EQ(document->value_count(), 4 + inside) << value;
+    const auto members = document->members(document->root(), 2, count);
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(count, 3u);
+    EXPECT_EQ(members[0].text, "0") << "what is too much is not looked at";
+    EXPECT_EQ(members[1].values, inside) << value;
+  }
 }
 
 TEST(LazyJson, AcceptsExactlyWhatCanBeParsed) {

@@ -1,7 +1,9 @@
-// Links to folders, made as each system makes them.
+// Links and other things that are no ordinary files, made as each system makes them.
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <vector>
 
 namespace zendro::tests {
 
@@ -11,5 +13,15 @@ bool make_folder_link(const std::filesystem::path& target, const std::filesystem
 
 /// Whether Windows programs run here without Windows.
 bool is_wine();
+
+/// What may stand in the place of a file. `put` is false where the system cannot make it.
+struct Plant {
+  const char* name;
+  std::function<bool(const std::filesystem::path& place)> put;
+};
+
+/// All kinds but a folder; "hard link" is the one that can be read. They lead to "file", "missing"
+/// and "sub" in the folder `outside`.
+std::vector<Plant> plants(const std::filesystem::path& outside);
 
 }  // namespace zendro::tests

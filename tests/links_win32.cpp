@@ -10,7 +10,7 @@
 // Needs the types of windows.h.
 #include <winioctl.h>
 
-#include "framework/handle_win32.h"
+#include "framework/system/handle_win32.h"
 
 namespace zendro::tests {
 namespace {
@@ -64,6 +64,27 @@ bool make_folder_link(const std::filesystem::path& target, const std::filesystem
 
 bool is_wine() {
   return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+std::vector<Plant> plants(const std::filesystem::path& outside) {
+  // Without the right to make symbolic links nobody can plant one either.
+  const auto link_to = [outside](const char* target, DWORD flags) {
+    return [outside, target, flags](const std::filesystem::path& place) {
+      const std::filesystem::path to = outside / target;
+      return !is_wine() && CreateSymbolicLinkW(place.c_str(), to.c_str(), flags) != 0;
+    };
+  };
+  return {{"link to a file", link_to("file", 0)},
+          {"link to a missing file", link_to("missing", 0)},
+          {"link to a folder", link_to("sub", SYMBOLIC_LINK_FLAG_DIRECTORY)},
+          {"junction",
+           [outside](const std::filesystem::path& place) {
+             return make_folder_link(outside / "sub", place);
+           }},
+          {"hard link", [outside](const std::filesystem::path& place) {
+             std::filesystem::create_hard_link(outside / "file", place);
+             return true;
+           }}};
 }
 
 }  // namespace zendro::tests

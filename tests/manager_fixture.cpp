@@ -3,9 +3,9 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/options.h"
-#include "framework/digest.h"
-#include "msg/utf.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
+#include "framework/text/utf8.h"
 #include "pkg/active_types.h"
 #include "tests/zip_builder.h"
 
@@ -31,7 +31,7 @@ class LineRecorder : public msg::LogHandler {
   explicit LineRecorder(std::vector<std::string>& lines) : lines_(lines) {}
   void handle_line(std::int64_t, std::wstring_view, std::wstring_view line) override {
     constexpr std::size_t prefix = std::string_view("2024-05-07T14:03:59 PKG ").size();
-    lines_.push_back(msg::to_utf8(line.substr(prefix)));
+    lines_.push_back(framework::to_utf8(line.substr(prefix)));
   }
 
  private:
@@ -46,6 +46,14 @@ void replace_all(std::string& text, const std::string& from, const std::string& 
 }
 
 }  // namespace
+
+TestPackage package_of_one_member(const std::string& identity, std::vector<std::string> references,
+                                  std::vector<std::string> conflicts) {
+  return {identity,
+          {{identity + ".zip", "bytes of " + identity}},
+          std::move(references),
+          std::move(conflicts)};
+}
 
 json::object TestPackage::meta() const {
   json::object files;
@@ -187,12 +195,12 @@ pkg::pkg_cache_t& ManagerTest::cache() {
   cache_ = std::make_unique<pkg::pkg_cache_t>(type_, options_);
   cache_->set_message_sink([this](const msg::Message& message) {
     std::string line = message.severity == msg::Severity::warning ? "! " : "";
-    line += msg::to_utf8(message.identifier());
+    line += framework::to_utf8(message.identifier());
     for (const auto& [name, value] : message.arguments) {
-      line += " " + msg::to_utf8(name) + "=" + msg::to_utf8(value);
+      line += " " + framework::to_utf8(name) + "=" + framework::to_utf8(value);
     }
     messages_.push_back(plain(line));
-    texts_.push_back(plain(msg::to_utf8(message.text())));
+    texts_.push_back(plain(framework::to_utf8(message.text())));
   });
   auto logger = std::make_shared<msg::Logger>();
   logger->add_handler(std::make_shared<LineRecorder>(log_));

@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "demo/loopback_server.h"
-#include "framework/json.h"
+#include "framework/text/json.h"
 #include "pkg/cache.h"
 #include "tests/temp_folder.h"
 
@@ -31,6 +31,11 @@ struct TestPackage {
 
   [[nodiscard]] json::object meta() const;
 };
+
+/// A package with one member, which is named after it.
+TestPackage package_of_one_member(const std::string& identity,
+                                  std::vector<std::string> references = {},
+                                  std::vector<std::string> conflicts = {});
 
 /// The bytes of a file; a test failure and "" when there is none.
 std::string file_text(const std::filesystem::path& path);

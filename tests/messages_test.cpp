@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include "framework/text/utf8.h"
 #include "msg/logger.h"
 #include "msg/message.h"
+#include "msg/shown.h"
 #include "msg/text_builder.h"
-#include "msg/utf.h"
+#include "tests/stopwatch.h"
 
 namespace zendro::msg {
 namespace {
+
+using framework::to_utf8;
+using framework::to_wide;
 
 TEST(MessageTable, CodesAreRowNumbersAndUnknownOnesAreEmpty) {
   EXPECT_EQ(message_identifier(0), L"verbose_start_loading_pkg_catalog");
@@ -25,11 +30,6 @@ TEST(MessageTable, CodesAreRowNumbersAndUnknownOnesAreEmpty) {
   EXPECT_EQ(parameter_role(3), L"subParam");
   EXPECT_TRUE(parameter_role(4).empty());
   EXPECT_TRUE(parameter_role(-1).empty());
-  EXPECT_EQ(type_label("xsd", false), L"XML Schema");
-  EXPECT_EQ(type_label("xsd", true), L"XML Schemas");
-  EXPECT_EQ(type_label("xbrl", false), L"XBRL Taxonomy");
-  EXPECT_EQ(type_label("xbrl", true), L"XBRL Taxonomies");
-  EXPECT_EQ(type_label("XSD", false), L"");
 }
 
 TEST(Format, FillsOnceAndKeepsValuesOnTheirLine) {
@@ -40,6 +40,55 @@ TEST(Format, FillsOnceAndKeepsValuesOnTheirLine) {
   EXPECT_EQ(format_message(static_cast<int>(Code::not_initialized), {{L"pkgtype", L""}}),
             L" Manager cache is not initialized.");
   EXPECT_EQ(format_message(83, {}), L"");
+}
+
+TEST(Shown, MakesVisibleWhatNobodySeesAndLeavesOrdinaryText) {
+  const std::vector<std::pair<std::string, std::string>> kTexts = {
+      {"good\u202Egpj.1.0", "good<U+202E>gpj.1.0"},
+      {"\u2066a\u2069\u200B\u2060\uFEFF\u00AD\u034F\u061C",
+       "<U+2066>a<U+2069><U+200B><U+2060><U+FEFF><U+00AD><U+034F><U+061C>"},
+      {"\u3164\u115F\uFFA0\u180E\uFFF9\uFDD0\uFFFE\U000E0041\U0001D173",
+       "<U+3164><U+115F><U+FFA0><U+180E><U+FFF9><U+FDD0><U+FFFE><U+E0041><U+1D173>"},
+      {"a\u200Db \u200C- a\uFE0F 1\uFE0F", "a<U+200D>b <U+200C>- a<U+FE0F> 1<U+FE0F>"},
+      {"one\r\ntwo\x1B[0m\u0085\u2028x\x80", "one  two [0m  x\uFFFD"},
+      // Persian, Hindi, old Malayalam, the Arabic sign of a year, a family, a key, a heart.
+      {"\u0645\u06CC\u200C\u062E\u0648\u0627\u0647\u0645", ""},
+      {"\u0915\u094D\u200D\u0937 \u0928\u0D4D\u200D \u0601\u0661", ""},
+      {"\U0001F468\u200D\u2764\uFE0F\u200D\U0001F468 1\uFE0F\u20E3 \u2764\uFE0F", ""},
+      {"\u8FBB\U000E0100 \u05E9\u05DC\u05D5\u05DD caf\u0065\u0301", ""}};
+  for (const auto& [text, expected] : kTexts) {
+    const std::wstring visible = shown(text);
+    EXPECT_EQ(to_utf8(visible), expected.empty() ? text : expected);
+    EXPECT_EQ(shown(visible), visible);
+    EXPECT_EQ(shown(to_wide(text)), visible);
+  }
+}
+
+TEST(Shown, CutsBetweenCharacters) {
+  const std::vector<std::pair<std::string, std::string>> kTexts = {
+      {"12345678", "12345678"},
+      {"123456789", "1234567\u2026"},
+      {"123456e\u0301\u0301\u0301", "123456\u2026"},
+      {"12345\U0001F468\u200D\U0001F469\u200D\U0001F466", "12345\u2026"},
+      {"1234\u202E", "1234\u2026"},
+      {"\u202E12", "\u2026"}};
+  for (const auto& [text, expected] : kTexts) {
+    const std::wstring cut = shown(text, 8);
+    EXPECT_EQ(to_utf8(cut), expected) << text;
+    EXPECT_EQ(shown(cut, 8), cut);
+  }
+  // However many marks: a character with more than any has is cut all the same.
+  std::wstring zalgo = L"a";
+  zalgo.append(1'000, L'\x0301');
+  EXPECT_EQ(shown(zalgo, 500).size(), 456u);
+  std::string picture;
+  for (int i = 0; i < 50'000'000 / 4; ++i) picture += "\U0001F4E6";
+  const tests::Stopwatch stopwatch;
+  const std::wstring cut = shown(picture, kMostOfCell);
+  EXPECT_LE(cut.size(), kMostOfCell);
+  EXPECT_EQ(to_utf8(cut).find("\uFFFD"), std::string::npos) << "no half of a character";
+  EXPECT_LT(stopwatch.seconds(), 0.02);
+  EXPECT_EQ(shown_lines(L"12345\r\n123\n", 4), L"123\x2026\n123\n");
 }
 
 TEST(Message, ShowsItsHintOnALineOfItsOwn) {

@@ -1,10 +1,13 @@
-#include "app/options.h"
+#include "app/options/options.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <optional>
+#include <string>
 
 #include <gtest/gtest.h>
 
-#include "app/package_type.h"
+#include "framework/system/files.h"
 #include "pkg/active_types.h"
 #include "tests/environment.h"
 #include "tests/temp_folder.h"
@@ -46,8 +49,6 @@ TEST_F(Options, FoldersFollowFromTheTypeAndTheSharedFolder) {
             "/srv/data/SharedBetweenVersions/korvane.exe");
   EXPECT_EQ(tests::with_slashes(manager_executable("xbrl")),
             "/srv/data/SharedBetweenVersions/plintor.exe");
-  EXPECT_EQ(package_file_extension("xsd"), ".zendro_xmlschemas");
-  EXPECT_EQ(package_file_extension("xbrl"), ".zendro_taxonomies");
 }
 
 TEST_F(Options, AnUnknownTypeHasNothingThatFollowsFromIt) {
@@ -57,7 +58,6 @@ TEST_F(Options, AnUnknownTypeHasNothingThatFollowsFromIt) {
   EXPECT_TRUE(get_cache_root(&options).is_null());
   EXPECT_TRUE(get_store_bootstrap_url(&options).is_null());
   EXPECT_TRUE(get_cache_root(nullptr).is_null());
-  EXPECT_EQ(package_file_extension("XSD"), "");
   EXPECT_EQ(manager_executable("XSD"), "");
   EXPECT_FALSE(get_telemetry_url(&options).is_null());
 }
@@ -94,6 +94,29 @@ TEST_F(Options, StoreAddressesNameTheHostOfTheRun) {
   EXPECT_FALSE(is_staging());
 }
 
+// A copy of this program that runs the same test tells of itself.
+TEST_F(Options, AProgramInAFolderOfTheMakersAsksTheStagingStore) {
+  if (is_staging()) {
+    const json::object xsd = options_of("xsd");
+    EXPECT_EQ(text(get_store_bootstrap_url(&xsd)),
+              "https://staging.store.zendro.example/api/xsd-manager/v1/bootstrap");
+    EXPECT_EQ(text(get_telemetry_url(nullptr)),
+              "https://staging.store.zendro.example/api/package-manager/v1/telemetry");
+    return;
+  }
+  const tests::TempFolder folder;
+  for (const char* part : {"tamrixexefolder", "reference/os"}) {
+    const std::filesystem::path copy =
+        folder.path() / std::filesystem::path(part).make_preferred() / "program.exe";
+    std::filesystem::create_directories(copy.parent_path());
+    std::filesystem::copy_file(framework::executable_path(), copy);
+    const std::string command =
+        copy.string() + " --gtest_filter=Options.AProgramInAFolderOfTheMakersAsksTheStagingStore";
+    EXPECT_EQ(std::system(command.c_str()), 0) << part;
+    std::filesystem::remove(copy);
+  }
+}
+
 TEST_F(Options, TheInstallerIsGivenOrThatOfTheRun) {
   json::object options = options_of("xsd");
   EXPECT_TRUE(get_installer(&options).is_null());
@@ -113,8 +136,21 @@ TEST_F(Options, TheInstallerIsGivenOrThatOfTheRun) {
   EXPECT_TRUE(get_install_root(nullptr).is_null());
 }
 
+TEST_F(Options, ASizeLimitIsAPositiveNumber) {
+  json::object options;
+  EXPECT_EQ(to_size_limit(get_member_size_limit(&options)), std::uint64_t{4} << 30);
+  options[option::member_size_limit] = 1;
+  EXPECT_EQ(to_size_limit(get_member_size_limit(&options)), 1U);
+  for (const json::value& bad : {json::value(-1), json::value(nullptr), json::value(1.5)}) {
+    EXPECT_THROW(to_size_limit(bad), framework::JsonError) << bad;
+  }
+}
+
 TEST_F(Options, FlagsTakeNullOrABool) {
   json::object options;
+  EXPECT_TRUE(framework::to_bool(get_telemetry(&options)));
+  options[option::telemetry] = nullptr;
+  EXPECT_FALSE(framework::to_bool(get_telemetry(&options)));
   set_log_remote_io(options, true);
   EXPECT_TRUE(framework::to_bool(get_log_remote_io(&options)));
   set_log_remote_io(options, nullptr);
@@ -126,15 +162,6 @@ TEST_F(Options, FlagsTakeNullOrABool) {
     EXPECT_STREQ(error.what(), "Cannot convert JSON value to bool!");
   }
   EXPECT_FALSE(options.contains(option::keep_references));
-}
-
-TEST(PackageType, ComesFromTheFirstArgumentAsGiven) {
-  EXPECT_EQ(type_of_program("C:\\Tools\\PlintorSetup\\korvane.exe"), PackageType::xbrl);
-  EXPECT_EQ(type_of_program("Plintor"), PackageType::xbrl);
-  EXPECT_EQ(type_of_program("plintor.exe"), PackageType::xsd);
-  EXPECT_EQ(type_of_program(""), PackageType::xsd);
-  EXPECT_EQ(type_name(PackageType::xbrl), "xbrl");
-  EXPECT_EQ(type_name(PackageType::xsd), "xsd");
 }
 
 TEST(ActiveTypes, AreTheKnownOnesAmongThoseGiven) {

@@ -13,9 +13,10 @@
 #include <wx/frame.h>
 #include <wx/sizer.h>
 
-#include "msg/utf.h"
+#include "framework/text/utf8.h"
 #include "packages_ui/output_pane.h"
 #include "packages_ui/progress_display.h"
+#include "tests/stopwatch.h"
 #include "tests/window_fixture.h"
 
 namespace zendro::tests {
@@ -51,16 +52,17 @@ class OutputWindowTest : public testing::Test, public WindowLoop {
       work();
       ended = true;
     });
-    Clock::duration longest{};
-    auto last = Clock::now();
+    double longest = 0;
+    Stopwatch since_last;
     wait_until(
         [&] {
-          longest = std::max(longest, Clock::now() - std::exchange(last, Clock::now()));
+          longest = std::max(longest, since_last.seconds());
+          since_last.restart();
           return ended && shown();
         },
         "all is shown");
     thread.join();
-    return std::chrono::duration_cast<Milliseconds>(longest);
+    return Milliseconds(static_cast<long>(longest * 1000));
   }
 
   [[nodiscard]] packages_ui::PostAction counted_post() {
@@ -93,7 +95,7 @@ TEST_F(OutputWindowTest, TenThousandLinesInASecond) {
         std::string_view rest = expected;
         for (int line = 0; line < kLines; ++line) {
           const std::size_t end = rest.find('\n');
-          pane.append_line(msg::to_wide(rest.substr(0, end)));
+          pane.append_line(framework::to_wide(rest.substr(0, end)));
           rest.remove_prefix(end + 1);
           // As many lines at a time as make a second of all.
           if (line % 100 == 99) std::this_thread::sleep_for(Milliseconds(8));

@@ -1,8 +1,8 @@
 // Reading installed files through package URLs.
 #include "pkg/pkg_io.h"
 
-#include "app/options.h"
-#include "framework/url_io.h"
+#include "app/options/options.h"
+#include "framework/url/url_io.h"
 #include "tests/manager_fixture.h"
 #include "tests/zip_builder.h"
 
@@ -19,7 +19,7 @@ class PkgIOTest : public ManagerTest {
         {{"my-pkg-1.2.0", {{"d/plain.xsd", "0123456789"}, {"set.zip", zip}}}, {"other-1.0.0", {}}});
     ASSERT_TRUE(cache().install({"my-pkg"}));
     app::set_type(options_, "xsd");
-    shared_ = std::make_shared<const json::object>(options_);
+    shared_ = std::make_shared<json::object>(options_);
     previous_ = framework::set_io_callback(std::make_shared<pkg::PkgIOCallback>(shared_));
   }
   void TearDown() override { framework::set_io_callback(previous_); }
@@ -32,7 +32,7 @@ class PkgIOTest : public ManagerTest {
     return text;
   }
 
-  std::shared_ptr<const json::object> shared_;
+  std::shared_ptr<json::object> shared_;
   std::shared_ptr<framework::IoCallback> previous_;
 };
 
@@ -53,6 +53,29 @@ TEST_F(PkgIOTest, WhatIsNotInstalledIsToldWithTheCommandThatInstallsIt) {
             "Call '" +
                 manager + " install other-1.0.0'.");
   EXPECT_TRUE(read("zendro://pkg/my-pkg/d/plain.xsd").starts_with("! File"));
+}
+
+TEST_F(PkgIOTest, OpensOnlyWhatThePackageNamesWithItsDigest) {
+  const std::filesystem::path folder = package_folder("my-pkg-1.2.0");
+  write_text(folder / "planted.xsd", "planted");
+  EXPECT_THAT(read("zendro://pkg/my-pkg-1.2.0/planted.xsd"), testing::HasSubstr("no such file"));
+  const std::string url = "zendro://pkg/my-pkg-1.2.0/d/plain.xsd";
+  EXPECT_EQ(read("zendro://pkg/my-pkg-1.2.0/d%2Fplain.xsd"), "0123456789");
+  EXPECT_EQ(read(url), "0123456789");
+  const std::string zip = file_text(folder / "set.zip");
+  write_text(folder / "d%2Fplain.xsd", "changed");
+  write_text(folder / "set.zip", make_zip({{"in/x.xsd", "changed"}}));
+  EXPECT_THAT(read(url), testing::HasSubstr("digest"));
+  EXPECT_THAT(read("zendro://pkg/my-pkg-1.2.0/set.zip%7Czip/in/x.xsd"),
+              testing::HasSubstr("digest"));
+  (*shared_)[app::option::io_verify] = false;
+  EXPECT_EQ(read(url), "changed");
+  EXPECT_THAT(read("zendro://pkg/my-pkg-1.2.0/planted.xsd"), testing::HasSubstr("no such file"));
+  (*shared_)[app::option::io_verify] = nullptr;
+  EXPECT_EQ(read(url), "changed") << "null is false";
+  shared_->erase(app::option::io_verify);
+  write_text(folder / "set.zip", zip);
+  EXPECT_EQ(read("zendro://pkg/my-pkg-1.2.0/set.zip%7Czip/in/x.xsd"), "inside the archive");
 }
 
 TEST_F(PkgIOTest, SeeksAndRefusesToWrite) {

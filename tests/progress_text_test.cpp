@@ -1,4 +1,4 @@
-#include "packages_ui/progress_text.h"
+#include "packages_ui/selection/progress_text.h"
 
 #include <cstdint>
 #include <limits>
@@ -6,14 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include "msg/utf.h"
+#include "framework/text/utf8.h"
 
 namespace zendro::packages_ui {
 namespace {
 
 std::string text(std::uint64_t members_done, std::uint64_t members, std::uint64_t bytes_done,
                  std::optional<std::uint64_t> bytes) {
-  return msg::to_utf8(progress_text({members_done, members, bytes_done, bytes}));
+  return framework::to_utf8(progress_text({members_done, members, bytes_done, bytes}));
 }
 
 TEST(ProgressText, LeavesOutWhatIsNotKnown) {

@@ -1,4 +1,4 @@
-#include "framework/proxy_settings.h"
+#include "framework/http/proxy_settings.h"
 
 #include <gtest/gtest.h>
 

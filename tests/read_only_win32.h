@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-#include "framework/handle_win32.h"
+#include "framework/system/handle_win32.h"
 #include "tests/links.h"
 
 namespace zendro::tests {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "framework/http.h"
+#include "framework/http/http.h"
 #include "tests/manager_fixture.h"
 #include "tests/zip_builder.h"
 
@@ -130,9 +130,6 @@ class RequestFaultsTest : public ManagerTest, public testing::WithParamInterface
   [[nodiscard]] bool named(const std::string& request) const {
     const std::string name = request.substr(request.rfind('/') + 1);
     std::vector<std::string> names = {name, elsewhere_->url(), unknown_.url(), closed_};
-    // What arrived whole and is no such document is named for what it should have been.
-    if (name == "bootstrap") names.emplace_back("Can't read Zendro XML Schema store information.");
-    if (name.ends_with(".json.zip")) names.emplace_back("Can't read XML Schema information from");
     return std::any_of(texts().begin(), texts().end(), [&names](const std::string& text) {
       return std::any_of(names.begin(), names.end(), [&text](const std::string& one) {
         return text.find(one) != std::string::npos;
@@ -183,7 +180,7 @@ TEST_P(RequestFaultsTest, AreReportedAndSetRightByTheNextRun) {
       const bool succeeded = run_with(fault, requests, number);
       EXPECT_EQ(succeeded, is_telemetry);
       if (is_telemetry) {
-        EXPECT_THAT(take_messages(), testing::Each(testing::StartsWith("! ")));
+        EXPECT_THAT(take_messages(), IsEmpty());  // it was sent; nobody asks what became of it
       } else {
         EXPECT_TRUE(named(requests[number])) << testing::PrintToString(texts());
         EXPECT_EQ(guarded_files(), before);

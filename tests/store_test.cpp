@@ -1,6 +1,6 @@
 // Bringing the list of available packages up to date.
-#include "app/options.h"
-#include "framework/digest.h"
+#include "app/options/options.h"
+#include "framework/io/digest.h"
 #include "tests/manager_fixture.h"
 #include "tests/zip_builder.h"
 
@@ -140,6 +140,45 @@ TEST_F(StoreTest, EveryFailureHasItsMessageAndLeavesTheListAlone) {
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
 }
 
+TEST_F(StoreTest, WhatIsNoDocumentIsNamedByItsUrlWithoutCredentials) {
+  const std::string host = server_.url().substr(std::string_view("http://").size());
+  const auto expect_text = [&](const std::string& text) {
+    EXPECT_FALSE(cache().update_store_information(true));
+    EXPECT_THAT(texts(), Contains(testing::HasSubstr("http://***@" + host + text)));
+    EXPECT_THAT(texts(), testing::Each(testing::Not(testing::HasSubstr("secret"))));
+    take_messages();
+  };
+  set_option(app::option::store_bootstrap_url,
+             json::string("http://me:my secret@" + host + "bootstrap"));
+  const std::pair<std::string, const char*> bootstraps[] = {
+      {"<html>login</html>", ": not JSON: syntax error at byte 0"},
+      {"[]", ": Cannot cast value to JSON map!"},
+      {"{}", ": there is no \"pkg.store_url\""},
+      {R"({"pkg.store_url": 1})", ": \"pkg.store_url\" is not a text"},
+      {std::string((1 << 20) + 1, ' '), ": holds more than 1048576 bytes"}};
+  for (const auto& [body, text] : bootstraps) {
+    serve_bootstrap(body);
+    expect_text(std::string("bootstrap") + text);
+  }
+  serve_bootstrap(R"({"pkg.store_url": "http://me:my secret@)" + host + R"(store/"})");
+  const std::string member = "pkgs-available.json";
+  const std::string whole = make_zip({{member, "{}"}});
+  const std::pair<std::string, const char*> archives[] = {
+      {"<html>login</html>", ": Not a zip archive"},
+      {whole.substr(0, whole.size() / 2), ": "},
+      {make_zip({{"other.json", "{}"}}), "%7Czip/pkgs-available.json: the archive holds no such"},
+      {make_zip({{member, "{\"a-1.0.0\": "}}), "%7Czip/pkgs-available.json: not JSON: "},
+      {make_zip({{member, "[]"}}), "%7Czip/pkgs-available.json: Cannot cast value to JSON map!"}};
+  for (const auto& [bytes, text] : archives) {
+    server_.serve(kArchive, demo::Reply::bytes(bytes));
+    expect_text(kArchive + 1 + std::string(text));
+  }
+  for (const std::string& digest : {std::string("short"), std::string(64, '0')}) {
+    publish_document("{}", digest);
+    expect_text(kArchive + 1 + std::string("."));
+  }
+}
+
 TEST_F(StoreTest, NetworkErrorsTellUrlAndCause) {
   publish({{"a-1.0.0", {}}});
   server_.set_fault("/bootstrap", demo::Fault::replaced(demo::Reply::with_status(404)));
@@ -167,6 +206,23 @@ TEST_F(StoreTest, OptionsNameTheListAndSwitchTheTraceOn) {
   EXPECT_EQ(file_text(cache_file("list.json")), "{\n}\n");
   EXPECT_THAT(file_text(cache_file("logs/io_bootstrap.log")), testing::HasSubstr("/bootstrap"));
   EXPECT_THAT(file_text(cache_file("logs/io_update.log")), testing::HasSubstr("list.json.zip"));
+
+  // A log that cannot be written is told once, and stops nothing.
+  take_messages();
+  std::filesystem::remove_all(cache_file("logs"));
+  write_text(cache_file("logs"), "in the way");
+  EXPECT_TRUE(cache().update_store_information(true));
+  ASSERT_EQ(texts().size(), 1u);
+  EXPECT_THAT(texts()[0], testing::StartsWith("Can't create file $/pkgs/.xsd_cache/logs/"
+                                              "io_bootstrap.log.\n$/pkgs/.xsd_cache/logs: "));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("! create_file path=$/pkgs/.xsd_cache/logs/io_bootstrap.log"));
+  std::filesystem::remove(cache_file("logs"));
+  std::filesystem::create_directories(cache_file("logs/io_update.log"));
+  EXPECT_TRUE(cache().update_store_information(true));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("! create_file path=$/pkgs/.xsd_cache/logs/io_update.log"));
+  EXPECT_THAT(file_text(cache_file("logs/io_bootstrap.log")), testing::HasSubstr("/bootstrap"));
 
   set_option(app::option::log_remote_io, "yes");
   take_requests();

@@ -1,14 +1,12 @@
 // What only POSIX systems can put in the way of an operation.
-#include <sys/stat.h>
+#include <sys/resource.h>
 
-#include "pkg/xml_file.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Contains;
 using testing::ElementsAre;
 using TrustPosixTest = ManagerTest;
 
@@ -22,31 +20,21 @@ TEST_F(TrustPosixTest, AListThatCannotBeLookedAtIsNotAnEmptyOne) {
   EXPECT_FALSE(fs::exists(package_folder("a-1.0.0")));
 }
 
-// What is not an ordinary file would make a reader wait for ever.
-TEST_F(TrustPosixTest, PipesInThePlaceOfFilesAreErrors) {
-  start_with({{"a-1.0.0", {{"m.zip", "x"}}}});
-  fs::create_directories(package_folder("a-1.0.0"));
-  ASSERT_EQ(mkfifo((package_folder("a-1.0.0") / "m.zip").c_str(), 0600), 0);
-  EXPECT_FALSE(cache().install({"a"}));
-  EXPECT_THAT(take_messages(), Contains("download_pkg pkg=a-1.0.0 pkgtype=XML Schema"));
-  fs::remove(cache_file("catalog.xml"));
-  ASSERT_EQ(mkfifo(cache_file("catalog.xml").c_str(), 0600), 0);
-  EXPECT_FALSE(cache().update_store_information(true));
-  EXPECT_THAT(take_messages(), Contains("create_file path=$/pkgs/.xsd_cache"));
-}
-
-TEST_F(TrustPosixTest, ALinkInThePlaceOfAMemberIsRefused) {
-  start_with({{"a-1.0.0", {{"m.zip", "x"}}}});
-  write_text(folder_ / "precious", "p");
-  fs::create_directories(package_folder("a-1.0.0"));
-  fs::create_symlink(folder_ / "precious", package_folder("a-1.0.0") / "m.zip");
-  EXPECT_FALSE(cache().install({"a"}));
-  EXPECT_THAT(take_messages(), Contains(testing::StartsWith("download_pkg ")));
-  EXPECT_EQ(file_text(folder_ / "precious"), "p");
-}
-
-TEST(XmlFilePosix, AFileThatTakesNothingIsReported) {
-  EXPECT_FALSE(pkg::write_xml_file("x", "/dev/full", nullptr));
+// No room for the catalogs, which are larger than the lists.
+TEST_F(TrustPosixTest, ACatalogThatCannotBeUpdatedIsReportedAndKept) {
+  start_with({{"a-1.0.0", {}}});
+  const std::string before = file_text(cache_file("namespace-mapping-catalog.xml"));
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+  const rlimit small{before.size() - 1, usual.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const bool installed_all = cache().install({"a"});
+  setrlimit(RLIMIT_FSIZE, &usual);
+  EXPECT_FALSE(installed_all);
+  EXPECT_THAT(take_messages(), ElementsAre("io_error", "write_file path=$/pkgs/.xsd_cache",
+                                           "update_cache_catalog pkgtype=XML Schema"));
+  EXPECT_EQ(file_text(cache_file("namespace-mapping-catalog.xml")), before);
+  EXPECT_THAT(installed(), ElementsAre("a-1.0.0"));
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // Lists, stores and folders that mean harm: nothing outside the folder of a package is touched.
 #include <thread>
 
-#include "app/options.h"
-#include "framework/lock_file.h"
+#include "app/options/options.h"
+#include "framework/system/lock_file.h"
 #include "tests/links.h"
 #include "tests/manager_fixture.h"
 #include "tests/zip_builder.h"
@@ -117,15 +117,98 @@ TEST_F(TrustTest, AFolderBelongsToOnePackageName) {
   EXPECT_EQ(file_text(package_folder("good-1.0.0") / "m.zip"), "good");
 }
 
-TEST_F(TrustTest, ABadEntryOfTheInstalledListIsNamed) {
-  start_with({{"a-1.0.0", {}}});
-  write_text(cache_file("pkgs-installed.json"),
-             R"({"old-1.0.0":{"_type":"xsd","_pkg_installdir":"old","catalogs":5}})");
-  EXPECT_FALSE(cache().install({"a"}));
-  EXPECT_THAT(texts().front(), testing::EndsWith("old-1.0.0: Cannot cast value to JSON map!"));
-  EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
-                                           "path=$/pkgs/.xsd_cache/pkgs-installed.json",
-                                           "update_cache_catalog pkgtype=XML Schema"));
+// A known version keeps the folder that bears its identity, installed or not.
+TEST_F(TrustTest, AKnownVersionKeepsItsFolder) {
+  struct Folders {
+    const char* keeper_folder;  // null: none is named
+    const char* wanted;
+    bool refused;
+  };
+  for (const auto& [keeper_folder, wanted, refused] :
+       {Folders{"good-1.0.0", "good-1.0.0", true}, Folders{nullptr, "good-1.0.0", true},
+        Folders{"other", "good-1.0.0", false}, Folders{"good-1.0.0", "good-2.0.0", false},
+        Folders{"good-1.0.0", "EVIL-1~1.0", true}}) {
+    fs::remove_all(folder_ / "pkgs");
+    json::object good = TestPackage{"good-1.0.0", {}}.meta();
+    good.erase("_pkg_installdir");
+    if (keeper_folder != nullptr) good["_pkg_installdir"] = keeper_folder;
+    const json::object evil =
+        TestPackage{"evil-1.0.0", {}, {}, {}, {{"_pkg_installdir", wanted}}}.meta();
+    publish_document(json::serialize(json::object{{"evil-1.0.0", evil}, {"good-1.0.0", good}}));
+    ASSERT_TRUE(cache().update_store_information(true));
+    EXPECT_EQ(cache().install({"evil"}), !refused) << wanted;
+    EXPECT_EQ(take_messages().size(), refused ? 1U : 0U);
+  }
+}
+
+// Under a type that is nobody's word the managers of both types have their packages.
+TEST_F(TrustTest, ManagersLeaveEachOthersFoldersAlone) {
+  TestPackage own{"lib-1.0.0", {{"own.zip", "own"}}, {}, {}, {{"_type", "shared"}}};
+  start_with({own, {"a-1.0.0", {}}});
+  const fs::path other_list = folder_ / "pkgs" / ".cache" / "pkgs-installed.json";
+  const fs::path others = folder_ / "pkgs" / "shared" / "lib-1.0.0" / "t.zip";
+  const std::string taxonomy = json::serialize(json::object{{"lib-1.0.0", own.meta()}});
+  write_text(others, "taxonomy");
+  ASSERT_TRUE(cache().install({"lib"}));
+  for (const auto& [list, action, message] :
+       {std::tuple("{", "uninstall", "delete_pkg_folder "), std::tuple("{", "install", "create_"),
+        std::tuple(taxonomy.c_str(), "install", "create_folder path=$/pkgs/shared/lib-1.0.0/"),
+        std::tuple(taxonomy.c_str(), "uninstall", "")}) {
+    write_text(other_list, list);
+    const std::string own_list = file_text(cache_file("pkgs-installed.json"));
+    const bool installs = std::string(action) == "install";
+    if (installs) write_text(cache_file("pkgs-installed.json"), "{}");
+    EXPECT_EQ(installs ? cache().install({"lib"}) : cache().uninstall({"lib"}), *message == 0);
+    const std::vector<std::string> messages = take_messages();
+    ASSERT_EQ(messages.size(), *message == 0 ? 0U : 1U) << action;
+    if (!messages.empty()) {
+      EXPECT_THAT(messages[0], testing::StartsWith(message));
+    }
+    EXPECT_EQ(file_text(others), "taxonomy");
+    if (installs) write_text(cache_file("pkgs-installed.json"), own_list);
+  }
+  write_text(other_list, "{");
+  EXPECT_TRUE(cache().install({"a"})) << "nothing shared, nobody asked";
+}
+
+// Whatever the name of a member is, only the store is asked for it.
+TEST_F(TrustTest, MembersComeFromTheStoreAlone) {
+  demo::LoopbackServer elsewhere;
+  elsewhere.serve("/m.zip", demo::Reply::bytes("x"));
+  const std::string host = server_.url("").substr(std::string("http:").size());
+  const std::string with_password = "//u:p@" + host.substr(2) + "store/m.zip";
+  server_.serve("/store/m.zip", demo::Reply::bytes("x"));
+  int build = 1;
+  for (const auto& [member, cause] :
+       {std::pair(elsewhere.url("m.zip"), "scheme, host or port"),
+        std::pair(elsewhere.url("m.zip").substr(5), "scheme, host or port"),
+        std::pair("https:" + host + "store/m.zip", "scheme, host or port"),
+        std::pair(with_password, "a user name or password"),
+        std::pair("http:" + host + "store/m.zip", ""), std::pair(host + "store/m.zip", ""),
+        std::pair(std::string("/store/m.zip"), "")}) {
+    const bool refused = *cause != 0;
+    // Windows has no files with a colon in their names.
+    const bool has_file =
+        fs::path::preferred_separator == '/' || member.find(':') == std::string::npos;
+    if (!refused && !has_file) continue;
+    publish({{"a-1.0.0", {{"first.zip", "1"}, {member, "x"}, {"last.zip", "2"}}}}, build++);
+    ASSERT_TRUE(cache().update_store_information(true));
+    fs::remove_all(package_folder("a-1.0.0"));
+    const std::size_t asked = server_.request_count("/store/m.zip");
+    EXPECT_EQ(cache().install({"a"}), !refused) << member;
+    if (refused) {
+      ASSERT_EQ(texts().size(), 2U) << member;
+      EXPECT_THAT(texts()[0], testing::HasSubstr(cause));
+      EXPECT_THAT(texts()[0], testing::HasSubstr("m.zip\""));
+      EXPECT_THAT(texts()[0], testing::Not(testing::HasSubstr("u:p")));
+    }
+    take_messages();
+    EXPECT_EQ(server_.request_count("/store/m.zip") == asked, refused) << member;
+    EXPECT_THAT(elsewhere.requests(), IsEmpty()) << member;
+    if (!refused) {
+      ASSERT_TRUE(cache().uninstall({"a"}));
+    }
+  }
 }
 
 TEST_F(TrustTest, LinksAreNeverFollowed) {

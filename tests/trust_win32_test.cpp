@@ -1,9 +1,9 @@
 // What Windows puts in the way of whole operations.
 #include <windows.h>
 
-#include "app/options.h"
-#include "framework/folder.h"
-#include "framework/handle_win32.h"
+#include "app/options/options.h"
+#include "framework/system/folder.h"
+#include "framework/system/handle_win32.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {

@@ -1,6 +1,9 @@
 // Removing packages: what is selected, what stays, what is deleted.
-#include "app/options.h"
+#include <map>
+
+#include "app/options/options.h"
 #include "tests/manager_fixture.h"
+#include "tests/stopwatch.h"
 
 namespace zendro::tests {
 namespace {
@@ -9,10 +12,6 @@ namespace fs = std::filesystem;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-TestPackage package(const std::string& identity, std::vector<std::string> references = {}) {
-  return {identity, {{identity + ".zip", "bytes of " + identity}}, std::move(references)};
-}
 
 class UninstallTest : public ManagerTest {
  protected:
@@ -28,7 +27,7 @@ class UninstallTest : public ManagerTest {
 TEST_F(UninstallTest, NeedsACacheAndSomethingThatIsInstalled) {
   EXPECT_FALSE(cache().uninstall({"a"}));
   EXPECT_THAT(take_messages(), ElementsAre("not_initialized pkgtype=XML Schema"));
-  install_all({package("a-1.0.0")});
+  install_all({package_of_one_member("a-1.0.0")});
   const auto before = snapshot();
   EXPECT_FALSE(cache().uninstall({"b", "a-2"}));
   EXPECT_THAT(take_log(), ElementsAre("XML Schema b is not installed - ignored.",
@@ -38,9 +37,9 @@ TEST_F(UninstallTest, NeedsACacheAndSomethingThatIsInstalled) {
 }
 
 TEST_F(UninstallTest, DeletesFoldersRecordsAndRewritesTheCatalogs) {
-  TestPackage a = package("a-1.0.0");
+  TestPackage a = package_of_one_member("a-1.0.0");
   a.more["catalogs"] = {{"http://a.example/a.xsd", "a-1.0.0.zip|zip/a.xsd"}};
-  install_all({a, package("b-1.0.0")});
+  install_all({a, package_of_one_member("b-1.0.0")});
   EXPECT_THAT(file_text(cache_file("catalog.xml")), testing::HasSubstr("a.example"));
   write_text(package_folder("a-1.0.0") / "sub" / "extra.txt", "put there by somebody");
   EXPECT_TRUE(cache().uninstall({"a"}));
@@ -61,10 +60,49 @@ TEST_F(UninstallTest, DeletesFoldersRecordsAndRewritesTheCatalogs) {
   EXPECT_THAT(installed(), IsEmpty());
 }
 
+// Deletes what the next line would be about as soon as a line is logged.
+class Rival : public msg::LogHandler {
+ public:
+  explicit Rival(std::map<std::wstring, fs::path> victims) : victims_(std::move(victims)) {}
+  void handle_line(std::int64_t, std::wstring_view, std::wstring_view line) override {
+    lines_.emplace_back(line.substr(line.find(L"PKG ") + 4));
+    for (const auto& [end, victim] : victims_) {
+      if (line.ends_with(end)) fs::remove_all(victim);
+    }
+  }
+  [[nodiscard]] const std::vector<std::wstring>& lines() const { return lines_; }
+
+ private:
+  std::map<std::wstring, fs::path> victims_;
+  std::vector<std::wstring> lines_;
+};
+
+TEST_F(UninstallTest, WhatSomebodyElseDeletesMeanwhileIsNoError) {
+  install_all({package_of_one_member("a-1.0.0")});
+  const fs::path folder = package_folder("a-1.0.0");
+  write_text(folder / "b.txt", "put there by somebody");
+  write_text(folder / "c" / "d.txt", "the same");
+  const auto rival = std::make_shared<Rival>(std::map<std::wstring, fs::path>{
+      {L"a-1.0.0.zip.", folder / "b.txt"}, {L"d.txt.", folder / "c"}, {L"c.", folder}});
+  auto log = std::make_shared<msg::Logger>();
+  log->add_handler(rival);
+  cache().set_log_sink(log);
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  EXPECT_THAT(take_messages(), IsEmpty());
+  const std::wstring path = (folder / "").wstring();
+  EXPECT_THAT(
+      rival->lines(),
+      ElementsAre(L"Uninstall a-1.0.0.", L"Delete file " + path + L"a-1.0.0.zip.",
+                  L"Can't delete file " + path + L"b.txt.",
+                  L"Delete file " + (folder / "c" / "d.txt").wstring() + L".",
+                  L"Can't delete folder " + path + L"c.", L"Can't delete folder " + path + L"."));
+  EXPECT_THAT(installed(), IsEmpty());
+}
+
 // A filter selects by any part of the name: "ogc-wms" takes "ogc-wms-dtd" along.
 TEST_F(UninstallTest, SelectsByPartOfTheNameAndGivenVersionParts) {
-  install_all({package("ogc-wms-1.1.0"), package("OGC-WMS-dtd-1.0.0"), package("ogc-wms-2.0.0"),
-               package("ogc-wfs-1.0.0")});
+  install_all({package_of_one_member("ogc-wms-1.1.0"), package_of_one_member("OGC-WMS-dtd-1.0.0"),
+               package_of_one_member("ogc-wms-2.0.0"), package_of_one_member("ogc-wfs-1.0.0")});
   EXPECT_TRUE(cache().uninstall({"ogc-wms-1"}));
   EXPECT_THAT(installed(), ElementsAre("ogc-wfs-1.0.0", "ogc-wms-2.0.0"));
   EXPECT_TRUE(cache().uninstall({"GC-W"}));
@@ -72,9 +110,9 @@ TEST_F(UninstallTest, SelectsByPartOfTheNameAndGivenVersionParts) {
 }
 
 TEST_F(UninstallTest, TakesReferencesAlongUnlessToldToKeepThem) {
-  const std::vector<TestPackage> packages = {package("a-1.0.0", {"b", "gone"}),
-                                             package("b-1.0.0", {"c-1"}), package("c-1.0.0"),
-                                             package("gone-1.0.0")};
+  const std::vector<TestPackage> packages = {
+      package_of_one_member("a-1.0.0", {"b", "gone"}), package_of_one_member("b-1.0.0", {"c-1"}),
+      package_of_one_member("c-1.0.0"), package_of_one_member("gone-1.0.0")};
   install_all(packages);
   set_option(app::option::keep_references, true);
   EXPECT_TRUE(cache().uninstall({"gone", "a"}));
@@ -94,8 +132,9 @@ TEST_F(UninstallTest, TakesReferencesAlongUnlessToldToKeepThem) {
 }
 
 TEST_F(UninstallTest, KeepsWhatARemainingPackageReferences) {
-  install_all({package("app-1.0.0", {"lib"}), package("tool-1.0.0", {"lib-1"}),
-               package("lib-1.0.0", {"base"}), package("base-1.0.0")});
+  install_all({package_of_one_member("app-1.0.0", {"lib"}),
+               package_of_one_member("tool-1.0.0", {"lib-1"}),
+               package_of_one_member("lib-1.0.0", {"base"}), package_of_one_member("base-1.0.0")});
   // lib stays because of tool, and base because of lib.
   EXPECT_TRUE(cache().uninstall({"app"}));
   EXPECT_THAT(take_log(), Contains("XML Schema lib-1.0.0 is still referenced by tool-1.0.0 - "
@@ -108,22 +147,30 @@ TEST_F(UninstallTest, KeepsWhatARemainingPackageReferences) {
 }
 
 TEST_F(UninstallTest, NeedsAnEntryInTheAvailableListADeprecatedOneWillDo) {
-  install_all({package("a-1.0.0"), package("b-1.0.0")});
-  publish({package("a-2.0.0")}, 2, {{"a-1.0.0", package("a-1.0.0").meta()}});
+  install_all({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0")});
+  publish({package_of_one_member("a-2.0.0")}, 2,
+          {{"a-1.0.0", package_of_one_member("a-1.0.0").meta()}});
   ASSERT_TRUE(cache().update_store_information(true));
+  EXPECT_FALSE(cache().install({"a-1"}));  // deprecated versions are never chosen
+  take_messages();
+  // The update has kept the other one, which the store does not list any more.
+  const std::string kept = file_text(cache_file("pkgs-available.json"));
+  write_text(cache_file("pkgs-available.json"), R"({"a-1.0.0": {}})");
   const auto before = snapshot();
   EXPECT_FALSE(cache().uninstall({"a", "b"}));
   EXPECT_THAT(take_messages(),
               ElementsAre("inst_pkg_not_available pkg=b-1.0.0 pkgtype=XML Schema"));
   EXPECT_EQ(snapshot(), before);
-  EXPECT_FALSE(cache().install({"a-1"}));  // deprecated versions are never chosen
+  write_text(cache_file("pkgs-available.json"), kept);
+  EXPECT_FALSE(cache().install({"b"}));
   EXPECT_TRUE(cache().uninstall({"a"}));
-  EXPECT_THAT(installed(), ElementsAre("b-1.0.0"));
+  EXPECT_TRUE(cache().uninstall({"b"}));
+  EXPECT_THAT(installed(), IsEmpty());
 }
 
 TEST_F(UninstallTest, AFolderThatAnotherPackageLivesInStays) {
-  TestPackage first = package("a-1.0.1");
-  TestPackage second = package("a-1.0.2");
+  TestPackage first = package_of_one_member("a-1.0.1");
+  TestPackage second = package_of_one_member("a-1.0.2");
   first.more["_pkg_installdir"] = second.more["_pkg_installdir"] = "a-1.0";
   start_with({first, second});
   ASSERT_TRUE(cache().install({"a-1.0.1"}));
@@ -133,7 +180,7 @@ TEST_F(UninstallTest, AFolderThatAnotherPackageLivesInStays) {
 }
 
 TEST_F(UninstallTest, AListThatCannotBeWrittenIsReported) {
-  install_all({package("a-1.0.0")});
+  install_all({package_of_one_member("a-1.0.0")});
   fs::remove(cache_file("catalog.xml"));
   fs::create_directories(cache_file("catalog.xml"));
   EXPECT_FALSE(cache().uninstall({"a"}));
@@ -158,9 +205,9 @@ TEST_F(UninstallTest, GrowsGentlyWithTheNumberOfPackages) {
   std::vector<std::string> filters;
   for (int i = 0; i < 1000; ++i) filters.push_back("p" + std::to_string(i * 2 + 10'000) + "-1.0.0");
   set_option(app::option::keep_references, true);
-  const auto start = std::chrono::steady_clock::now();
+  const Stopwatch stopwatch;
   EXPECT_FALSE(cache().uninstall(filters));  // all are still referenced
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_LT(stopwatch.seconds(), 20.0);
   EXPECT_EQ(take_log().size(), 1000u);
 }
 

@@ -1,4 +1,4 @@
-#include "framework/url_io.h"
+#include "framework/url/url_io.h"
 
 #include <functional>
 #include <stdexcept>
@@ -7,10 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/files.h"
-#include "framework/memory_stream.h"
-#include "framework/stream_base.h"
-#include "framework/zip.h"
+#include "framework/io/stream_base.h"
+#include "framework/system/files.h"
+#include "framework/url/memory_stream.h"
+#include "framework/url/zip.h"
 #include "tests/temp_folder.h"
 #include "tests/zip_builder.h"
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "framework/files.h"
+#include "framework/system/files.h"
 
 namespace zendro::tests {
 

@@ -9,7 +9,6 @@ namespace zendro::tests {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using packages_ui::PackagesViewbase;
 
 constexpr auto kPatience = std::chrono::seconds(60);
 constexpr int kSettleRounds = 10;
@@ -18,7 +17,7 @@ constexpr int kRoundMilliseconds = 10;
 std::string name_of_row(const wxDataViewModel& model, const wxDataViewItem& item,
                         wxCheckBoxState* checked = nullptr) {
   wxVariant value;
-  model.GetValue(value, item, PackagesViewbase::kPackage);
+  model.GetValue(value, item, number_of(packages_ui::kBoxColumn));
   wxDataViewCheckIconText cell;
   cell << value;
   if (checked != nullptr) *checked = cell.GetCheckedState();
@@ -86,15 +85,16 @@ WindowTest::WindowTest(std::string type)
 
 WindowTest::~WindowTest() { close(); }
 
-void WindowTest::open(std::vector<std::string> preselection) {
+void WindowTest::open(std::vector<std::string> identities, std::string package_file) {
   close();
-  dialog_ = std::make_unique<packages_ui::PackagesDlg>(nullptr, window_cache_, window_thread(),
-                                                       std::move(preselection), state_file());
+  dialog_ = std::make_unique<packages_ui::PackagesDlg>(
+      nullptr, window_cache_, window_thread(),
+      packages_ui::Preselection{std::move(identities), std::move(package_file)}, state_file());
   dialog_->Show();
 }
 
-void WindowTest::open_and_wait(std::vector<std::string> preselection) {
-  open(std::move(preselection));
+void WindowTest::open_and_wait(std::vector<std::string> identities, std::string package_file) {
+  open(std::move(identities), std::move(package_file));
   wait_idle();
   take_keyboard();
 }
@@ -149,6 +149,10 @@ wxDataViewCtrl& WindowTest::grid() const {
   return dynamic_cast<wxDataViewCtrl&>(*dialog_->FindWindow(packages_ui::kIdTreePackages));
 }
 
+wxDataViewColumn* WindowTest::column(packages_ui::GridColumn column) const {
+  return grid().GetColumn(number_of(column));
+}
+
 wxDataViewItem WindowTest::find(const std::string& text) const {
   const wxDataViewModel& model = *grid().GetModel();
   for (const wxDataViewItem& item : items_of(model)) {
@@ -185,7 +189,7 @@ std::vector<std::string> WindowTest::rows() const {
 
 std::string WindowTest::state_of(const std::string& text) const {
   wxVariant value;
-  grid().GetModel()->GetValue(value, find(text), PackagesViewbase::kState);
+  grid().GetModel()->GetValue(value, find(text), number_of(packages_ui::GridColumn::state));
   return value.GetString().utf8_string();
 }
 

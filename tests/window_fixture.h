@@ -15,6 +15,7 @@
 
 #include "app/window_thread.h"
 #include "packages_ui/packages_dlg.h"
+#include "packages_ui/selection/grid_columns.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
@@ -64,9 +65,9 @@ class WindowTest : public ManagerTest, public WindowLoop {
   ~WindowTest() override;
 
   /// Shows the dialog and returns at once.
-  void open(std::vector<std::string> preselection = {});
+  void open(std::vector<std::string> identities = {}, std::string package_file = {});
   /// Shows the dialog and waits until it is idle and has the keyboard, with the cursor in the grid.
-  void open_and_wait(std::vector<std::string> preselection = {});
+  void open_and_wait(std::vector<std::string> identities = {}, std::string package_file = {});
   void take_keyboard() { WindowLoop::take_keyboard(dialog(), grid()); }
   void close();
 
@@ -96,6 +97,7 @@ class WindowTest : public ManagerTest, public WindowLoop {
 
   [[nodiscard]] packages_ui::PackagesDlg& dialog() const { return *dialog_; }
   [[nodiscard]] wxDataViewCtrl& grid() const;
+  [[nodiscard]] wxDataViewColumn* column(packages_ui::GridColumn column) const;
   [[nodiscard]] wxDataViewItem find(const std::string& text) const;
 
   std::shared_ptr<pkg::pkg_cache_t> window_cache_;

@@ -1,4 +1,4 @@
-#include "packages_ui/window_state.h"
+#include "packages_ui/selection/window_state.h"
 
 #include <string>
 #include <vector>

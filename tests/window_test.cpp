@@ -17,7 +17,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const std::vector<TestPackage> kStore = {
+const std::vector<TestPackage> kAppWithReference = {
     {"app-1.0.0", {{"xsd/app-1.0.0/app.xsd", "<app/>"}}, {"lib"}},
     {"lib-1.0.0", {{"xsd/lib-1.0.0/lib.xsd", "<lib/>"}}},
     {"lib-2.0.0", {{"xsd/lib-2.0.0/lib.xsd", "<lib2/>"}}},
@@ -26,7 +26,7 @@ const std::vector<TestPackage> kStore = {
 };
 
 TEST_F(WindowTest, InstallsAndRemovesWithTheKeyboardAlone) {
-  publish(kStore);
+  publish(kAppWithReference);
   open();
   EXPECT_FALSE(dialog().idle());
   EXPECT_THAT(live_buttons(), IsEmpty());
@@ -84,7 +84,7 @@ TEST_F(WindowTest, InstallsAndRemovesWithTheKeyboardAlone) {
 }
 
 TEST_F(WindowTest, AsksForVersionsAndAppliesPatches) {
-  publish(kStore);
+  publish(kAppWithReference);
   ASSERT_TRUE(silent_cache().update_store_information(true));
   ASSERT_TRUE(silent_cache().install({"tool-1.0.0"}));
   open_and_wait();
@@ -116,14 +116,13 @@ TEST_F(WindowTest, AsksForVersionsAndAppliesPatches) {
 }
 
 TEST_F(WindowTest, TicksWithTheMouse) {
-  publish(kStore);
+  publish(kAppWithReference);
   open_and_wait();
   grid().Expand(find("tool"));
   settle();
   wxUIActionSimulator mouse;
   const auto cell = [this] {
-    return grid().GetItemRect(find("tool-1.0.1"),
-                              grid().GetColumn(packages_ui::PackagesViewbase::kPackage));
+    return grid().GetItemRect(find("tool-1.0.1"), column(packages_ui::kBoxColumn));
   };
   const wxPoint box(grid().ClientToScreen(cell().GetTopLeft()) +
                     wxPoint(grid().FromDIP(10), cell().height / 2));
@@ -139,7 +138,7 @@ TEST_F(WindowTest, TicksWithTheMouse) {
 }
 
 TEST_F(WindowTest, AWindowThatIsGoneIsNotReachedAnyMore) {
-  publish(kStore);
+  publish(kAppWithReference);
   server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::milliseconds(300)));
   open();
   settle();

@@ -2,6 +2,7 @@
 // numbers of controls, what assistive technology is told, and how a process gets its arguments.
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <thread>
@@ -15,8 +16,11 @@
 
 #include "app/process_arguments.h"
 #include "app/window_thread.h"
-#include "msg/utf.h"
+#include "framework/text/utf8.h"
 #include "tests/window_fixture.h"
+
+// Where the calls of this program to the system's function lead.
+extern "C" decltype(&PostMessageW) __imp_PostMessageW;  // NOLINT(bugprone-reserved-identifier)
 
 namespace zendro::tests {
 namespace {
@@ -122,6 +126,52 @@ TEST_F(ActionWindowTest, OtherProgramsCannotMakeActionsRunInTheMiddleOfOthers) {
   EXPECT_EQ(ran, 1);
 }
 
+// Refuses every message while it lives, as the system does to a thread that leaves ten thousand of
+// them lying. Not all systems count.
+class FullQueue {
+ public:
+  FullQueue() {
+    replace([](HWND, UINT, WPARAM, LPARAM) -> BOOL {
+      SetLastError(ERROR_NOT_ENOUGH_QUOTA);
+      return FALSE;
+    });
+  }
+  ~FullQueue() { replace(usual_); }
+  FullQueue(const FullQueue&) = delete;
+  FullQueue& operator=(const FullQueue&) = delete;
+
+ private:
+  using Post = decltype(&PostMessageW);
+
+  static void replace(Post post) {
+    DWORD protection = 0;
+    ASSERT_TRUE(VirtualProtect(&__imp_PostMessageW, sizeof(Post), PAGE_READWRITE, &protection));
+    __imp_PostMessageW = post;
+    VirtualProtect(&__imp_PostMessageW, sizeof(Post), protection, &protection);
+  }
+
+  const Post usual_ = __imp_PostMessageW;
+};
+
+TEST_F(ActionWindowTest, AFullQueueOfMessagesLosesNoAction) {
+  std::atomic<int> ran = 0;
+  const auto post = [&] { window_thread()->post([&] { ++ran; }); };
+  const auto post_from_a_thread = [&] { std::thread(post).join(); };
+  int expected = 0;
+  for (const std::function<void()>& way :
+       {std::function<void()>(post), std::function<void()>(post_from_a_thread)}) {
+    {
+      const FullQueue full;
+      way();
+    }
+    ++expected;
+    wait_until([&] { return ran == expected; }, "the action posted to the full queue has run");
+    way();
+    ++expected;
+    wait_until([&] { return ran == expected; }, "one that is posted later has run");
+  }
+}
+
 TEST_F(ActionWindowTest, TheEndReleasesWhoeverWaits) {
   auto ending = app::make_window_thread();
   std::atomic<bool> waits = false;
@@ -137,7 +187,7 @@ TEST_F(ActionWindowTest, TheEndReleasesWhoeverWaits) {
   EXPECT_FALSE(ran);
 }
 
-const std::vector<TestPackage> kStore = {
+const std::vector<TestPackage> kLibOfTwoVersions = {
     {"app-1.0.0", {{"m/app.xsd", "<app/>"}}, {"lib"}},
     {"lib-1.0.0", {{"m/lib.xsd", "<lib/>"}}},
     {"lib-2.0.0", {{"m/lib2.xsd", "<lib2/>"}}},
@@ -149,7 +199,7 @@ class WindowsDesktopTest : public WindowTest {
 };
 
 TEST_F(WindowsDesktopTest, ControlsAreFoundByTheirNumbers) {
-  publish(kStore);
+  publish(kLibOfTwoVersions);
   open_and_wait();
   std::map<int, int> counts;
   EnumChildWindows(
@@ -187,7 +237,7 @@ TEST_F(WindowsDesktopTest, ControlsAreFoundByTheirNumbers) {
 }
 
 TEST_F(WindowsDesktopTest, TheWindowHasIconsAndIgnoresForeignMessages) {
-  publish(kStore);
+  publish(kLibOfTwoVersions);
   open();
   EXPECT_NE(SendMessageW(handle(), WM_GETICON, ICON_SMALL, 0), 0);
   EXPECT_NE(SendMessageW(handle(), WM_GETICON, ICON_BIG, 0), 0);
@@ -234,7 +284,7 @@ Told told_of(IAccessible& control, LONG child) {
 }
 
 TEST_F(WindowsDesktopTest, AssistiveTechnologyIsToldOfTheRows) {
-  publish(kStore);
+  publish(kLibOfTwoVersions);
   open_and_wait({"app-1.0.0"});
   dynamic_cast<packages_ui::PackagesRelDisp&>(grid()).expand_all();
   IAccessible* control = nullptr;

@@ -1,15 +1,14 @@
 // The work behind the window on a thread of its own, while the thread of the window goes on with
 // the selection: what both reach for must be guarded. A queue stands for the window.
-#include "packages_ui/worker.h"
-
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <thread>
 
-#include "packages_ui/operations.h"
-#include "packages_ui/pending_changes.h"
-#include "packages_ui/selection.h"
+#include "packages_ui/selection/background_work.h"
+#include "packages_ui/selection/pending_changes.h"
+#include "packages_ui/selection/selection.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::packages_ui {
@@ -62,7 +61,7 @@ class WorkerTest : public tests::ManagerTest,
   template <typename Operation>
   void run(const Operation& operation) {
     bool done = false;
-    worker_.start([this, &done, operation] {
+    worker_ = std::jthread([this, &done, operation] {
       const auto loaded = std::make_shared<LoadedPackages>(operation());
       queue_.post([this, &done, loaded] {
         EXPECT_TRUE(loaded->complete);
@@ -83,26 +82,26 @@ class WorkerTest : public tests::ManagerTest,
   std::vector<std::wstring> lines_;
   std::unique_ptr<Selection> selection_;
   std::shared_ptr<pkg::pkg_cache_t> model_ = std::make_shared<pkg::pkg_cache_t>("xsd", options_);
-  Worker worker_;  // ends before what its work uses
+  std::jthread worker_;  // ends before what its work uses
 };
 
 TEST_F(WorkerTest, TheWindowGoesOnWhileItWorks) {
   publish(
       {{"a-1.0.0", {{"m/a.zip", "bytes of a"}}, {"b"}}, {"b-1.0.0", {{"m/b.zip", "bytes of b"}}}});
-  Operations operations(
+  BackgroundWork work(
       model_, std::shared_ptr<msg::LogHandler>(std::shared_ptr<void>(), this),
       [this](std::wstring_view text) { show(text); },
       [this](const pkg::progress_t&) { show(L"progress"); });
-  run([&] { return operations.update_and_load(); });
+  run([&] { return work.update_and_load(); });
   for (int round = 0; round < 3; ++round) {
     selection_->preselect(std::vector<std::string>{"a"});
-    const auto installs = requests(*selection_);
-    run([&] { return operations.apply_and_load(installs); });
+    const auto installs = pending_actions(*selection_);
+    run([&] { return work.apply_and_load(installs); });
     EXPECT_THAT(installed(), ElementsAre("a-1.0.0", "b-1.0.0"));
     EXPECT_TRUE(pending_changes(*selection_).empty());
     selection_->deselect_all();
-    const auto removals = requests(*selection_);
-    run([&] { return operations.apply_and_load(removals); });
+    const auto removals = pending_actions(*selection_);
+    run([&] { return work.apply_and_load(removals); });
     EXPECT_THAT(installed(), testing::IsEmpty());
   }
   EXPECT_THAT(lines_, testing::Contains(L"progress"));

@@ -1,4 +1,4 @@
-#include "framework/xml.h"
+#include "framework/text/xml.h"
 
 #include <gtest/gtest.h>
 

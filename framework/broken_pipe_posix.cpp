@@ -1,9 +1,0 @@
-#include <csignal>
-
-#include "framework/broken_pipe.h"
-
-namespace zendro::framework {
-
-void ignore_broken_pipes() { std::signal(SIGPIPE, SIG_IGN); }
-
-}  // namespace zendro::framework

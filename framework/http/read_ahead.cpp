@@ -1,0 +1,136 @@
+#include "framework/http/read_ahead.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <utility>
+
+#include "framework/http/redirect.h"
+#include "framework/url/http_url.h"
+
+namespace zendro::framework {
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How many requests are sent before they are asked for.
+constexpr std::size_t kReadAhead = 20;
+/// How long any server keeps a connection open on which nobody reads.
+constexpr std::chrono::seconds kUnreadConnectionLife{5};
+
+/// Whether the server has had to wait for its bytes to be read, and may have given up.
+bool was_kept_waiting(const Transfer& transfer, steady_clock::time_point moved_on) {
+  if (transfer.over) return false;
+  const auto now = steady_clock::now();
+  return now - moved_on > kUnreadConnectionLife ||
+         (transfer.paused && now - transfer.paused_since > kUnreadConnectionLife);
+}
+
+bool is_on_its_way(const std::unique_ptr<Exchange>& exchange) { return !exchange->transfer().over; }
+
+bool has_proved_connection(const Exchange& exchange) {
+  return exchange.transfer().answered && !exchange.reuses_connection();
+}
+
+bool has_connection(const Exchange& exchange) {
+  return !exchange.transfer().over || exchange.keeps_connection();
+}
+
+}  // namespace
+
+bool is_on_trial(const Exchange& exchange) {
+  return !exchange.transfer().answered && !exchange.reuses_connection();
+}
+
+bool is_of_use(const Exchange& exchange) {
+  const Transfer& transfer = exchange.transfer();
+  return transfer.answered && transfer.cause.empty() &&
+         (exchange.status() == 200 || leads_elsewhere(exchange.status(), false));
+}
+
+void ReadAhead::expect(const std::vector<std::string>& urls) {
+  forget();
+  expected_.clear();
+  for (const std::string& url : urls) {
+    std::string cause;
+    std::string encoded = http_request_url(url, cause);
+    if (!cause.empty()) break;
+    expected_.push_back(std::move(encoded));
+  }
+}
+
+void ReadAhead::forget() {
+  for (std::unique_ptr<Exchange>& exchange : ahead_) pool_.put_back(std::move(exchange));
+  ahead_.clear();
+}
+
+void ReadAhead::send(const Exchange& current) {
+  look_at_suspect();
+  // The connection of the current exchange may be what the next one needs.
+  if (!ahead_.empty() && is_on_trial(*ahead_.front())) return;
+  const std::size_t limit = connections();
+  auto busy = static_cast<std::size_t>(std::count_if(ahead_.begin(), ahead_.end(), is_on_its_way));
+  if (!current.transfer().over) ++busy;
+  for (; !expected_.empty() && ahead_.size() < kReadAhead && busy < limit; ++busy) {
+    std::unique_ptr<Exchange> exchange = pool_.take();
+    exchange->prepare(expected_.front());
+    expected_.pop_front();
+    pool_.start(*exchange);
+    ahead_.push_back(std::move(exchange));
+  }
+}
+
+/// The most connections that may be used at once.
+std::size_t ReadAhead::connections() const {
+  if (!limited_) return kReadAhead + 1;
+  const auto proved = std::count_if(ahead_.begin(), ahead_.end(), [](const auto& exchange) {
+    return has_proved_connection(*exchange) && has_connection(*exchange);
+  });
+  return served_ + static_cast<std::size_t>(proved);
+}
+
+std::unique_ptr<Exchange> ReadAhead::take(const std::string& url) {
+  const auto found = std::find_if(ahead_.begin(), ahead_.end(), [&url](const auto& exchange) {
+    return exchange->transfer().url == url;
+  });
+  if (found == ahead_.end()) {
+    const auto expected = std::find(expected_.begin(), expected_.end(), url);
+    if (expected != expected_.end()) {
+      forget();
+      expected_.erase(expected_.begin(), std::next(expected));
+    }
+    return nullptr;
+  }
+  // Those before it were expected earlier and are not asked for any more.
+  for (auto before = ahead_.begin(); before != found; ++before) pool_.put_back(std::move(*before));
+  std::unique_ptr<Exchange> exchange = std::move(*found);
+  ahead_.erase(ahead_.begin(), std::next(found));
+  if (!was_kept_waiting(exchange->transfer(), pool_.moved_on())) return exchange;
+  pool_.put_back(std::move(exchange));
+  return nullptr;
+}
+
+void ReadAhead::note_served(const Exchange& exchange) {
+  if (has_proved_connection(exchange) && served_ <= kReadAhead) ++served_;
+}
+
+void ReadAhead::note_refused() { limited_ = true; }
+
+void ReadAhead::note_overtaken(std::unique_ptr<Exchange> exchange) {
+  limited_ = true;
+  if (suspect_) return pool_.put_back(std::move(exchange));
+  suspect_ = std::move(exchange);
+  suspect_->discard_body();
+}
+
+void ReadAhead::look_at_suspect() {
+  if (!suspect_ || !(suspect_->transfer().answered || suspect_->transfer().over)) return;
+  if (suspect_->transfer().answered) limited_ = false;
+  pool_.put_back_later(std::move(suspect_));
+}
+
+void ReadAhead::note_closed() {
+  if (served_ > 1) --served_;
+}
+
+}  // namespace zendro::framework

@@ -1,0 +1,20 @@
+// Which answers are redirects, and which redirects are followed (RFC 9110, section 15.4).
+// Stateless.
+#pragma once
+
+#include <string>
+
+#include "framework/http/transfer.h"
+
+namespace zendro::framework {
+
+/// Whether an answer asks for the same request elsewhere: where a redirect would turn a POST into
+/// a GET, it asks for another one.
+bool leads_elsewhere(long status, bool is_post);
+
+/// The encoded URL to which an answer leads after so many `redirects` before it. Not to be followed
+/// where `cause` gets a reason: after 10 redirects, from https to http, and to anything but http
+/// and https.
+std::string redirect_target(const Transfer& answer, int redirects, std::string& cause);
+
+}  // namespace zendro::framework

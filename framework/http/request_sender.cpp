@@ -1,0 +1,124 @@
+#include "framework/http/request_sender.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "framework/http/redirect.h"
+#include "framework/url/http_url.h"
+
+namespace zendro::framework {
+namespace {
+
+using std::chrono::steady_clock;
+
+/// How long the answer to a body that was sent is waited for.
+constexpr std::chrono::seconds kAnswerTime{2};
+
+/// Whether a name or value holds a character that could end the header's line and begin another.
+bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers) {
+  const auto control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
+  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
+    return std::any_of(header.first.begin(), header.first.end(), control) ||
+           std::any_of(header.second.begin(), header.second.end(), control);
+  });
+}
+
+std::string why_unanswered(const Transfer& transfer) {
+  if (!transfer.over) return "no answer in time";
+  return transfer.cause.empty() ? "closed without an answer" : transfer.cause;
+}
+
+}  // namespace
+
+SendResult RequestSender::send(const HttpRequest& request, const std::string_view* body,
+                               IoError& error) {
+  end();
+  driver_.begin_request();
+  std::string cause;
+  const std::string url = http_request_url(request.url, cause);
+  const bool is_plain = body == nullptr && request.headers.empty() && request.trace_log == nullptr;
+  const bool is_sent = is_plain && cause.empty() && take_early(url);
+  if (!is_sent) {
+    if (request.trace_log != nullptr) current_->trace_to(request.trace_log, request.trace_level);
+    current_->prepare(url.empty() ? request.url : url);
+  }
+  if (cause.empty() && have_control_characters(request.headers)) {
+    cause = "a request header has control characters";
+  }
+  if (cause.empty() && pool_.ca_error()) {
+    cause = "no trusted certificates: " + pool_.ca_error().text;
+  }
+  SendResult result;
+  if (cause.empty()) cause = follow(request, body, is_sent, result);
+  if (!cause.empty()) {
+    error = current_->fail(cause);
+    end();
+  }
+  return result;
+}
+
+/// Makes the exchange that has been begun for this URL the current one, if there is one that serves
+/// as well as a new one.
+bool RequestSender::take_early(const std::string& url) {
+  std::unique_ptr<Exchange> early = early_.take(url);
+  if (!early) return false;
+  pool_.put_back(std::exchange(current_, std::move(early)));
+  return true;
+}
+
+/// Sends the request to the current URL, unless it `is_sent`, and again where redirects lead, until
+/// an answer is to be judged. Returns why there is none; empty: there is one.
+std::string RequestSender::follow(const HttpRequest& request, const std::string_view* body,
+                                  bool is_sent, SendResult& result) {
+  const std::string first_url = current_->transfer().url;
+  for (int redirects = 0;; ++redirects) {
+    const auto begin = steady_clock::now();
+    const bool in_turn = !std::exchange(is_sent, false);
+    if (in_turn) {
+      const bool is_trusted = redirects == 0 || same_origin(first_url, current_->transfer().url);
+      pool_.start(*current_, request, body, is_trusted);
+    }
+    await_answer(body, result);
+    const Transfer& answer = current_->transfer();
+    if (!answer.answered) return why_unanswered(answer);
+    if (in_turn) early_.note_answer_time(steady_clock::now() - begin);
+    const long status = current_->status();
+    if (!leads_elsewhere(status, body != nullptr)) {
+      result.status = status;
+      return {};
+    }
+    std::string cause;
+    const std::string target = redirect_target(answer, redirects, cause);
+    drain(result.until.value_or(TransferDriver::kNever));
+    if (!cause.empty()) return cause;
+    current_->prepare(target);
+  }
+}
+
+/// Waits for the answer. Where there is a body, all of it is sent even if the answer comes earlier,
+/// and the answer is given kAnswerTime after that.
+void RequestSender::await_answer(const std::string_view* body, SendResult& result) {
+  const Transfer& transfer = current_->transfer();
+  driver_.drive(*current_, [&] {
+    if (body == nullptr) return transfer.answered;
+    const bool sent = transfer.connected && current_->sent_bytes() >= body->size();
+    if (sent && !result.until) result.until = steady_clock::now() + kAnswerTime;
+    return (sent && transfer.answered) || (result.until && steady_clock::now() >= *result.until);
+  });
+  result.connected |= transfer.connected;
+}
+
+void RequestSender::await_body() {
+  current_->resume();
+  driver_.drive(*current_, [this] { return !current_->body().empty(); });
+}
+
+void RequestSender::drain(steady_clock::time_point latest) { driver_.drain(*current_, latest); }
+
+void RequestSender::end() {
+  if (!current_->has_request()) return;
+  early_.note_end(*current_);
+  current_->end();
+}
+
+}  // namespace zendro::framework

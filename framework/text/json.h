@@ -1,0 +1,70 @@
+// JSON (RFC 8259) reading and writing over Boost.JSON, with typed access.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <boost/json.hpp>
+
+namespace zendro::framework {
+
+namespace json = boost::json;
+
+/// A value is not of the type that the reader needs. The text says which conversion failed.
+class JsonError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Parses one JSON document into `out`, whose storage holds all that the document needs: give it a
+/// monotonic_resource for large ones. Never throws; false, with the cause in `error`, for anything
+/// that is not JSON, is nested deeper than 32, holds invalid UTF-8 or a number beyond a double's
+/// range, and for an object whose names were chosen to make finding them slow.
+///
+/// Kept are the order of members (of several with one name, the last value), the text of strings,
+/// and numbers: exactly, where they are integers of 64 bits, and as the nearest double otherwise
+/// (larger integers, fractions, exponents, and -0, which no integer type tells from 0). JsonWriter
+/// writes the shortest digits that give the same double again.
+bool parse_json(std::string_view text, json::value& out, std::string& error);
+
+/// The number of values in a document, the document itself and those that a later one of the same
+/// name replaces included; takes a fraction of the time of parse_json(). Nothing, with the cause,
+/// where that would fail, save for chosen names.
+std::optional<std::size_t> check_json(std::string_view text, std::string& error);
+
+inline constexpr const char* kNoMap = "Cannot cast value to JSON map!";
+inline constexpr const char* kNoArray = "Cannot cast value to JSON array!";
+inline constexpr const char* kNoInteger = "Cannot cast value to JSON integer!";
+inline constexpr const char* kNoString = "Cannot cast value to JSON string!";
+
+/// Typed reading. Each throws JsonError with the text given.
+const json::object& as_map(const json::value& value);   // kNoMap
+const json::array& as_array(const json::value& value);  // kNoArray
+std::int64_t as_integer(const json::value& value);      // kNoInteger
+std::string_view as_string(const json::value& value);   // kNoString
+/// null is false.
+bool to_bool(const json::value& value);  // "Cannot convert JSON value to bool!"
+/// null is 0; a number that is no 64-bit integer throws "Cannot convert JSON value to int64_t", any
+/// other value kNoInteger.
+std::int64_t to_int64(const json::value& value);
+
+/// Appends JSON texts to a string. One writer serves many values.
+class JsonWriter {
+ public:
+  explicit JsonWriter(std::string& out) : out_(out) {}
+  void append(const json::object& value);
+  void append(std::string_view text);
+  /// What is JSON already.
+  void append_json(std::string_view json) { out_ += json; }
+
+ private:
+  void drain();
+
+  std::string& out_;
+  json::serializer serializer_;
+};
+
+}  // namespace zendro::framework

@@ -1,0 +1,221 @@
+#include "framework/text/lazy_json.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <optional>
+#include <utility>
+
+namespace zendro::framework {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kClosing = "]}";
+// Enough memory for the values of most objects, so that these need no allocation.
+constexpr std::size_t kScratchSize = 32768;
+
+// In the text of a valid document: the place behind the string that begins at `begin`.
+std::size_t end_of_string(std::string_view text, std::size_t begin) {
+  std::size_t from = begin + 1;
+  while (true) {
+    const std::size_t quote = text.find('"', from);
+    std::size_t first = quote;
+    while (text[first - 1] == '\\') --first;  // stops at the quote that begins the string
+    if ((quote - first) % 2 == 0) return quote + 1;
+    from = quote + 1;
+  }
+}
+
+// The place behind the value that begins at `begin`; `inside` becomes the number of values inside
+// it.
+std::size_t end_of_value(std::string_view text, std::size_t begin, std::size_t& inside) {
+  std::size_t depth = 0;
+  inside = 0;
+  for (std::size_t at = begin; at < text.size();) {
+    switch (text[at]) {
+      case '"':
+        at = end_of_string(text, at);
+        if (depth == 0) return at;
+        continue;
+      case '{':
+      case '[':
+        ++depth;
+        if (kClosing.find(text[text.find_first_not_of(kBlanks, at + 1)]) == std::string_view::npos)
+          ++inside;
+        break;
+      case '}':
+      case ']':
+        if (depth == 0) return at;  // of what the value is in
+        if (--depth == 0) return at + 1;
+        break;
+      case ',':
+        if (depth == 0) return at;
+        ++inside;
+        break;
+      case ' ':
+      case '\t':
+      case '\r':
+      case '\n':
+        if (depth == 0) return at;
+        break;
+      default:
+        break;
+    }
+    ++at;
+  }
+  return text.size();
+}
+
+// Calls `visit` with the name of each member, as it is written between its quotes, the text of its
+// value, and the number of values inside that.
+template <typename Visit>
+void for_each_member(std::string_view object, const Visit& visit) {
+  std::size_t at = object.find_first_not_of(kBlanks, 1);
+  while (object[at] == '"') {
+    const std::size_t name_end = end_of_string(object, at);
+    const std::string_view name = object.substr(at + 1, name_end - at - 2);
+    const std::size_t colon = object.find(':', name_end);
+    const std::size_t value = object.find_first_not_of(kBlanks, colon + 1);
+    std::size_t inside = 0;
+    const std::size_t value_end = end_of_value(object, value, inside);
+    visit(name, object.substr(value, value_end - value), inside);
+    at = object.find_first_not_of(kBlanks, value_end);
+    if (object[at] == ',') at = object.find_first_not_of(kBlanks, at + 1);
+  }
+}
+
+bool has_escape(std::string_view text) { return text.find('\\') != std::string_view::npos; }
+
+// Parses text that check_json() has accepted.
+void parse_checked(std::string_view text, json::value& out) {
+  std::string error;
+  if (!parse_json(text, out, error)) throw JsonError(error);
+}
+
+// Of several members with one name the last value counts, at the place of the first. They are
+// found by sorting, which takes n log n whatever the names; the hash makes it quick.
+void drop_repeated(std::vector<LazyDocument::Member>& members) {
+  struct Place {
+    std::size_t hash;
+    std::size_t index;
+  };
+  std::vector<Place> places(members.size());
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    places[i] = {std::hash<std::string_view>()(members[i].name), i};
+  }
+  const auto compare = [&members](const Place& a, const Place& b) {
+    return a.hash != b.hash ? (a.hash < b.hash ? -1 : 1)
+                            : members[a.index].name.compare(members[b.index].name);
+  };
+  std::sort(places.begin(), places.end(), [&compare](const Place& a, const Place& b) {
+    const int names = compare(a, b);
+    return names != 0 ? names < 0 : a.index < b.index;
+  });
+  std::vector<bool> is_repeated(members.size());
+  for (std::size_t i = 1, first = 0; i < places.size(); ++i) {
+    if (compare(places[first], places[i]) != 0) {
+      first = i;
+      continue;
+    }
+    LazyDocument::Member& kept = members[places[first].index];
+    kept.text = members[places[i].index].text;
+    kept.values = members[places[i].index].values;
+    is_repeated[places[i].index] = true;
+  }
+  std::size_t index = 0;
+  std::erase_if(members, [&](const LazyDocument::Member&) { return is_repeated[index++]; });
+}
+
+void require_object(std::string_view text) {
+  if (!text.starts_with('{')) throw JsonError(kNoMap);
+}
+
+}  // namespace
+
+const json::object& LazyObject::values() const {
+  if (const json::object* values = values_.load(std::memory_order_acquire)) return *values;
+  const std::lock_guard lock(document_.lock_);
+  if (const json::object* values = values_.load(std::memory_order_relaxed)) return *values;
+  std::map<const LazyObject*, std::string>& refused = document_.refused_;
+  if (const auto known = refused.find(this); known != refused.end()) throw JsonError(known->second);
+  json::value& value = document_.values_.emplace_back(json::storage_ptr(&document_.arena_));
+  if (std::string cause; !parse_json(text_, value, cause)) {
+    throw JsonError(refused[this] = std::move(cause));
+  }
+  values_.store(&value.get_object(), std::memory_order_release);
+  return value.get_object();
+}
+
+std::string_view LazyObject::string(std::string_view name) const {
+  const auto parsed = [&]() -> std::string_view {
+    const json::value* value = values().if_contains(name);
+    return value == nullptr ? std::string_view() : as_string(*value);
+  };
+  if (values_.load(std::memory_order_acquire) != nullptr) return parsed();
+  bool is_plain = true;
+  std::string_view found;
+  for_each_member(text_, [&](std::string_view member, std::string_view value, std::size_t) {
+    is_plain = is_plain && !has_escape(member);
+    if (member == name) found = value;
+  });
+  if (!is_plain || has_escape(found)) return parsed();
+  if (found.empty()) return {};
+  if (!found.starts_with('"')) throw JsonError(kNoString);
+  return found.substr(1, found.size() - 2);
+}
+
+void LazyObject::append_to(JsonWriter& writer) const {
+  if (const json::object* values = values_.load(std::memory_order_acquire)) {
+    writer.append(*values);
+    return;
+  }
+  std::array<unsigned char, kScratchSize> scratch;  // NOLINT: filled by whoever takes from it
+  json::monotonic_resource arena(scratch.data(), scratch.size());
+  json::value value(nullptr, &arena);
+  std::string cause;
+  if (parse_json(text_, value, cause)) {
+    writer.append(value.get_object());
+  } else {
+    writer.append_json(text_);
+  }
+}
+
+std::shared_ptr<LazyDocument> LazyDocument::parse(std::string text, std::string& error) {
+  const std::optional<std::size_t> count = check_json(text, error);
+  if (!count) return nullptr;
+  auto document = std::make_shared<LazyDocument>();
+  document->value_count_ = *count;
+  document->text_ = std::move(text);
+  return document;
+}
+
+std::string_view LazyDocument::root() const {
+  const std::size_t begin = text_.find_first_not_of(kBlanks);
+  const std::size_t end = text_.find_last_not_of(kBlanks);
+  return std::string_view(text_).substr(begin, end - begin + 1);
+}
+
+std::vector<LazyDocument::Member> LazyDocument::members(std::string_view object, std::size_t most,
+                                                        std::size_t& count) {
+  require_object(object);
+  count = 0;
+  std::vector<Member> members;
+  for_each_member(object, [&](std::string_view name, std::string_view value, std::size_t inside) {
+    if (++count > most) return;
+    if (has_escape(name)) {
+      json::value plain;
+      parse_checked(std::string_view(name.data() - 1, name.size() + 2), plain);
+      name = names_.emplace_back(as_string(plain));
+    }
+    members.push_back({name, value, inside});
+  });
+  drop_repeated(members);
+  return members;
+}
+
+const LazyObject& LazyDocument::object(std::string_view text) {
+  require_object(text);
+  return objects_.emplace_back(text, *this);
+}
+
+}  // namespace zendro::framework

@@ -1,0 +1,186 @@
+"""The servers, each a process without privileges, with a configuration of its own in a folder of its own."""
+
+import os
+import socket
+import ssl
+import subprocess
+import time
+
+import tree
+
+HERE = os.path.dirname(os.path.realpath(__file__))
+PROXIED_HOST = "store.test"  # known to the proxy alone
+USER, PASSWORD = "me", "secret"
+
+NGINX = """
+daemon off;
+pid {folder}/nginx.pid;
+error_log {folder}/nginx.error.log;
+events {{}}
+http {{
+  access_log off;
+  client_body_temp_path {folder}/nginx-body;
+  proxy_temp_path {folder}/nginx-proxy;
+  fastcgi_temp_path {folder}/nginx-fastcgi;
+  uwsgi_temp_path {folder}/nginx-uwsgi;
+  scgi_temp_path {folder}/nginx-scgi;
+  server {{
+    listen 127.0.0.1:{port};
+    listen 127.0.0.1:{tls_port} ssl http2;
+    ssl_certificate {folder}/server.pem;
+    ssl_certificate_key {folder}/server.key;
+    root {tree};
+    location = /stores/{archive} {{ add_header x-amz-meta-sha256 {digest}; }}
+    location = /stores/damaged-{archive} {{ add_header x-amz-meta-sha256 {other_digest}; }}
+    location = /telemetry {{ return 204; }}
+  }}
+}}
+"""
+
+APACHE = """
+ServerRoot {folder}
+ServerName 127.0.0.1
+Listen 127.0.0.1:{port}
+PidFile {folder}/apache.pid
+DefaultRuntimeDir {folder}
+Mutex file:{folder}
+ErrorLog {folder}/apache.error.log
+LoadModule mpm_event_module {modules}/mod_mpm_event.so
+LoadModule authz_core_module {modules}/mod_authz_core.so
+LoadModule headers_module {modules}/mod_headers.so
+DocumentRoot {tree}
+<Location /stores/{archive}>
+  Header set x-amz-meta-sha256 {digest}
+</Location>
+"""
+
+SQUID = """
+http_port 127.0.0.1:{port}
+pid_filename {folder}/squid.pid
+cache_log {folder}/squid.log
+access_log none
+coredump_dir {folder}
+hosts_file {folder}/hosts
+cache deny all
+pinger_enable off
+shutdown_lifetime 0 seconds
+auth_param basic program /usr/lib/squid/basic_ncsa_auth {folder}/passwords
+auth_param basic children 1 startup=1
+acl known proxy_auth REQUIRED
+http_access allow known
+http_access deny all
+"""
+
+
+def free_ports(count):
+    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(count)]
+    ports = [each.getsockname()[1] for each in sockets]
+    for each in sockets:
+        each.close()
+    return ports
+
+
+def make_certificates(folder):
+    """An authority of our own and the server's certificate. Returns the authority's."""
+
+    def openssl(*arguments):
+        subprocess.run(["openssl", *arguments], cwd=folder, check=True, capture_output=True)
+
+    key = ("-newkey", "rsa:2048", "-nodes")
+    openssl("req", "-x509", *key, "-keyout", "ca.key", "-out", "ca.pem", "-days", "2", "-subj", "/CN=Test CA")
+    with open(os.path.join(folder, "names"), "w") as out:
+        out.write(f"subjectAltName=DNS:localhost,DNS:{PROXIED_HOST}\n")
+    openssl("req", *key, "-keyout", "server.key", "-out", "server.csr", "-subj", "/CN=localhost")
+    openssl("x509", "-req", "-in", "server.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-CAcreateserial",
+            "-days", "2", "-extfile", "names", "-out", "server.pem")
+    return os.path.join(folder, "ca.pem")
+
+
+class Servers:
+    """All of them, running. What a server says stands in the folder."""
+
+    def __init__(self, folder, served, digest):
+        self.folder = folder
+        self.processes = []
+        self.authority = make_certificates(folder)
+        self.http, self.https, self.apache, self.squid, self.python = free_ports(5)
+        values = {"folder": folder, "tree": served, "archive": tree.ARCHIVE, "digest": digest,
+                  "other_digest": "0" * 64, "modules": "/usr/lib/apache2/modules"}
+        self.write("nginx.conf", NGINX.format(port=self.http, tls_port=self.https, **values))
+        self.write("apache.conf", APACHE.format(port=self.apache, **values))
+        self.write("squid.conf", SQUID.format(port=self.squid, **values))
+        self.write("hosts", f"127.0.0.1 localhost {PROXIED_HOST}\n")
+        hashed = subprocess.run(["openssl", "passwd", "-apr1", PASSWORD], check=True, capture_output=True, text=True)
+        self.write("passwords", f"{USER}:{hashed.stdout}")
+        self.give_away()
+        try:
+            self.start("nginx", "-c", f"{folder}/nginx.conf", "-e", f"{folder}/nginx.error.log")
+            self.start("apache2", "-f", f"{folder}/apache.conf", "-DFOREGROUND")
+            self.start("squid", "-N", "-f", f"{folder}/squid.conf")
+            self.start("/usr/bin/python3", os.path.join(folder, "one_thread.py"), served, str(self.python), digest)
+            for port in (self.http, self.https, self.apache, self.squid, self.python):
+                self.wait_for(port)
+            self.check_http2()
+        except BaseException:
+            self.close()
+            raise
+
+    def write(self, name, text):
+        with open(os.path.join(self.folder, name), "w") as out:
+            out.write(text)
+
+    def give_away(self):
+        """The servers may write to the folder and have no other rights, also where root starts them."""
+        with open(os.path.join(HERE, "one_thread.py")) as program:
+            self.write("one_thread.py", program.read())
+        self.identity = {}
+        if os.geteuid() == 0:
+            self.identity = {"user": "nobody", "group": "nogroup", "extra_groups": []}
+            subprocess.run(["chown", "-R", "nobody:nogroup", self.folder], check=True)
+
+    def start(self, *command):
+        name = os.path.basename(command[0])
+        environment = {**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin"}
+        command = ("setpriv", "--pdeathsig", "TERM", *command)  # none outlives this process
+        with open(os.path.join(self.folder, name + ".output"), "w") as output:
+            self.processes.append(subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL,
+                                                   stdout=output, stderr=output, **self.identity))
+
+    def wait_for(self, port):
+        until = time.monotonic() + 10
+        while time.monotonic() < until:
+            for process in self.processes:
+                if process.poll() is not None:
+                    raise SystemExit(f"{process.args[3]} does not start:\n" + self.said())
+            try:
+                socket.create_connection(("127.0.0.1", port)).close()
+                return
+            except OSError:
+                time.sleep(0.02)
+        raise SystemExit(f"nobody listens on port {port}:\n" + self.said())
+
+    def check_http2(self):
+        context = ssl.create_default_context(cafile=self.authority)
+        context.set_alpn_protocols(["h2"])
+        with socket.create_connection(("127.0.0.1", self.https)) as plain:
+            with context.wrap_socket(plain, server_hostname="localhost") as tls:
+                if tls.selected_alpn_protocol() != "h2":
+                    raise SystemExit("nginx does not offer HTTP/2")
+
+    def said(self):
+        text = ""
+        for entry in sorted(os.scandir(self.folder), key=lambda entry: entry.name):
+            if entry.name.endswith((".output", ".log")):
+                with open(entry.path, errors="replace") as log:
+                    text += f"--- {entry.name}\n" + log.read()[-2000:]
+        return text
+
+    def close(self):
+        for process in self.processes:
+            process.terminate()
+        for process in self.processes:
+            try:
+                process.wait(5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
