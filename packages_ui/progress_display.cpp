@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include "framework/text/version.h"
 #include "packages_ui/progress_animation.h"
 #include "packages_ui/selection/progress_text.h"
+#include "packages_ui/selection/ui_messages.h"
 
 namespace zendro::packages_ui {
 namespace {
@@ -11,6 +13,12 @@ namespace {
 // In device-independent pixels.
 constexpr int kPictureWidth = 60;
 constexpr int kPictureHeight = 20;
+
+wxString version_text() {
+  const std::string_view version = framework::program_version();
+  return wxString(
+      ui_message(UiCode::PackageUIVersion, {{L"version", {version.begin(), version.end()}}}));
+}
 
 }  // namespace
 
@@ -20,6 +28,7 @@ ProgressDisplay::ProgressDisplay(wxAnimationCtrl* animation, wxStaticText* text,
       progress_animation(*animation_, animation_->FromDIP(wxSize(kPictureWidth, kPictureHeight))));
   animation_->InvalidateBestSize();  // it was found out without the picture
   animation_->Hide();
+  text_->SetLabelText(version_text());
 }
 
 void ProgressDisplay::start() {
@@ -28,6 +37,7 @@ void ProgressDisplay::start() {
     latest_ = {};
   }
   running_ = true;
+  text_->SetLabelText({});
   animation_->Show();
   animation_->Play();
 }
@@ -36,7 +46,7 @@ void ProgressDisplay::stop() {
   running_ = false;
   animation_->Stop();
   animation_->Hide();
-  text_->SetLabelText({});
+  text_->SetLabelText(version_text());
 }
 
 void ProgressDisplay::report(const pkg::progress_t& progress) {

@@ -1,4 +1,5 @@
-// Shows that an operation runs and how far it is: the animation with a text beside it.
+// Shows that an operation runs and how far it is: the animation with a text beside it. While none
+// runs, the text is the version of the program.
 #pragma once
 
 #include <mutex>

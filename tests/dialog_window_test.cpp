@@ -8,6 +8,7 @@
 #include <wx/display.h>
 #include <wx/stattext.h>
 
+#include "framework/text/version.h"
 #include "packages_ui/selection/window_state.h"
 #include "tests/lock_at.h"
 #include "tests/window_fixture.h"
@@ -210,13 +211,14 @@ TEST_F(DialogWindowTest, TellsWhomItWaitsForAndClosesMeanwhile) {
 TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
   publish(kToolOfTwoLevels);
   open_and_wait({"app"});
-  EXPECT_EQ(progress(), "");
+  const std::string version = "Version " + std::string(framework::program_version());
+  EXPECT_EQ(progress(), version);
   server_.set_fault("/store/m/lib.xsd", demo::Fault::late(std::chrono::seconds(1)));
   press(WXK_RETURN);
   wait_until([this] { return progress().find("1 of 2 files") == 0; }, "the first of two is done");
   EXPECT_FALSE(dialog().idle());
   wait_idle();
-  EXPECT_EQ(progress(), "");
+  EXPECT_EQ(progress(), version);
   EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "lib-1.0.0"));
 }
 
