@@ -1,0 +1,138 @@
+"""The XML tools, each as its users run it."""
+
+import os
+import re
+import subprocess
+import urllib.parse
+
+HERE = os.path.dirname(os.path.realpath(__file__))
+JARS = "/usr/share/java/"
+XERCES = [JARS + name for name in ("xercesImpl.jar", "xml-apis.jar", "xml-resolver.jar")]
+SAXON = [JARS + name for name in ("Saxon-HE.jar", "xml-resolver.jar")]
+PYTHON = "/usr/bin/python3"  # the one that Debian's packages are for
+LONGEST_RUN = 120  # seconds
+
+
+def uri_of(path):
+    return "file://" + urllib.parse.quote(path)
+
+
+class Catalogs:
+    """The URIs of the two catalogs that tools are pointed at."""
+
+    def __init__(self, local):
+        self.locations = uri_of(os.path.join(local, "catalog.xml"))
+        self.namespaces = uri_of(os.path.join(local, "namespaces.xml"))
+
+
+def run(command, given="", **variables):
+    """Status, output and complaints."""
+    environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "XML_CATALOG_FILES": "", **variables}
+    ended = subprocess.run(command, input=given, env=environment, text=True, capture_output=True, timeout=LONGEST_RUN)
+    return ended.returncode, ended.stdout, ended.stderr
+
+
+def complaints_in(command, tasks, **variables):
+    """The complaints that a program prints, one a line, about the tasks in its input."""
+    given = "".join(f"{path}\t{schema}\n" for path, schema in tasks)
+    status, output, errors = run(command, given, **variables)
+    lines = output.splitlines()
+    if status != 0 or len(lines) != len(tasks):
+        raise RuntimeError(f"{command[0]} ended with {status}: {errors or output}")
+    return lines
+
+
+class Tool:
+    """`judges` are the kinds that it can validate ("types" those with a document type, "schemas" the others); of the
+    others it finds the schema. `refuses` are documents that its own fault keeps it from validating, and the fault."""
+
+    def __init__(self, name, function, judges=("types", "schemas"), refuses=None):
+        self.name, self.complaints, self.judges, self.refuses = name, function, judges, refuses or {}
+
+
+def catalog_files(catalogs):
+    return f"{catalogs.locations} {catalogs.namespaces}" if catalogs else ""
+
+
+def xmllint_with(files, tasks):
+    found = []
+    for path, schema in tasks:
+        how = ["--schema", schema] if schema else ["--valid"]
+        status, _, errors = run(["xmllint", "--nonet", "--noout", *how, path], XML_CATALOG_FILES=files)
+        lines = [line for line in errors.splitlines() if "warning" not in line]
+        found.append(" ".join(lines) or f"status {status}" if status else "")
+    return found
+
+
+def xmllint(tasks, catalogs, _):
+    return xmllint_with(catalog_files(catalogs), tasks)
+
+
+def xmllint_for_all(tasks, catalogs, folder):
+    """As with /etc/xml/catalog, which everybody's xmllint reads: another one here."""
+    path = os.path.join(folder, f"system-catalog-{'with' if catalogs else 'without'}.xml")
+    run(["xmlcatalog", "--noout", "--create", path])
+    for catalog in (catalogs.locations, catalogs.namespaces) if catalogs else ():
+        status, _, errors = run(["xmlcatalog", "--noout", "--add", "nextCatalog", "", catalog, path])
+        if status != 0:
+            raise RuntimeError(f"xmlcatalog: {errors}")
+    return xmllint_with(uri_of(path), tasks)
+
+
+def lxml(tasks, catalogs, _):
+    return complaints_in([PYTHON, os.path.join(HERE, "lxml_validate.py")], tasks,
+                         XML_CATALOG_FILES=catalog_files(catalogs))
+
+
+def java(way):
+    def complaints(tasks, catalogs, folder):
+        given = [catalogs.locations, catalogs.namespaces] if catalogs else []
+        properties = []
+        if way == "jdk-property" and catalogs:
+            properties = [f"-Djavax.xml.catalog.files={catalogs.locations}", "-Djavax.xml.catalog.resolve=continue"]
+        return complaints_in(["java", *properties, "-cp", ":".join([*XERCES, folder]), "Validate", way, *given], tasks)
+
+    return complaints
+
+
+def compile_java(folder):
+    status, _, errors = run(["javac", "-Xlint:all", "-Werror", "-cp", ":".join(XERCES), "-d", folder,
+                             os.path.join(HERE, "Validate.java")])
+    if status != 0:
+        raise RuntimeError(errors)
+
+
+def saxon(tasks, catalogs, _):
+    """Its free edition validates by document types; schemas it can only find."""
+    given = [f"-catalog:{catalogs.locations};{catalogs.namespaces}"] if catalogs else []
+    query = ["java", "-cp", ":".join(SAXON), "net.sf.saxon.Query", *given, "-q:" + os.path.join(HERE, "saxon.xq")]
+    found = {}
+    for some, options in (([task for task in tasks if not task[1]], ["-dtd:on"]),
+                          ([task for task in tasks if task[1]], [])):
+        lines = "\n".join(f"{uri_of(path)}\t{schema}" for path, schema in some)
+        status, output, errors = run([*query, *options, "tasks=" + lines])
+        complaints = output.splitlines()
+        if status != 0 or len(complaints) != len(some):
+            raise RuntimeError(f"saxon ended with {status}: {errors or output}")
+        # What a document type has against a document is on the other stream, below a line with the document's name.
+        blocks = re.split(r"(?m)^(?=Error on )", errors)
+        for task, complaint in zip(some, complaints):
+            about = f" of {os.path.basename(task[0])}:\n"
+            more = [" ".join(block.split()) for block in blocks if about in block]
+            found[task] = complaint and " ".join([complaint, *more])
+    return [found[task] for task in tasks]
+
+
+# An import without a location, as in the last kind, is more than the JDK's resolver takes.
+JDK_FAULT = {"SCAP data stream": "The argument 'systemId' can not be null"}
+
+TOOLS = [
+    Tool("xmllint", xmllint),
+    Tool("xmllint, nextCatalog", xmllint_for_all),
+    Tool("lxml", lxml),
+    Tool("JDK, property", java("jdk-property"), refuses=JDK_FAULT),
+    Tool("JDK, resolver", java("jdk-resolver")),
+    Tool("Xerces", java("xerces")),
+    Tool("xml-commons-resolver", java("commons-resolver")),
+    Tool("Saxon HE", saxon, judges=("types",)),
+]
