@@ -1,7 +1,9 @@
 """The XML tools, each as its users run it."""
 
+import json
 import os
 import re
+import shlex
 import subprocess
 import urllib.parse
 
@@ -17,12 +19,28 @@ def uri_of(path):
     return "file://" + urllib.parse.quote(path)
 
 
-class Catalogs:
-    """The URIs of the two catalogs that tools are pointed at."""
+class HowTo:
+    """The lines for users that stand beside the catalogs."""
 
     def __init__(self, local):
-        self.locations = uri_of(os.path.join(local, "catalog.xml"))
-        self.namespaces = uri_of(os.path.join(local, "namespaces.xml"))
+        with open(os.path.join(local, "how-to.txt"), encoding="utf-8") as text:
+            self.text = text.read()
+        self.libxml2 = self.only(r'XML_CATALOG_FILES="(.*)"')
+        self.for_all = self.every(r'xmlcatalog (--noout --add nextCatalog "") "(.*)" /etc/xml/catalog')
+        self.java = self.every(r"(-Djavax\.xml\.catalog\.\S+)")
+        self.saxon = self.only(r'"(-catalog:.*)"')
+        # What takes a list of catalogs: locations first, then namespaces.
+        self.list = json.loads(self.only(r'"xml\.catalogs": (\[.*\])'))
+
+    def every(self, pattern):
+        found = re.findall(pattern, self.text)
+        if not found:
+            raise RuntimeError(f"how-to.txt does not say {pattern}")
+        return found
+
+    def only(self, pattern):
+        (found,) = self.every(pattern)
+        return found
 
 
 def run(command, given="", **variables):
@@ -50,10 +68,6 @@ class Tool:
         self.name, self.complaints, self.judges, self.refuses = name, function, judges, refuses or {}
 
 
-def catalog_files(catalogs):
-    return f"{catalogs.locations} {catalogs.namespaces}" if catalogs else ""
-
-
 def xmllint_with(files, tasks):
     found = []
     for path, schema in tasks:
@@ -64,33 +78,32 @@ def xmllint_with(files, tasks):
     return found
 
 
-def xmllint(tasks, catalogs, _):
-    return xmllint_with(catalog_files(catalogs), tasks)
+def xmllint(tasks, how_to, _):
+    return xmllint_with(how_to.libxml2 if how_to else "", tasks)
 
 
-def xmllint_for_all(tasks, catalogs, folder):
+def xmllint_for_all(tasks, how_to, folder):
     """As with /etc/xml/catalog, which everybody's xmllint reads: another one here."""
-    path = os.path.join(folder, f"system-catalog-{'with' if catalogs else 'without'}.xml")
+    path = os.path.join(folder, f"system-catalog-{'with' if how_to else 'without'}.xml")
     run(["xmlcatalog", "--noout", "--create", path])
-    for catalog in (catalogs.locations, catalogs.namespaces) if catalogs else ():
-        status, _, errors = run(["xmlcatalog", "--noout", "--add", "nextCatalog", "", catalog, path])
+    for options, catalog in how_to.for_all if how_to else ():
+        status, _, errors = run(["xmlcatalog", *shlex.split(options), catalog, path])
         if status != 0:
             raise RuntimeError(f"xmlcatalog: {errors}")
     return xmllint_with(uri_of(path), tasks)
 
 
-def lxml(tasks, catalogs, _):
+def lxml(tasks, how_to, _):
     return complaints_in([PYTHON, os.path.join(HERE, "lxml_validate.py")], tasks,
-                         XML_CATALOG_FILES=catalog_files(catalogs))
+                         XML_CATALOG_FILES=how_to.libxml2 if how_to else "")
 
 
 def java(way):
-    def complaints(tasks, catalogs, folder):
-        given = [catalogs.locations, catalogs.namespaces] if catalogs else []
-        properties = []
-        if way == "jdk-property" and catalogs:
-            properties = [f"-Djavax.xml.catalog.files={catalogs.locations}", "-Djavax.xml.catalog.resolve=continue"]
-        return complaints_in(["java", *properties, "-cp", ":".join([*XERCES, folder]), "Validate", way, *given], tasks)
+    def complaints(tasks, how_to, folder):
+        properties = how_to.java if how_to and way == "jdk-property" else []
+        classes = ":".join([*XERCES, folder])
+        return complaints_in(["java", *properties, "-cp", classes, "Validate", way, *(how_to.list if how_to else [])],
+                             tasks)
 
     return complaints
 
@@ -102,9 +115,9 @@ def compile_java(folder):
         raise RuntimeError(errors)
 
 
-def saxon(tasks, catalogs, _):
+def saxon(tasks, how_to, _):
     """Its free edition validates by document types; schemas it can only find."""
-    given = [f"-catalog:{catalogs.locations};{catalogs.namespaces}"] if catalogs else []
+    given = [how_to.saxon] if how_to else []
     query = ["java", "-cp", ":".join(SAXON), "net.sf.saxon.Query", *given, "-q:" + os.path.join(HERE, "saxon.xq")]
     found = {}
     for some, options in (([task for task in tasks if not task[1]], ["-dtd:on"]),
