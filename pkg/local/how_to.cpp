@@ -20,17 +20,19 @@ it. The lines below are ready to be copied.
     zips             XBRL taxonomy packages
 
 xmllint, xsltproc, lxml and all that uses libxml2
-    export XML_CATALOG_FILES="{uri}catalog.xml"
-    xmllint --nonet --noout --schema http://example.com/location/of/the.xsd document.xml
+    export XML_CATALOG_FILES="{uri}catalog.xml {uri}namespaces.xml"
+    xmllint --nonet --noout --valid document.xml
+    xmllint --nonet --noout --schema "<location or namespace>" document.xml
 
 The same for all users of a machine with /etc/xml/catalog (as root)
     xmlcatalog --noout --add nextCatalog "" "{uri}catalog.xml" /etc/xml/catalog
+    xmlcatalog --noout --add nextCatalog "" "{uri}namespaces.xml" /etc/xml/catalog
 
 Java, without a change to a program
     java -Djavax.xml.catalog.files={uri}catalog.xml -Djavax.xml.catalog.resolve=continue ...
 
 Saxon
-    java -cp saxon.jar net.sf.saxon.Transform -catalog:{uri}catalog.xml ...
+    java -cp saxon.jar net.sf.saxon.Transform "-catalog:{uri}catalog.xml;{uri}namespaces.xml" ...
 
 Visual Studio Code, in settings.json, with the extension for XML
     "xml.catalogs": ["{uri}catalog.xml", "{uri}namespaces.xml"]
