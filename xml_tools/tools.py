@@ -27,7 +27,7 @@ class HowTo:
             self.text = text.read()
         self.libxml2 = self.only(r'XML_CATALOG_FILES="(.*)"')
         self.for_all = self.every(r'xmlcatalog (--noout --add nextCatalog "") "(.*)" /etc/xml/catalog')
-        self.java = self.every(r"(-Djavax\.xml\.catalog\.\S+)")
+        self.java = self.every(r'(-Djavax\.xml\.catalog\.[^"\s]+)')
         self.saxon = self.only(r'"(-catalog:.*)"')
         # What takes a list of catalogs: locations first, then namespaces.
         self.list = json.loads(self.only(r'"xml\.catalogs": (\[.*\])'))
