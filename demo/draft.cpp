@@ -14,6 +14,22 @@ namespace {
 
 constexpr std::size_t kDescriptionLength = 300;
 
+/// Some documents ask for a file beside them that their source ships elsewhere.
+void take_copies(const SourceFolders& folders, Draft& draft) {
+  const PackageRecipe& recipe = draft.recipe;
+  for (const auto& [path, source] : recipe.copies) {
+    if (find_file(draft.files, path) != nullptr) {
+      throw std::runtime_error("the copy " + path + " is there already");
+    }
+    SourceFile file =
+        collect_files(folders.unpacked / recipe.source, recipe.folder, {source}).front();
+    file.path = path;
+    const auto after = std::find_if(draft.files.begin(), draft.files.end(),
+                                    [&](const SourceFile& each) { return each.path > path; });
+    draft.files.insert(after, std::move(file));
+  }
+}
+
 void take_files(const SourceFolders& folders, Draft& draft) {
   const PackageRecipe& recipe = draft.recipe;
   if (!recipe.taxonomy.empty()) {
@@ -23,11 +39,13 @@ void take_files(const SourceFolders& folders, Draft& draft) {
   std::vector<std::string> patterns = recipe.members;
   patterns.insert(patterns.end(), recipe.support.begin(), recipe.support.end());
   draft.files = collect_files(folders.unpacked / recipe.source, recipe.folder, patterns);
+  take_copies(folders, draft);
 }
 
 /// Whether a file is one that the package is made for, not merely carried along.
 bool is_offered(const Draft& draft, std::string_view path) {
-  return std::none_of(draft.recipe.support.begin(), draft.recipe.support.end(),
+  return !draft.recipe.copies.contains(std::string(path)) &&
+         std::none_of(draft.recipe.support.begin(), draft.recipe.support.end(),
                       [&](const auto& pattern) { return path_matches(pattern, path); });
 }
 

@@ -105,6 +105,7 @@ class MapReader {
 void read_common(MapReader& reader, PackageRecipe& package) {
   reader.read_texts("members", package.members);
   reader.read_texts("support", package.support);
+  reader.read("copies", package.copies);
   reader.read("catalog", package.catalog);
   reader.read("main", package.main);
   reader.read("title", package.title);

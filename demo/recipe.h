@@ -21,9 +21,10 @@ struct PackageRecipe {
   std::string taxonomy;              ///< the file with the taxonomy's description, else empty
   std::vector<std::string> members;  ///< patterns of collect_files, relative to `folder`
   std::vector<std::string> support;  ///< as `members`: carried along without being offered
-  std::string catalog;               ///< OASIS catalog relative to `folder`; empty: none
-  std::string main;                  ///< document that describes the package
-  std::string title;                 ///< empty, like the next three: taken from the files
+  std::map<std::string, std::string> copies;  ///< path in the archive to path below `folder`
+  std::string catalog;                        ///< OASIS catalog relative to `folder`; empty: none
+  std::string main;                           ///< document that describes the package
+  std::string title;                          ///< empty, like the next three: taken from the files
   std::string description;
   std::string homepage;
   std::string publisher;

@@ -6,7 +6,7 @@ import re
 ERRORS = ("ENOSPC", "EIO", "EACCES")
 # By system call, the errors with which it fails; at each the process is killed as well.
 _BY_NAME = ("openat", "open", "creat", "mkdir", "mkdirat", "unlink", "unlinkat", "rmdir", "rename", "renameat",
-            "renameat2")
+            "renameat2", "linkat")
 FAILING = dict.fromkeys((*_BY_NAME, "write", "pwrite64", "writev", "ftruncate", "fallocate", "fsync", "fdatasync",
                          "close"), ERRORS)
 FAILING.update(read=("EIO",), getdents64=("EIO",), flock=("ENOLCK",))

@@ -57,7 +57,7 @@ def full(operation, place, state, every):
             outcome = place.run(operation.command)
             result = _result(operation, place, outcome, "No space left on device", disk.make_roomy)
             results.append((*result, f"{pages} pages left"))
-            if outcome.status == 0:
+            if outcome.status == 0 and not outcome.messages:
                 return results
             pages += every
 

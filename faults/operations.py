@@ -4,7 +4,7 @@ import json
 import os
 
 import store
-from place import CACHE, CATALOGS, LISTS
+from place import CACHE, CATALOGS, LISTS, LOCAL
 
 
 class Operation:
@@ -53,7 +53,11 @@ class Operation:
         """What is wrong about a disturbed run that came to its own end; `names` are right for the place and `cause`
         is the system's text."""
         if outcome.status == 0:
-            complaint = "" if tree == self.goal else f"calls itself a success: {differences(tree, self.goal)}"
+            unlike = differences(tree, self.goal)
+            if all(is_local(path) for path in unlike.split(", ") if unlike):
+                complaint = not_warned(outcome, cause, names) if unlike else ""
+            else:
+                complaint = f"calls itself a success: {unlike}"
         elif outcome.status != 1:
             complaint = "ends badly"
         elif not any(name in text for name in names for text in outcome.errors):
@@ -68,11 +72,11 @@ class Operation:
     def wrong_changes(self, tree):
         """What a run changed that is not its own."""
         folders = tuple(f"pkgs/xsd/{identity}" for identity in self.touches)
-        own = {*LISTS, *CATALOGS, CACHE.rstrip("/"), *folders}
+        own = {*LISTS, *CATALOGS, LOCAL, CACHE.rstrip("/"), *folders}
         inside = tuple(folder + "/" for folder in folders)
         strays = sorted(path for path in tree.keys() | self.start.keys()
                         if tree.get(path, "absent") != self.start.get(path, "absent")
-                        and path not in own and not path.startswith(inside))
+                        and path not in own and not path.startswith(inside) and not is_local(path))
         return f"changes what is not its own: {', '.join(strays)}" if strays else ""
 
     def recover(self, place):
@@ -95,6 +99,17 @@ class Operation:
             if tree == self.goal:
                 return "tidied", ""
         return "", f"does not converge: {differences(tree, self.goal)} after " + " | ".join(map(str, outcomes))
+
+
+def is_local(path):
+    return (path + "/").startswith(LOCAL + "/")
+
+
+def not_warned(outcome, cause, names):
+    """What is wrong about the warnings of a run that left something out of the files for other programs."""
+    if not any(name in text for name in names for text in outcome.warnings):
+        return "no warning names the place"
+    return "" if any(cause in text for text in outcome.warnings) else "no warning tells the cause"
 
 
 def is_damaged(text):

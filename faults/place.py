@@ -10,6 +10,8 @@ import store
 CACHE = "pkgs/.xsd_cache/"
 LISTS = (CACHE + "pkgs-available.json", CACHE + "pkgs-installed.json")
 CATALOGS = tuple(CACHE + name for name in ("catalog.xml", "namespace-mapping-catalog.xml", "remapping.xml"))
+# What is made of them for other programs. A failure there is a warning.
+LOCAL = CACHE + "local"
 # Neither belongs to the state that operations leave behind.
 PASSING = (CACHE + "operation.lock", CACHE + "logs")
 LONGEST_RUN = 60  # seconds
@@ -25,7 +27,14 @@ class Outcome:
 
     @property
     def errors(self):
-        return [text for severity, _, text in self.messages if severity == "error"]
+        return self._texts("error")
+
+    @property
+    def warnings(self):
+        return self._texts("warning")
+
+    def _texts(self, wanted):
+        return [text for severity, _, text in self.messages if severity == wanted]
 
     def has(self, identifier):
         return any(message[1] == identifier for message in self.messages)
@@ -115,12 +124,15 @@ class Place:
             for name in files:
                 if relative + name not in PASSING:
                     with open(os.path.join(folder, name), "rb") as file:
-                        found[relative + name] = file.read()
+                        data = file.read()
+                    # Some of it tells where it is.
+                    is_local = relative.startswith(LOCAL + "/")
+                    found[relative + name] = data.replace(self.base.encode(), b"$") if is_local else data
         return found
 
     def names_of(self, path):
         """What a message may call a file or folder: by its path, by its folder's, or by its package's identity."""
         full = os.path.join(self.base, path)
         parts = path.split("/")
-        package = parts[2:3] if parts[:2] == ["pkgs", "xsd"] else []
+        package = parts[2:3] if parts[:2] == ["pkgs", "xsd"] else parts[3:4] if path.startswith(LOCAL + "/") else []
         return [full, os.path.dirname(full) + "/", *package]

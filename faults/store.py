@@ -18,10 +18,14 @@ def member_bytes(name, size):
 
 
 class Package:
-    def __init__(self, identity, members, references=()):
+    """Its first member is an archive with a schema of the size, and with the files of `more`."""
+
+    def __init__(self, identity, members, references=(), more=()):
         self.identity = identity
         self.members = {f"{identity}-{name}": member_bytes(identity + name, size) for name, size in members.items()}
         first = next(iter(self.members))
+        self.members[first] = zipped({"schema.xsd": self.members[first], **dict.fromkeys(more, "<x/>")},
+                                     zipfile.ZIP_STORED)
         self.meta = {
             "_name": identity.rpartition("-")[0],
             "_type": "xsd",
@@ -34,8 +38,16 @@ class Package:
         }
 
 
+def zipped(members, method=zipfile.ZIP_DEFLATED):
+    archive = io.BytesIO()
+    with zipfile.ZipFile(archive, "w", method) as out:
+        for name, data in members.items():
+            out.writestr(zipfile.ZipInfo(name, (2024, 1, 1, 0, 0, 0)), data)
+    return archive.getvalue()
+
+
 # Members are small, so that each arrives at once and every run makes the same system calls.
-BASE = Package("base-1.0.0", {"a.zip": 3000})
+BASE = Package("base-1.0.0", {"a.zip": 3000}, more=["base/META-INF/taxonomyPackage.xml"])
 LIB_OLD = Package("lib-1.0.0", {"a.zip": 2000, "b.zip": 500})
 LIB = Package("lib-1.0.1", {"a.zip": 2500, "b.zip": 500})
 APP = Package("app-1.0.0", {"a.zip": 4000, "b.zip": 0}, ["lib-1.0", "base-1.0"])
@@ -56,14 +68,6 @@ def list_document(build_number, packages):
     document = {"_META": {"build_number": build_number}}
     document.update({package.identity: package.meta for package in packages})
     return json.dumps(document)
-
-
-def zipped(members):
-    archive = io.BytesIO()
-    with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED) as out:
-        for name, data in members.items():
-            out.writestr(zipfile.ZipInfo(name, (2024, 1, 1, 0, 0, 0)), data)
-    return archive.getvalue()
 
 
 def package_file_bytes():

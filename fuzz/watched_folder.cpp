@@ -87,9 +87,9 @@ void WatchedFolder::check() const {
           "the packages of the other type have not changed");
   require(contents_of(root_ / ".cache") == Contents{{"pkgs-installed.json", "{}"}},
           "the cache of the other type has not changed");
-  const std::set<std::string> own = {"pkgs-available.json", "pkgs-installed.json",
-                                     "catalog.xml",         "namespace-mapping-catalog.xml",
-                                     "remapping.xml",       "operation.lock"};
+  const std::set<std::string> own = {
+      "pkgs-available.json", "pkgs-installed.json", "catalog.xml", "namespace-mapping-catalog.xml",
+      "remapping.xml",       "operation.lock",      "local"};
   for (const fs::directory_entry& entry : fs::directory_iterator(root_ / ".xsd_cache")) {
     require(own.count(entry.path().filename()) == 1, "the cache has no files but its own");
   }

@@ -6,20 +6,21 @@
 namespace zendro::msg {
 namespace {
 
-// One slot more than there are messages: the empty one answers for unknown codes.
+#define ZENDRO_NO_MESSAGE(identifier) static_cast<const wchar_t*>(nullptr),
+
 constexpr std::array kIdentifiers = {
-#define ZENDRO_MESSAGE(identifier, text) L## #identifier,
+#define ZENDRO_MESSAGE(identifier, text) static_cast<const wchar_t*>(L## #identifier),
 #include "msg/messages.def"
 #undef ZENDRO_MESSAGE
-    static_cast<const wchar_t*>(nullptr)};
+};
 
 constexpr std::array kTexts = {
-#define ZENDRO_MESSAGE(identifier, text) text,
+#define ZENDRO_MESSAGE(identifier, text) static_cast<const wchar_t*>(text),
 #include "msg/messages.def"
 #undef ZENDRO_MESSAGE
-    static_cast<const wchar_t*>(nullptr)};
+};
 
-static_assert(kIdentifiers.size() == 84 && kTexts.size() == 84);
+static_assert(static_cast<int>(Code::no_message) == 83);
 
 template <std::size_t size>
 std::wstring_view entry(const std::array<const wchar_t*, size>& table, int code) {

@@ -8,7 +8,9 @@ namespace zendro::msg {
 /// Message codes: indexes into the table, stored as numbers by callers, so their order is fixed.
 enum class Code : int {
 #define ZENDRO_MESSAGE(identifier, text) identifier,
+#define ZENDRO_NO_MESSAGE(identifier) identifier,
 #include "msg/messages.def"
+#undef ZENDRO_NO_MESSAGE
 #undef ZENDRO_MESSAGE
 };
 

@@ -8,6 +8,7 @@
 #include "msg/shown.h"
 #include "pkg/install.h"
 #include "pkg/list_files.h"
+#include "pkg/local_files.h"
 #include "pkg/package_file.h"
 #include "pkg/store.h"
 #include "pkg/uninstall.h"
@@ -151,7 +152,9 @@ bool pkg_cache_t::apply_changes(std::span<const filter_action> pairs) {
       if (!pkg::uninstall(exactly, uninstalls)) return false;
     }
     const std::vector<std::string> installs = filters_of(pairs, kActionInstall);
-    return installs.empty() || pkg::install(context, installs);
+    if (!installs.empty() && !pkg::install(context, installs)) return false;
+    log_local_files(context);
+    return true;
   });
 }
 

@@ -11,6 +11,7 @@
 #include <boost/sort/spinsort/spinsort.hpp>
 
 #include "pkg/list_files.h"
+#include "pkg/local_files.h"
 #include "pkg/package_url.h"
 #include "pkg/pkg_xml_writer.h"
 #include "pkg/replace_file.h"
@@ -48,22 +49,13 @@ void collect_locations(const package_t& package, catalog_entries_t& all) {
   }
 }
 
-// The value of a namespace entry: a member path, or a map that may mark a public identifier.
 void collect_identifiers(const package_t& package, catalog_entries_t& all) {
   const json::object* names = package.meta.namespace_catalog();
   if (names == nullptr) return;
   const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
   for (const json::key_value_pair& entry : *names) {
     const std::string_view name = view(entry.key());
-    const json::value* path = &entry.value();
-    bool is_public = false;
-    if (const json::object* details = entry.value().if_object()) {
-      path = details->if_contains("path");
-      const json::value* flag = details->if_contains("public");
-      is_public = flag != nullptr && framework::to_bool(*flag);
-    }
-    const json::value none;
-    const std::string_view member = framework::as_string(path == nullptr ? none : *path);
+    const auto [member, is_public] = read_namespace_entry(entry.value());
     if (is_public) {
       all.identifiers.push_back({name, root_url, member, true});
       continue;
@@ -197,9 +189,11 @@ bool update_catalogs(core_context& context) {
 
 bool write_catalogs(core_context& context, const pkgs_available_t& installed) {
   catalog_entries_t entries;
+  std::vector<const package_t*> packages;
   for (const package_t& package : installed.packages()) {
     try {
       collect(package, entries);
+      packages.push_back(&package);
     } catch (const metadata_error& error) {
       warn_metadata(context, error, "The catalogs are written without the package.");
     }
@@ -215,6 +209,7 @@ bool write_catalogs(core_context& context, const pkgs_available_t& installed) {
   for (const catalog_t& catalog : catalogs) {
     if (!replace_catalog(context, catalog.name, catalog.text(entries))) return false;
   }
+  update_local_files(context, packages);
   return true;
 }
 

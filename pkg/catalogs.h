@@ -12,7 +12,7 @@ void check_catalog_entries(const package_t& package);
 /// Loads the list of installed packages and writes "namespace-mapping-catalog.xml", "catalog.xml"
 /// and "remapping.xml", in this order. The first that cannot be written ends the update. Failures
 /// are reported by whoever met them. A package whose entries have a wrong type is left out, with a
-/// warning.
+/// warning. Last, the files for other programs follow, see local_files.h.
 bool update_catalogs(core_context& context);
 /// The same for a list of installed packages that is at hand.
 bool write_catalogs(core_context& context, const pkgs_available_t& installed);

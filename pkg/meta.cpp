@@ -57,4 +57,15 @@ void meta_t::check() const {
   }
 }
 
+namespace_entry_t read_namespace_entry(const json::value& value) {
+  const json::object* details = value.if_object();
+  if (details == nullptr) return {framework::as_string(value)};
+  // A path that is missing has the wrong type.
+  static const json::value none;
+  const json::value* path = details->if_contains("path");
+  const json::value* flag = details->if_contains("public");
+  return {framework::as_string(path == nullptr ? none : *path),
+          flag != nullptr && framework::to_bool(*flag)};
+}
+
 }  // namespace zendro::pkg

@@ -12,6 +12,15 @@ namespace zendro::pkg {
 
 namespace json = boost::json;
 
+/// What an entry of the member "namespace_catalog" says.
+struct namespace_entry_t {
+  std::string_view member_path;
+  bool is_public = false;  ///< its key is a public identifier
+};
+/// Reads the value of such an entry: a member path, or a map that may mark a public identifier.
+/// Throws framework::JsonError for any other.
+namespace_entry_t read_namespace_entry(const json::value& value);
+
 /// Views the map; the list that it was read with keeps it alive. A missing member reads as empty;
 /// a member of the wrong type throws framework::JsonError.
 class meta_t {

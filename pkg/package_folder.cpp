@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "framework/system/files.h"
+#include "framework/system/removal.h"
 #include "framework/text/ascii.h"
 #include "pkg/percent_encoding.h"
 
@@ -30,40 +31,14 @@ bool is_short_name(std::string_view name) {
          base.find_first_not_of("0123456789", tilde + 1) == std::string_view::npos;
 }
 
-bool remove_contents(core_context& context, const Folder& folder, const std::string& path,
-                     int depth, IoError& error) {
-  if (depth > kDeepestFolder) {
-    error.text = path + ": folders are nested too deeply";
-    return false;
-  }
-  std::vector<Folder::Entry> entries;
-  if (!folder.list(entries, error)) return false;
-  for (const Folder::Entry& entry : entries) {
-    const std::string entry_path = path + entry.name;
-    const bool is_folder = entry.kind == EntryKind::folder;
-    if (is_folder) {
-      const std::unique_ptr<Folder> inner = folder.open_folder(entry.name, error);
-      if (!inner || !remove_contents(context, *inner, entry_path + framework::kPathSeparator,
-                                     depth + 1, error)) {
-        return false;
-      }
-    }
-    const bool removed =
-        is_folder ? folder.remove_folder(entry.name, error) : folder.remove_file(entry.name, error);
-    if (removed) {
-      context.log(is_folder ? msg::Code::log_delete_folder : msg::Code::log_delete_file,
-                  msg::kLevelProgress, {path_argument(entry_path)});
-    } else if (folder.kind_of(entry.name) == EntryKind::absent) {
-      // Somebody else was quicker.
-      error = {};
-      context.log(
-          is_folder ? msg::Code::log_delete_folder_ignored : msg::Code::log_delete_file_ignored,
-          msg::kLevelProgress, {path_argument(entry_path)});
-    } else {
-      return false;
-    }
-  }
-  return true;
+// Logs what the removal of a package takes away.
+framework::RemovalSink logging(core_context& context) {
+  return [&context](const std::string& path, bool is_folder, bool was_gone) {
+    const msg::Code gone =
+        is_folder ? msg::Code::log_delete_folder_ignored : msg::Code::log_delete_file_ignored;
+    const msg::Code done = is_folder ? msg::Code::log_delete_folder : msg::Code::log_delete_file;
+    context.log(was_gone ? gone : done, msg::kLevelProgress, {path_argument(path)});
+  };
 }
 
 }  // namespace
@@ -113,7 +88,9 @@ bool package_folder::remove(core_context& context, IoError& error) const {
     return false;
   }
   if (folder) {
-    if (!remove_contents(context, **folder, path_, 0, error)) return false;
+    if (!framework::remove_contents(**folder, path_, kDeepestFolder, logging(context), error)) {
+      return false;
+    }
     folder->reset();  // an open folder would not be gone at once everywhere
     const borrowed_folder parent = folders_.open(type_);
     if (!parent) {

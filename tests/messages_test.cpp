@@ -20,9 +20,10 @@ TEST(MessageTable, CodesAreRowNumbersAndUnknownOnesAreEmpty) {
   EXPECT_EQ(message_identifier(0), L"verbose_start_loading_pkg_catalog");
   EXPECT_EQ(message_identifier(43), L"log_file_exists");
   EXPECT_EQ(message_identifier(82), L"label_conflicts");
+  EXPECT_EQ(message_identifier(84), L"local_files_left_out");
   EXPECT_EQ(message_text(25), L"Zendro {pkgtype} {path} doesn not exist.");
   EXPECT_EQ(message_text(49), L"The following depricated {pkgtypes} will be removed: {pkgs}.");
-  for (const int code : {-1, 83, 84, 1'000'000}) {
+  for (const int code : {-1, 83, 86, 1'000'000}) {
     EXPECT_TRUE(message_identifier(code).empty());
     EXPECT_TRUE(message_text(code).empty());
   }

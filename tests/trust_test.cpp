@@ -71,6 +71,9 @@ TEST_F(TrustTest, FolderNamesThatLeadElsewhereAreRefusedEverywhere) {
         json::serialize(json::object{{"a-1.0.0", hostile.meta()}, {"b-1.0.0", good.meta()}}));
     publish({hostile, good}, 2);
     ASSERT_TRUE(cache().update_store_information(true));
+    messages = take_messages();
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_TRUE(messages[0].starts_with("! local_files_left_out ")) << messages[0];
     const auto installed_state = snapshot();
     EXPECT_FALSE(cache().uninstall({"b", "a"}));
     messages = take_messages();

@@ -19,6 +19,7 @@ struct ZipEntry {
   std::optional<std::uint64_t> size = {};  ///< unpacked, written in the zip64 form
   std::uint16_t flags = 0x0800;            ///< names are UTF-8
   std::optional<std::uint16_t> method = {};
+  std::uint16_t mode = 0;  ///< type and rights of Unix
 };
 
 namespace zip_detail {
@@ -75,10 +76,11 @@ inline std::string make_zip(const std::vector<ZipEntry>& entries, bool zip64 = f
     put<std::uint16_t>(common, static_cast<std::uint16_t>(extra.size()));
 
     directory += "PK\1\2";
-    put<std::uint16_t>(directory, 45);
+    put<std::uint16_t>(directory, entry.mode == 0 ? 45 : 3 << 8 | 45);
     put<std::uint16_t>(directory, 45);
     directory += common;
-    directory.append(10, '\0');  // comment, disk, attributes
+    directory.append(6, '\0');  // comment, disk, kind of contents
+    put<std::uint32_t>(directory, std::uint32_t{entry.mode} << 16);
     put<std::uint32_t>(directory, static_cast<std::uint32_t>(out.size()));
     directory += entry.name + extra;
 

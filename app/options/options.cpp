@@ -138,6 +138,10 @@ json::value get_io_verify(const json::object* options) {
   return lookup(options, option::io_verify, true);
 }
 
+json::value get_local_files(const json::object* options) {
+  return lookup(options, option::local_files, true);
+}
+
 json::value get_member_size_limit(const json::object* options) {
   return lookup(options, option::member_size_limit, kMemberSizeLimit);
 }

@@ -28,6 +28,7 @@ inline constexpr std::string_view telemetry = "pkg.telemetry";
 inline constexpr std::string_view member_size_limit = "pkg.member_size_limit";
 inline constexpr std::string_view telemetry_url = "pkg.telemetry_url";
 inline constexpr std::string_view io_verify = "pkg.io.verify";
+inline constexpr std::string_view local_files = "pkg.local_files";
 inline constexpr std::string_view log_remote_io = "pkg.log-remote-io";
 inline constexpr std::string_view keep_references = "pkg.uninstall.keep-references";
 inline constexpr std::string_view uninstall_keep = "pkg.uninstall.keep";
@@ -56,12 +57,13 @@ json::value get_pkgs_available_name(const json::object* options);
 json::value get_pkgs_installed_name(const json::object* options);
 json::value get_store_bootstrap_url(const json::object* options);
 json::value get_telemetry_url(const json::object* options);
-// null where the key is missing counts as false. Telemetry and the proof of members that are read
-// through package URLs are true where the key is missing.
+// null where the key is missing counts as false. Telemetry, the proof of members that are read
+// through package URLs, and the files for other tools are true where the key is missing.
 json::value get_log_remote_io(const json::object* options);
 json::value get_keep_references(const json::object* options);
 json::value get_telemetry(const json::object* options);
 json::value get_io_verify(const json::object* options);
+json::value get_local_files(const json::object* options);
 /// The bytes that a member has at most.
 json::value get_member_size_limit(const json::object* options);
 /// That number. Throws JsonError for what is none from 1 on.

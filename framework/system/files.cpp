@@ -1,5 +1,6 @@
 #include "framework/system/files.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "framework/system/file_stream.h"
@@ -77,6 +78,17 @@ fs::path path_from_file_url(std::string_view url) {
     return {};
   }
   return url.starts_with('/') ? path_from_url_path(percent_decode(url)) : fs::path();
+}
+
+std::string file_url(const fs::path& path) {
+  std::string text = path_to_utf8(path);
+  std::replace(text.begin(), text.end(), kPathSeparator, '/');
+  // What begins with two slashes names its host, one slash this machine, none a drive.
+  std::string url = text.starts_with("//")  ? "file:"
+                    : text.starts_with('/') ? "file://"
+                                            : "file:///";
+  append_encoded_path(url, text);
+  return url;
 }
 
 }  // namespace zendro::framework

@@ -34,6 +34,9 @@ std::filesystem::path resolved_path(const std::filesystem::path& path);
 /// is not absolute, or names a file of another host.
 std::filesystem::path path_from_file_url(std::string_view url);
 
+/// The file: URL of an absolute path (RFC 8089), encoded as append_encoded_path() does.
+std::string file_url(const std::filesystem::path& path);
+
 /// Opens a regular file for reading; null, with the cause in `error`, on failure. Anything but a
 /// regular file is refused without waiting for it.
 std::shared_ptr<IOImpl_base> open_file(const std::filesystem::path& path, IoError& error);

@@ -39,6 +39,10 @@ std::uint64_t mixed(std::uint64_t value) {
 }  // namespace
 
 bool is_plain_name(std::string_view name) {
+  return is_plain_or_device_name(name) && !is_device_name(name);
+}
+
+bool is_plain_or_device_name(std::string_view name) {
   constexpr std::size_t kLongestName = 255;
   constexpr std::string_view kRefused = "/\\:*?\"<>|";
   if (name.empty() || name.size() > kLongestName) return false;
@@ -51,7 +55,7 @@ bool is_plain_name(std::string_view name) {
     if (length == 1 && kRefused.find(name[i]) != std::string_view::npos) return false;
     i += length;
   }
-  return !is_device_name(name);
+  return true;
 }
 
 std::shared_ptr<IOImpl_base> Folder::open_file(std::string_view name, IoError& error) const {
@@ -69,6 +73,12 @@ std::shared_ptr<IOImpl_base> Folder::create_file(std::string_view name, IoError&
     return nullptr;
   }
   return make_file_stream(std::move(file), FileAccess::write, label(name));
+}
+
+std::shared_ptr<IOImpl_base> Folder::create_new_file(std::string_view name, IoError& error) const {
+  bool is_foreign = false;
+  SystemFile file = open_entry(name, OpenHow::write_new, is_foreign, error);
+  return file ? make_file_stream(std::move(file), FileAccess::write, label(name)) : nullptr;
 }
 
 std::shared_ptr<IOImpl_base> Folder::append_file(std::string_view name, IoError& error) const {

@@ -23,6 +23,9 @@ namespace zendro::framework {
 /// without separators, colon, control characters and other characters that Windows refuses, no
 /// reserved device name, no trailing dot or blank; valid UTF-8 of at most 255 bytes.
 bool is_plain_name(std::string_view name);
+/// The same, device names included: for what has its names from other programs. On Windows, where
+/// they are reserved, a Folder still makes nothing with such a name.
+bool is_plain_or_device_name(std::string_view name);
 
 /// What stands under a name. `other` is a link, a pipe or the like, or something that could not be
 /// looked at.
@@ -51,6 +54,11 @@ class Folder {
   /// Gives the file `name` another name, in the place of a file that has it already.
   virtual bool rename_file(std::string_view name, std::string_view new_name,
                            IoError& error) const = 0;
+  /// Gives the file `name` a second name, `new_name` in `target` (a hard link). False where
+  /// something has that name already, where `name` is no regular file, and where the system or its
+  /// file system cannot do that or the user may not.
+  virtual bool link_file(std::string_view name, const Folder& target, std::string_view new_name,
+                         IoError& error) const = 0;
   /// Removes a file, or a link as itself.
   virtual bool remove_file(std::string_view name, IoError& error) const = 0;
   /// Removes an empty folder.
@@ -64,6 +72,8 @@ class Folder {
   std::shared_ptr<IOImpl_base> open_file(std::string_view name, IoError& error) const;
   /// Creates or truncates the file `name` for writing.
   std::shared_ptr<IOImpl_base> create_file(std::string_view name, IoError& error) const;
+  /// Creates the file `name` for writing; refused where something stands.
+  std::shared_ptr<IOImpl_base> create_new_file(std::string_view name, IoError& error) const;
   /// Opens the file `name` for writing at its end: created when missing.
   std::shared_ptr<IOImpl_base> append_file(std::string_view name, IoError& error) const;
   /// Reads the whole file `name` as read_file(path, ...) does.

@@ -112,6 +112,23 @@ class PosixFolder : public Folder {
     return false;
   }
 
+  bool link_file(std::string_view name, const Folder& target, std::string_view new_name,
+                 IoError& error) const override {
+    const auto* there = dynamic_cast<const PosixFolder*>(&target);
+    if (there == nullptr || !accept(name, error) || !there->accept(new_name, error)) return false;
+    const std::string from(name);
+    const std::string to(new_name);
+    if (linkat(folder_.get(), from.c_str(), there->folder_.get(), to.c_str(), 0) != 0) {
+      error = system_error(there->label(new_name), errno);
+      return false;
+    }
+    if (there->kind_at(to) == EntryKind::file) return true;
+    // A link, or a pipe, has got a second name.
+    error.text = label(name) + ": is not a file";
+    unlinkat(there->folder_.get(), to.c_str(), 0);
+    return false;
+  }
+
   bool remove_file(std::string_view name, IoError& error) const override {
     return accept(name, error) && remove(name, 0, error);
   }

@@ -35,6 +35,8 @@ struct DispositionInfoEx {
 };
 // FileRenameInformation, which some headers leave out.
 constexpr int kRenameInformation = 10;
+// FileLinkInformation, whose structure is the same.
+constexpr int kLinkInformation = 11;
 constexpr DWORD kDelete = 1;
 constexpr DWORD kPosixSemantics = 2;
 
@@ -126,19 +128,20 @@ bool remove_opened(HANDLE opened) {
          0;
 }
 
-// Gives what is open another name in its folder, in the place of a file that has it.
-DWORD rename_opened(HANDLE opened, HANDLE folder, const std::wstring& name) {
+// Gives what is open another name (kRenameInformation, in the place of a file that has it), or a
+// second one (kLinkInformation), in a folder.
+DWORD name_opened(HANDLE opened, HANDLE folder, const std::wstring& name, int information) {
   const std::size_t bytes = name.size() * sizeof(wchar_t);
   std::vector<char> buffer(sizeof(FILE_RENAME_INFORMATION) + bytes);
   auto* const renaming = new (buffer.data()) FILE_RENAME_INFORMATION{};
-  renaming->ReplaceIfExists = TRUE;
+  renaming->ReplaceIfExists = information == kRenameInformation ? TRUE : FALSE;
   renaming->RootDirectory = folder;
   renaming->FileNameLength = static_cast<ULONG>(bytes);
   std::memcpy(buffer.data() + offsetof(FILE_RENAME_INFORMATION, FileName), name.data(), bytes);
   IO_STATUS_BLOCK status{};
   const NTSTATUS result =
       NtSetInformationFile(opened, &status, renaming, static_cast<ULONG>(buffer.size()),
-                           static_cast<FILE_INFORMATION_CLASS>(kRenameInformation));
+                           static_cast<FILE_INFORMATION_CLASS>(information));
   return result < 0 ? RtlNtStatusToDosError(result) : ERROR_SUCCESS;
 }
 
@@ -232,11 +235,31 @@ class Win32Folder : public Folder {
     DWORD code = entry.code();
     if (entry) {
       const bool is_folder = kind_of_attributes(entry.attributes()) == EntryKind::folder;
-      code = is_folder ? ERROR_DIRECTORY
-                       : rename_opened(entry.get(), folder_.get(), to_wide(new_name));
+      code = is_folder
+                 ? ERROR_DIRECTORY
+                 : name_opened(entry.get(), folder_.get(), to_wide(new_name), kRenameInformation);
     }
     if (code == ERROR_SUCCESS) return true;
     error = system_error(label(new_name), static_cast<int>(code));
+    return false;
+  }
+
+  bool link_file(std::string_view name, const Folder& target, std::string_view new_name,
+                 IoError& error) const override {
+    const auto* there = dynamic_cast<const Win32Folder*>(&target);
+    if (there == nullptr || !accept(name, error) || !there->accept_new(new_name, error)) {
+      return false;
+    }
+    const OpenEntry entry(folder_.get(), name, FILE_WRITE_ATTRIBUTES, FILE_OPEN);
+    DWORD code = entry.code();
+    if (entry) {
+      const bool is_file = kind_of_attributes(entry.attributes()) == EntryKind::file;
+      code = !is_file ? ERROR_NOT_SUPPORTED
+                      : name_opened(entry.get(), there->folder_.get(), to_wide(new_name),
+                                    kLinkInformation);
+    }
+    if (code == ERROR_SUCCESS) return true;
+    error = system_error(there->label(new_name), static_cast<int>(code));
     return false;
   }
 

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "framework/text/ascii.h"
+
 namespace zendro::framework {
 
 int hex_digit_value(char digit) {
@@ -34,6 +36,22 @@ void append_percent_encoded(std::string& out, unsigned char byte) {
   out += '%';
   out += kDigits[byte >> 4];
   out += kDigits[byte & 0xF];
+}
+
+void append_encoded_path(std::string& out, std::string_view path) {
+  constexpr std::string_view kKept = "-._~!$&'()*+,;=@/";
+  const bool has_drive = path.size() > 1 && is_ascii_letter(path[0]) && path[1] == ':' &&
+                         (path.size() == 2 || path[2] == '/');
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    const char c = path[i];
+    const bool is_kept = is_ascii_letter(c) || is_ascii_digit(c) ||
+                         kKept.find(c) != std::string_view::npos || (has_drive && i == 1);
+    if (is_kept) {
+      out += c;
+    } else {
+      append_percent_encoded(out, static_cast<unsigned char>(c));
+    }
+  }
 }
 
 }  // namespace zendro::framework

@@ -266,27 +266,69 @@ std::optional<zip_uint64_t> locate(zip_t* zip, const std::string& name) {
   return static_cast<zip_uint64_t>(index);
 }
 
+// Whether the attributes of a member are those of neither a file nor a folder.
+bool is_special(zip_t* zip, zip_uint64_t index) {
+  constexpr zip_uint32_t kReparsePoint = 0x400;  // of Windows
+  constexpr zip_uint32_t kTypeMask = 0170000;    // of Unix, in the upper half
+  constexpr zip_uint32_t kFile = 0100000;
+  constexpr zip_uint32_t kFolder = 0040000;
+  zip_uint8_t system = 0;
+  zip_uint32_t attributes = 0;
+  if (zip_file_get_external_attributes(zip, index, 0, &system, &attributes) != 0) return true;
+  const zip_uint32_t type = attributes >> 16 & kTypeMask;
+  return (type != 0 && type != kFile && type != kFolder) || (attributes & kReparsePoint) != 0;
+}
+
 class LibzipArchive : public ZipArchive {
  public:
   explicit LibzipArchive(std::shared_ptr<OpenArchive> archive) : archive_(std::move(archive)) {}
 
   std::shared_ptr<IOImpl_base> open_member(std::string_view name, IoError& error) override {
+    zip_t* const zip = archive_->zip.get();
+    auto index = locate(zip, std::string(name));
+    if (!index) index = locate(zip, percent_decode(name));
+    if (index) return open_at(*index, name, error);
+    error.text = label_of(name) + ": the archive holds no such member";
+    return nullptr;
+  }
+
+  [[nodiscard]] std::vector<ArchiveEntry> entries() const override {
+    zip_t* const zip = archive_->zip.get();
+    const auto count =
+        static_cast<zip_uint64_t>(std::max<zip_int64_t>(zip_get_num_entries(zip, 0), 0));
+    std::vector<ArchiveEntry> entries(count);
+    for (zip_uint64_t index = 0; index < count; ++index) {
+      const char* const name = zip_get_name(zip, index, 0);
+      // Without a name it is nothing that could be unpacked.
+      entries[index] = {name == nullptr ? "" : name, is_special(zip, index)};
+    }
+    return entries;
+  }
+
+  std::shared_ptr<IOImpl_base> open_entry(std::size_t place, IoError& error) override {
+    const char* const name = zip_get_name(archive_->zip.get(), place, 0);
+    return open_at(place, name == nullptr ? "" : name, error);
+  }
+
+ private:
+  [[nodiscard]] std::string label_of(std::string_view name) const {
     std::string label = archive_->label;
     label += kZipSeparator;
     label += name;
+    return label;
+  }
+
+  std::shared_ptr<IOImpl_base> open_at(zip_uint64_t index, std::string_view name, IoError& error) {
+    const std::string label = label_of(name);
     const auto fail = [&](const std::string& cause) {
       error.text = label + ": " + cause;
       return nullptr;
     };
     zip_t* const zip = archive_->zip.get();
-    auto index = locate(zip, std::string(name));
-    if (!index) index = locate(zip, percent_decode(name));
-    if (!index) return fail("the archive holds no such member");
-
     zip_stat_t status;
     zip_stat_init(&status);
-    const char* const stored_name = zip_get_name(zip, *index, 0);
-    if (stored_name == nullptr || zip_stat_index(zip, *index, 0, &status) != 0) {
+    const char* const stored_name = zip_get_name(zip, index, 0);
+    if (stored_name == nullptr || zip_stat_index(zip, index, 0, &status) != 0) {
       return fail(zip_strerror(zip));
     }
     if (std::string_view(stored_name).ends_with('/')) return fail("is a folder of the archive");
@@ -302,13 +344,12 @@ class LibzipArchive : public ZipArchive {
       return fail("has no possible size");
     }
     const auto size = static_cast<std::int64_t>(status.size);
-    auto member = std::make_shared<ZipMemberStream>(archive_, *index, size, label);
+    auto member = std::make_shared<ZipMemberStream>(archive_, index, size, label);
     if (member->restart()) return member;
     error = member->error();
     return nullptr;
   }
 
- private:
   std::shared_ptr<OpenArchive> archive_;
 };
 

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "framework/io/io.h"
 
@@ -12,6 +14,12 @@ namespace zendro::framework {
 /// What one byte of an archive unpacks to at most, by the format of deflate (RFC 1951): 258 bytes
 /// from two bits.
 inline constexpr std::uint64_t kMostUnpacked = 1032;
+
+/// What the directory of an archive says of a member.
+struct ArchiveEntry {
+  std::string name;         ///< UTF-8; that of a folder ends with "/"
+  bool is_special = false;  ///< it stands for a link, a pipe or the like
+};
 
 /// An open archive: its directory is read once, whatever the number of members that are opened.
 /// The archive, its members and the stream below them are used by one thread at a time; the
@@ -32,6 +40,11 @@ class ZipArchive {
   /// in `error`, on failure, also for a folder, for an encrypted member, and for any compression
   /// but deflate. No byte of the archive is read for two members: it fails for the second one.
   virtual std::shared_ptr<IOImpl_base> open_member(std::string_view name, IoError& error) = 0;
+
+  /// All members in the order of the directory, which may name one twice.
+  [[nodiscard]] virtual std::vector<ArchiveEntry> entries() const = 0;
+  /// Opens the member at a place of entries(), as open_member() does.
+  virtual std::shared_ptr<IOImpl_base> open_entry(std::size_t place, IoError& error) = 0;
 };
 
 /// Opens one member of an archive, see ZipArchive.

@@ -1,0 +1,157 @@
+#include "pkg/local_files.h"
+
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "app/options/options.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
+#include "framework/system/guarded.h"
+#include "framework/system/removal.h"
+#include "pkg/cache_write_lock.h"
+#include "pkg/list_files.h"
+#include "pkg/local/build.h"
+#include "pkg/local/update.h"
+#include "pkg/opened_folder.h"
+#include "pkg/package_folder.h"
+#include "pkg/percent_encoding.h"
+
+namespace zendro::pkg {
+namespace {
+
+using framework::Folder;
+using framework::IoError;
+
+constexpr std::string_view kLocalFolder = "local";
+
+std::string_view as_view(json::string_view text) { return {text.data(), text.size()}; }
+
+bool is_wanted(const core_context& context) {
+  return framework::to_bool(app::get_local_files(&context.options()));
+}
+
+std::string local_path(const core_context& context) {
+  return context.cache_file(kLocalFolder) + framework::kPathSeparator;
+}
+
+// A failure that concerns no single package.
+void warn_of_trouble(core_context& context, const IoError& error) {
+  context.warn(msg::Code::update_cache_catalog, {context.pkgtype()}, error.text);
+}
+
+void warn_left_out(core_context& context, const std::string& identity, std::string_view cause) {
+  context.warn(
+      msg::Code::local_files_left_out,
+      {context.pkgtype(), text_argument(L"pkg", identity), path_argument(local_path(context))},
+      cause);
+}
+
+void collect_members(const package_t& package, local::package_t& out) {
+  const json::object* files = package.meta.files();
+  if (files == nullptr) return;
+  for (const json::key_value_pair& file : *files) {
+    const std::string_view path = as_view(file.key());
+    const auto digest = framework::parse_sha256(framework::as_string(file.value()));
+    if (!digest) throw framework::JsonError(std::string(path) + ": has no digest");
+    out.members.push_back({path, local_member_name(path), *digest});
+  }
+}
+
+void collect_keys(const package_t& package, local::package_t& out) {
+  if (const json::object* locations = package.meta.catalogs()) {
+    for (const json::key_value_pair& entry : *locations) {
+      const std::string_view key = as_view(entry.key());
+      out.keys.push_back({key.ends_with('/') ? local::key_kind::prefix : local::key_kind::location,
+                          key, framework::as_string(entry.value())});
+    }
+  }
+  if (const json::object* names = package.meta.namespace_catalog()) {
+    for (const json::key_value_pair& entry : *names) {
+      const namespace_entry_t target = read_namespace_entry(entry.value());
+      out.keys.push_back(
+          {target.is_public ? local::key_kind::public_id : local::key_kind::name_space,
+           as_view(entry.key()), target.member_path});
+    }
+  }
+}
+
+// What a package brings; throws JsonError where its metadata has a wrong type.
+local::package_t described(core_context& context, const package_t& package) {
+  local::package_t out{to_string(package.identity), {}, {}, {}};
+  collect_members(package, out);
+  collect_keys(package, out);
+  out.open = [&context, &package](IoError& error) -> std::unique_ptr<Folder> {
+    const package_folder place(context, package.meta);
+    opened_folder folder = place.open();
+    if (folder) return std::move(*folder);
+    error = folder.error().cause();
+    if (!error) error.text = place.path() + ": the folder does not exist";
+    return nullptr;
+  };
+  return out;
+}
+
+void make_local_files(core_context& context, const Folder& root,
+                      std::span<const package_t* const> packages) {
+  opened_folder folder = create_in(root, kLocalFolder);
+  if (!folder && root.kind_of(kLocalFolder) != framework::EntryKind::folder) {
+    // Something else stands in its place.
+    IoError error;
+    if (framework::remove_all(root, kLocalFolder, local::kMostLevels, error)) {
+      folder = create_in(root, kLocalFolder);
+    }
+  }
+  if (!folder) return warn_of_trouble(context, folder.error().cause());
+  std::vector<local::package_t> described_packages;
+  std::vector<local::mapping_t> mappings;
+  for (const package_t* package : packages) {
+    try {
+      described_packages.push_back(described(context, *package));
+      if (const json::object* pairs = package->meta.uri_mappings()) {
+        for (const json::key_value_pair& pair : *pairs) {
+          mappings.push_back({as_view(pair.key()), framework::as_string(pair.value())});
+        }
+      }
+    } catch (const framework::JsonError& error) {
+      warn_metadata(context, metadata_error(package->identity, error),
+                    "Other programs do not find its files.");
+    }
+  }
+  local::update(**folder, described_packages, mappings,
+                {[&context](const std::string& identity, const std::string& cause) {
+                   warn_left_out(context, identity, cause);
+                 },
+                 [&context](const IoError& error) { warn_of_trouble(context, error); }});
+}
+
+}  // namespace
+
+void update_local_files(core_context& context, std::span<const package_t* const> packages) {
+  const auto work = [&] {
+    const std::lock_guard lock(cache_write_lock());
+    const borrowed_folder root = context.cache_folder().create();
+    if (!root) return warn_of_trouble(context, root.error().cause());
+    if (is_wanted(context)) return make_local_files(context, **root, packages);
+    IoError error;
+    if (!framework::remove_all(**root, kLocalFolder, local::kMostLevels, error)) {
+      warn_of_trouble(context, error);
+    }
+  };
+  framework::guarded(work,
+                     [&](const std::string& failure) { warn_of_trouble(context, {failure}); });
+}
+
+void log_local_files(core_context& context) {
+  framework::guarded(
+      [&context] {
+        if (!is_wanted(context)) return;
+        context.log(msg::Code::log_local_files, msg::kLevelProgress,
+                    {context.pkgtypes(), path_argument(local_path(context))});
+      },
+      [](const std::string&) {});
+}
+
+}  // namespace zendro::pkg
