@@ -8,6 +8,7 @@
 #include "msg/shown.h"
 #include "pkg/install.h"
 #include "pkg/list_files.h"
+#include "pkg/meta_filter.h"
 #include "pkg/package_file.h"
 #include "pkg/store.h"
 #include "pkg/uninstall.h"
@@ -168,6 +169,19 @@ bool pkg_cache_t::uninstall(const std::vector<std::string>& filters) {
 bool pkg_cache_t::update_store_information(bool force) {
   return run(force ? cache_use::creates : cache_use::writes, false, [force](core_context& context) {
     return pkg::update_store_information(context, force);
+  });
+}
+
+std::optional<verification_t> pkg_cache_t::verify(const std::vector<std::string>& filters,
+                                                  bool repairs) {
+  using Found = std::optional<verification_t>;
+  const cache_use use = repairs ? cache_use::writes : cache_use::reads;
+  return run(use, Found(), [&](core_context& context) -> Found {
+    const std::optional<pkgs_available_t> installed = pkg::load_installed(context);
+    if (!installed) return std::nullopt;
+    Found found = pkg::verify(context, *installed, select_installed(*installed, filters));
+    if (!found || !repairs || !is_damaged(*found)) return found;
+    return repair(context, *installed, *found) ? found : std::nullopt;
   });
 }
 

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,6 +27,7 @@
 #include "pkg/name_semver.h"
 #include "pkg/operation_turn.h"
 #include "pkg/package_list.h"
+#include "pkg/verify.h"
 
 namespace zendro::pkg {
 
@@ -42,6 +44,11 @@ class pkg_cache_t {
   void set_progress_sink(progress_sink sink) { outlets_.progress = std::move(sink); }
   /// Told of a wait for another operation.
   void set_wait_sink(wait_sink sink) { outlets_.waits = std::move(sink); }
+  /// Asked before each install and uninstall, see plan_sink.
+  void set_plan_sink(plan_sink sink) { outlets_.plan = std::move(sink); }
+  /// Once a stop is requested, operations end with a failure: downloads between two blocks, before
+  /// anything is recorded as installed. Removing is not interrupted.
+  void set_stop_token(std::stop_token stop) { outlets_.stop = std::move(stop); }
   /// Makes the HTTP transport of each operation; the program's own unless set.
   void set_transport_factory(transport_factory factory) {
     outlets_.make_transport = std::move(factory);
@@ -82,6 +89,9 @@ class pkg_cache_t {
   /// Brings the list of available packages up to date from the store, then the catalogs. Unless
   /// `force`, the cache must be initialised; with it, the cache root is created.
   bool update_store_information(bool force);
+  /// Proves what is installed of the filters' choice, of everything where there are none, see
+  /// verify(); with `repairs`, fetches anew what is not whole. Nothing after a message.
+  std::optional<verification_t> verify(const std::vector<std::string>& filters, bool repairs);
   /// Takes over what a package file holds: its members and its entries. The names that it
   /// provides, or nothing after a message.
   std::optional<std::vector<std::string>> read_package_file(std::string_view path);

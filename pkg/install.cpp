@@ -150,7 +150,7 @@ bool install_pkgs(core_context& context, const identity_set& requests,
   if (!installed) return false;
   const planner plans(available, *installed, pass_over_metadata);
   const plan_t plan = plans.plan({{}, asked_for});
-  if (!check_conflicts(context, plan.conflicts)) return false;
+  if (!check_conflicts(context, plan.conflicts) || !context.agree(plan)) return false;
 
   log_plan(context, plan);
   const level_replacements replaced = replaced_levels(plan.replaced);
