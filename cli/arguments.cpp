@@ -35,6 +35,7 @@ void add_reading(CLI::App& app, Arguments& to) {
   CLI::App* list = app.add_subcommand("list", "List packages");
   auto* which = list->add_option_group("which");
   which->require_option(0, 1);
+  which->set_help_flag();
   const auto flag = [&](const char* name, Listed listed, const char* description) {
     which->add_flag_callback(
         name, [&to, listed] { to.listed = listed; }, description);
@@ -50,26 +51,57 @@ void add_reading(CLI::App& app, Arguments& to) {
   show->add_option("package", to.text, "A name, or a name and a version")
       ->required()
       ->type_name("PACKAGE");
+  CLI::App* resolve = app.add_subcommand("resolve", "Say where the catalogs lead");
+  resolve->add_option("text", to.text, "A location, namespace, public identifier or package URL")
+      ->required()
+      ->type_name("TEXT");
+  CLI::App* cat = app.add_subcommand("cat", "Write the bytes of an installed file");
+  cat->add_option("url", to.text, "zendro://pkg/..., also inside archives")
+      ->required()
+      ->type_name("URL");
+  app.add_subcommand("lock", "Write what is installed, with all digests, as a lock document");
+  CLI::App* completion = app.add_subcommand("completion", "Print what completes words in a shell");
+  completion->add_option("shell", to.shell, "bash, zsh, fish or powershell")
+      ->required()
+      ->check(CLI::IsMember({"bash", "zsh", "fish", "powershell"}));
   CLI::App* env = app.add_subcommand("env", "Print what points XML tools at the catalogs");
   env->add_option("--shell", to.shell, "bash, powershell or json")
       ->check(CLI::IsMember({"bash", "powershell", "json"}));
 }
 
 void add_changing(CLI::App& app, Arguments& to) {
-  app.add_subcommand("update", "Bring the list of available packages up to date");
+  app.add_subcommand("update", "Bring the list of available packages up to date")
+      ->add_option("--from", to.file, "A store's archive on the disk, its digest in FILE.sha256")
+      ->type_name("FILE");
   const auto with_filters = [&](const char* name, const char* description) {
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("filters", to.filters, kFilters)->type_name("FILTER");
     command->add_flag("--dry-run", to.dry_run, "Only say what would be done");
     return command;
   };
-  with_filters("install", "Install packages and what they reference");
-  with_filters("upgrade", "Replace installed packages by their newest patches");
-  with_filters("uninstall", "Uninstall packages and what only they reference")
-      ->add_flag("--keep-references", to.keep_references, "Keep what they reference");
-  for (const char* name : {"install", "uninstall"}) {
-    app.get_subcommand(name)->get_option("filters")->required();
-  }
+  const auto filters = [&](CLI::App* command) {
+    return command->add_option("filters", to.filters, kFilters)->type_name("FILTER");
+  };
+  CLI::App* what = with_filters("install", "Install packages and what they reference")
+                       ->add_option_group("what")
+                       ->require_option(1);
+  what->set_help_flag();
+  filters(what);
+  what->add_option("--locked", to.file, "Install exactly what this lock document names")
+      ->type_name("FILE");
+  filters(with_filters("upgrade", "Replace installed packages by their newest patches"));
+  CLI::App* uninstall =
+      with_filters("uninstall", "Uninstall packages and what only they reference");
+  filters(uninstall)->required();
+  uninstall->add_flag("--keep-references", to.keep_references, "Keep what they reference");
+
+  CLI::App* verify = app.add_subcommand("verify", "Prove every installed file by its digest");
+  filters(verify);
+  verify->add_flag("--repair", to.repair, "Fetch anew what is not whole");
+  CLI::App* download = app.add_subcommand("download", "Write packages as a package file");
+  filters(download)->required();
+  download->add_option("-o,--output", to.output, "The file, or the folder for it")
+      ->required()
+      ->type_name("FILE");
 }
 
 std::unique_ptr<CLI::App> make_app(Arguments& to) {
@@ -85,6 +117,13 @@ std::unique_ptr<CLI::App> make_app(Arguments& to) {
     command->fallthrough();
   }
   return app;
+}
+
+// Formal public identifiers of unregistered owners begin like options: they go behind all others.
+void mark_public_identifiers(std::vector<std::string>& words) {
+  const auto first = std::stable_partition(
+      words.begin(), words.end(), [](const std::string& word) { return !word.starts_with("-//"); });
+  if (first != words.end()) words.insert(first, "--");
 }
 
 std::vector<std::string> options_of(const CLI::App& app) {
@@ -106,6 +145,7 @@ std::optional<int> parse_arguments(std::vector<std::string> words, Arguments& ar
                                    std::ostream& out, std::ostream& err) {
   const std::unique_ptr<CLI::App> app = make_app(arguments);
   try {
+    mark_public_identifiers(words);
     std::reverse(words.begin(), words.end());  // as the library takes them
     app->parse(words);
   } catch (const CLI::ParseError& error) {

@@ -24,8 +24,11 @@ namespace {
 
 const std::map<std::string_view, Command>& commands() {
   static const std::map<std::string_view, Command> all = {
-      {"env", env},   {"install", install},     {"list", list},     {"search", list},
-      {"show", show}, {"uninstall", uninstall}, {"update", update}, {"upgrade", upgrade}};
+      {"cat", cat},         {"completion", completion}, {"download", download},
+      {"env", env},         {"install", install},       {"list", list},
+      {"lock", lock},       {"resolve", resolve},       {"search", list},
+      {"show", show},       {"uninstall", uninstall},   {"update", update},
+      {"upgrade", upgrade}, {"verify", verify}};
   return all;
 }
 

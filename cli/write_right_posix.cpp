@@ -8,8 +8,8 @@
 namespace zendro::cli {
 
 bool is_write_denied(const std::filesystem::path& folder) {
-  return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0 &&
-         (errno == EACCES || errno == EROFS);
+  // A medium that is read-only is nobody's to write: the operation itself says that.
+  return faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0 && errno == EACCES;
 }
 
 }  // namespace zendro::cli

@@ -8,8 +8,11 @@
 #include "msg/shown.h"
 #include "pkg/install.h"
 #include "pkg/list_files.h"
+#include "pkg/lock_document.h"
 #include "pkg/meta_filter.h"
 #include "pkg/package_file.h"
+#include "pkg/package_file_writer.h"
+#include "pkg/pkg_io.h"
 #include "pkg/store.h"
 #include "pkg/uninstall.h"
 
@@ -172,6 +175,34 @@ bool pkg_cache_t::update_store_information(bool force) {
   });
 }
 
+bool pkg_cache_t::update_from_archive(std::string_view path) {
+  return run(cache_use::creates, false,
+             [&](core_context& context) { return pkg::update_from_archive(context, path); });
+}
+
+bool pkg_cache_t::install_locked(std::string_view path) {
+  return run(cache_use::writes, false,
+             [&](core_context& context) { return pkg::install_locked(context, path); });
+}
+
+bool pkg_cache_t::write_package_file(const std::vector<std::string>& filters,
+                                     std::string_view path) {
+  return run(cache_use::reads, false, [&](core_context& context) {
+    const unpacked_place place(path);
+    json::object options = options_;
+    options[app::option::install_root] = place.install_root();
+    core_context staged(type_, options, outlets_, global_lock_);
+    return pkg::write_package_file(context, staged, filters, path);
+  });
+}
+
+std::optional<std::string> pkg_cache_t::file_of(std::string_view package_url) {
+  return run(cache_use::reads, std::optional<std::string>(), [&](core_context& context) {
+    const std::optional<pkgs_available_t> installed = pkg::load_installed(context);
+    return installed ? pkg::file_of(context, installed->packages(), package_url) : std::nullopt;
+  });
+}
+
 std::optional<verification_t> pkg_cache_t::verify(const std::vector<std::string>& filters,
                                                   bool repairs) {
   using Found = std::optional<verification_t>;
@@ -181,7 +212,8 @@ std::optional<verification_t> pkg_cache_t::verify(const std::vector<std::string>
     if (!installed) return std::nullopt;
     Found found = pkg::verify(context, *installed, select_installed(*installed, filters));
     if (!found || !repairs || !is_damaged(*found)) return found;
-    return repair(context, *installed, *found) ? found : std::nullopt;
+    found->is_repaired = repair(context, *installed, *found);
+    return found;
   });
 }
 

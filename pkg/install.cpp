@@ -139,11 +139,11 @@ bool install(core_context& context, const std::vector<std::string>& filters) {
   if (requests.empty()) {
     return context.fail(msg::Code::no_pkgs_to_install, {context.pkgtypes()});
   }
-  return install_pkgs(context, requests, *available);
+  return install_pkgs(context, requests, *available, *available);
 }
 
 bool install_pkgs(core_context& context, const identity_set& requests,
-                  const pkgs_available_t& available) {
+                  const pkgs_available_t& available, const pkgs_available_t& known) {
   const std::vector<list_position> asked_for = positions_of(available.packages(), requests);
   if (!check_references(context, available, asked_for)) return false;
   std::optional<pkgs_available_t> installed = load_installed(context);
@@ -155,7 +155,7 @@ bool install_pkgs(core_context& context, const identity_set& requests,
   log_plan(context, plan);
   const level_replacements replaced = replaced_levels(plan.replaced);
   if (!provide(context, plan.installs, available, *installed) ||
-      !remove_replaced(context, replaced, available)) {
+      !remove_replaced(context, replaced, known)) {
     return false;
   }
   if (!update_catalogs(context)) {

@@ -264,7 +264,7 @@ bool is_damaged(const verification_t& verification) {
 
 std::optional<verification_t> verify(core_context& context, const pkgs_available_t& installed,
                                      const std::vector<const package_t*>& packages) {
-  verification_t verification{packages.size(), count_members(packages), {}};
+  verification_t verification{packages.size(), count_members(packages), {}, false};
   context.progress().begin(verification.members);
   verifying run(context, installed);
   for (const package_t* package : packages) {

@@ -31,6 +31,7 @@ struct verification_t {
   std::uint64_t packages = 0;
   std::uint64_t members = 0;               ///< that were looked at
   std::vector<member_finding_t> findings;  ///< in package order
+  bool is_repaired = false;                ///< all but foreign files, since it was found
 };
 
 /// Whether anything but foreign files was found.

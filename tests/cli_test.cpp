@@ -1,6 +1,9 @@
 // The command-line program: what it writes, how it ends, and what is on disk afterwards.
+#include "app/options/options.h"
+#include "framework/io/digest.h"
 #include "tests/cli_fixture.h"
 #include "tests/lock_at.h"
+#include "tests/zip_builder.h"
 
 namespace zendro::tests {
 namespace {
@@ -189,6 +192,159 @@ TEST_F(CliTest, OptionsThatCannotBeReadAreNamed) {
   const ProcessOutcome outcome = zendro({"list"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, StartsWith("error: Can't read options from $/appdata/Zendro/options"));
+}
+
+TEST_F(CliTest, VerifyFindsEachKindOfDamageAndRepairsIt) {
+  start_with(some_packages());
+  ASSERT_TRUE(cache().install({"app", "wms"}));
+  const auto whole = snapshot();
+  EXPECT_EQ(zendro({"verify"}).out, "");
+  write_text(package_folder("app-1.0.0") / "stranger.txt", "?");
+  EXPECT_EQ(zendro({"verify"}).out, "foreign  $/pkgs/xsd/app-1.0.0/stranger.txt\n");
+  write_text(package_folder("app-1.0.0") / "app-1.0.0.zip", "bytes of app-1.0.1");
+  std::filesystem::remove(package_folder("base-1.0.0") / "base-1.0.0.zip");
+  std::filesystem::remove_all(package_folder("lib-1.0.1"));
+  std::filesystem::remove(package_folder("wms-1.0.0") / "wms-1.0.0.zip");
+  std::filesystem::create_directory(package_folder("wms-1.0.0") / "wms-1.0.0.zip");
+  const std::string base = "missing  $/pkgs/xsd/base-1.0.0/base-1.0.0.zip\n";
+  const ProcessOutcome found = zendro({"verify"});
+  EXPECT_EQ(found.status, 3);
+  EXPECT_THAT(found.out, StartsWith("damaged  $/pkgs/xsd/app-1.0.0/app-1.0.0.zip\n"
+                                    "foreign  $/pkgs/xsd/app-1.0.0/stranger.txt\n" +
+                                    base + "missing  $/pkgs/xsd/lib-1.0.1/lib-1.0.1.zip\n" +
+                                    "unreadable  $/pkgs/xsd/wms-1.0.0/wms-1.0.0.zip  ("));
+  EXPECT_EQ(objects({"verify"}, 3).back().at("findings").as_array().size(), 5u);
+  EXPECT_EQ(zendro({"verify", "base"}).out, base);
+  EXPECT_EQ(zendro({"verify", "lib", "app-2"}).status, 3);
+
+  // A folder in a file's place is not ours to delete.
+  EXPECT_EQ(zendro({"verify", "--repair"}).status, 1);
+  std::filesystem::remove(package_folder("wms-1.0.0") / "wms-1.0.0.zip");
+  EXPECT_EQ(zendro({"verify", "--repair"}).status, 0);
+  std::filesystem::remove(package_folder("app-1.0.0") / "stranger.txt");
+  EXPECT_EQ(snapshot(), whole);
+}
+
+TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
+  publish(some_packages());
+  const auto root = [&](const char* name) { return framework::path_to_utf8(folder_ / name); };
+  const auto bytes = [&](const std::string& name) {
+    std::map<std::string, std::string> all;
+    for (const auto& [path, text] : snapshot()) {
+      const bool is_package = path.starts_with(name + "/xsd/");
+      const bool is_catalog = path.starts_with(name + "/.xsd_cache/") && path.ends_with(".xml");
+      if (is_package || is_catalog) all[path.substr(name.size())] = text;
+    }
+    return all;
+  };
+  ASSERT_EQ(zendro({"--root", root("one"), "update"}).status, 0);
+  ASSERT_EQ(zendro({"--root", root("one"), "-y", "install", "app"}).status, 0);
+  const std::string lock =
+      run_process(built_program("zendro"), {"--root", root("one"), "lock"}).out;
+  const std::string file = root("zendro.lock");
+  write_text(folder_ / "zendro.lock", lock);
+
+  std::vector<TestPackage> later = some_packages();
+  later.push_back(package_of_one_member("lib-1.0.2"));
+  publish(later, 2);
+  const auto locked = [&](const char* name) {
+    EXPECT_EQ(zendro({"--root", root(name), "update"}).status, 0);
+    return zendro({"--root", root(name), "-y", "install", "--locked", file});
+  };
+  EXPECT_EQ(locked("two").status, 0);
+  EXPECT_EQ(bytes("two"), bytes("one"));
+  EXPECT_EQ(bytes("two").size(), 6u);
+  EXPECT_EQ(locked("two").status, 0) << "once more";
+
+  ASSERT_EQ(zendro({"--root", root("new"), "update"}).status, 0);
+  ASSERT_EQ(zendro({"--root", root("new"), "-y", "install", "lib"}).status, 0);
+  EXPECT_THAT(locked("new").err, HasSubstr("newer version lib-1.0.2 is already installed"));
+
+  later[3].members[0].second = "other bytes";
+  publish(later, 3);
+  const ProcessOutcome refused = locked("three");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("Checksum mismatch for member base-1.0.0.zip"));
+  EXPECT_THAT(bytes("three"), testing::SizeIs(3)) << "the catalogs alone";
+  for (const char* text :
+       {"", "[]", R"({"zendro_lock": 2})", R"({"zendro_lock": 1, "type": "xbrl"})",
+        R"({"zendro_lock": 1, "type": "xsd", "packages": {"a-1.0.0": {"b": "c"}}})"}) {
+    write_text(folder_ / "zendro.lock", text);
+    EXPECT_THAT(locked("three").err,
+                HasSubstr("Can't read XML Schema information from $/zendro.lock"));
+  }
+}
+
+TEST_F(CliTest, AClosedNetworkGetsTheListAndPackagesAsFiles) {
+  start_with(some_packages());
+  const std::string out = framework::path_to_utf8(folder_ / "out");
+  const std::string file = framework::path_to_utf8(folder_ / "app.zendro_xmlschemas");
+  EXPECT_EQ(zendro({"download", "app", "-o", file}).status, 0);
+  EXPECT_EQ(zendro({"download", "wms", "-o", out}).status, 0);
+  EXPECT_TRUE(framework::file_exists(folder_ / "out/wms.zendro_xmlschemas"));
+  EXPECT_EQ(zendro({"download", "gone", "-o", out}).status, 1);
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "app.zendro_xmlschemas.unfinished"));
+  EXPECT_FALSE(std::filesystem::exists(package_folder("app-1.0.0")));
+
+  const std::string archive =
+      make_zip({{"pkgs-available.json", file_text(cache_file("pkgs-available.json"))}});
+  const std::string list = framework::path_to_utf8(folder_ / "list.zip");
+  write_text(folder_ / "list.zip", archive);
+  options_[app::option::store_bootstrap_url] = "http://127.0.0.1:1/";
+  write_options();
+  const std::string root = framework::path_to_utf8(folder_ / "closed");
+  EXPECT_EQ(zendro({"--root", root, "update", "--from", list}).status, 1) << "without a digest";
+  write_text(folder_ / "list.zip.sha256", std::string(64, '0'));
+  EXPECT_THAT(zendro({"--root", root, "update", "--from", list}).err,
+              HasSubstr("Checksum mismatch"));
+  write_text(folder_ / "list.zip.sha256",
+             framework::to_hex(framework::sha256(archive)) + "  list.zip\n");
+  EXPECT_EQ(zendro({"--root", root, "update", "--from", list}).status, 0);
+  EXPECT_EQ(zendro({"--root", root, "install", file, "--dry-run"}).status, 2);
+  EXPECT_EQ(zendro({"--root", root, "install", file, "-y"}).status, 0);
+  EXPECT_EQ(zendro({"--root", root, "verify"}).status, 0);
+  EXPECT_THAT(zendro({"--root", root, "list", "--installed"}).out,
+              testing::AllOf(HasSubstr("app "), HasSubstr("base "), HasSubstr("lib ")));
+}
+
+TEST_F(CliTest, WhereATextLeadsAndTheBytesThere) {
+  const std::string inner("<a/>\0\r\n", 7);
+  TestPackage package{"doc-1.0.0", {{"m.zip", make_zip({{"a.xsd", inner}})}, {"b.xsd", "<b/>"}}};
+  package.more = {{"catalogs", {{"http://doc/a.xsd", "m.zip|zip/a.xsd"}, {"http://doc/all/", ""}}},
+                  {"namespace_catalog",
+                   {{"urn:doc", "b.xsd"}, {"-//DOC//", {{"path", "b.xsd"}, {"public", true}}}}},
+                  {"uri_mappings", {{"http://old/", "http://doc/"}, {"http://x/", "http://x/x"}}}};
+  start_with({package});
+  ASSERT_TRUE(cache().install({"doc"}));
+  const std::string a = "zendro://pkg/doc-1.0.0/m.zip%7Czip/a.xsd";
+  const std::string b = "zendro://pkg/doc-1.0.0/b.xsd";
+  const std::string name = "zendro://pkg/doc/namespace_catalog/urn%3Adoc";
+  const std::string folder = "$/pkgs/xsd/doc-1.0.0/";
+  const std::pair<const char*, std::string> leads[] = {
+      {"http://old/a.xsd",
+       "remapping.xml: rewriteURI http://old/ -> http://doc/a.xsd\n"
+       "catalog.xml: uri http://doc/a.xsd -> " +
+           a + "\n" + folder + "m.zip\n"},
+      {"http://doc/all/b.xsd",
+       "catalog.xml: rewriteURI http://doc/all/ -> " + b + "\n" + folder + "b.xsd\n"},
+      {"urn:doc", "namespace-mapping-catalog.xml: uri urn:doc -> " + name + "\ncatalog.xml: uri " +
+                      name + " -> " + b + "\n" + folder + "b.xsd\n"},
+      {"-//DOC//",
+       "namespace-mapping-catalog.xml: public -//DOC// -> " + b + "\n" + folder + "b.xsd\n"},
+      {"zendro://pkg/doc-1.0.0/b.xsd", folder + "b.xsd\n"}};
+  for (const auto& [text, out] : leads) {
+    const ProcessOutcome outcome = zendro({"resolve", text, "-v"});
+    EXPECT_EQ(outcome.status, 0) << text;
+    EXPECT_EQ(outcome.out, out);
+  }
+  for (const char* text :
+       {"http://none/", "http://x/", "zendro://pkg/doc-1.0.0/none", "zendro://pkg/x-1.0.0/b"}) {
+    EXPECT_EQ(zendro({"resolve", text}).status, 1) << text;
+    EXPECT_NE(zendro({"cat", text}).status, 0) << text;
+  }
+  EXPECT_EQ(run_process(built_program("zendro"), {"cat", a}).out, inner);
+  write_text(package_folder("doc-1.0.0") / "b.xsd", "<c/>");
+  EXPECT_EQ(zendro({"cat", b}).out, "") << "is not what the package has";
 }
 
 }  // namespace

@@ -27,8 +27,11 @@ bool can_be_dry(Session& session) {
 
 int install(Session& session) {
   if (!can_be_dry(session)) return kUsage;
-  return session.change(
-      [&](pkg::pkg_cache_t& cache) { return cache.install(session.arguments().filters); });
+  const Arguments& arguments = session.arguments();
+  return session.change([&](pkg::pkg_cache_t& cache) {
+    return arguments.file.empty() ? cache.install(arguments.filters)
+                                  : cache.install_locked(arguments.file);
+  });
 }
 
 int uninstall(Session& session) {

@@ -6,6 +6,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/exit_status.h"
+#include "cli/findings.h"
 
 namespace zendro::cli {
 namespace {
@@ -58,22 +59,8 @@ json::array referrers_of(const pkg::merged_view_t& view, const pkg::name_semver_
   return referrers;
 }
 
-std::string_view state_name(pkg::member_state state) {
-  switch (state) {
-    case pkg::member_state::damaged:
-      return "damaged";
-    case pkg::member_state::missing:
-      return "missing";
-    case pkg::member_state::unreadable:
-      return "unreadable";
-    case pkg::member_state::foreign:
-      return "foreign";
-  }
-  return {};
-}
-
 json::array files_of(Session& session, const pkg::version_view_t& version) {
-  std::map<std::string, std::string_view> states;
+  std::map<std::string, std::string> states;
   if (version.installed) {
     const auto found = session.cache().verify({pkg::to_string(version.identity)}, false);
     for (const auto& finding : found ? found->findings : std::vector<pkg::member_finding_t>()) {
@@ -86,7 +73,7 @@ json::array files_of(Session& session, const pkg::version_view_t& version) {
   for (const json::key_value_pair& member : *members) {
     json::object file = {{"file", member.key()}, {"sha256", member.value()}};
     const auto state = states.find(view(member.key()));
-    if (version.installed) file["state"] = state == states.end() ? "whole" : state->second;
+    if (version.installed) file["state"] = state == states.end() ? std::string("whole") : state->second;
     files.push_back(std::move(file));
   }
   return files;

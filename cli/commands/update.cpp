@@ -3,8 +3,11 @@
 namespace zendro::cli {
 
 int update(Session& session) {
-  return session.change(
-      [](pkg::pkg_cache_t& cache) { return cache.update_store_information(true); });
+  const std::string& archive = session.arguments().file;
+  return session.change([&](pkg::pkg_cache_t& cache) {
+    return archive.empty() ? cache.update_store_information(true)
+                           : cache.update_from_archive(archive);
+  });
 }
 
 }  // namespace zendro::cli
