@@ -91,6 +91,7 @@ void Session::on_message(const msg::Message& message) {
   }
   if (stop_.stop_requested()) return;  // said once, at the end
   output_.message(message);
+  if (message.code == msg::Code::not_initialized) output_.note(Text::update_first);
 }
 
 void Session::on_wait(const std::optional<pkg::waiting_t>& other) {

@@ -101,6 +101,24 @@ TEST_F(CliTest, CtrlCLeavesWhatTheNextRunCanUse) {
   EXPECT_EQ(file_text(package_folder("big-1.0.0") / "b.zip"), bytes);
 }
 
+TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
+  start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0")});
+  for (const char* shell : {"zsh", "fish", "powershell"}) {
+    EXPECT_THAT(zendro({"completion", shell}).out,
+                testing::AllOf(HasSubstr("uninstall"), HasSubstr("keep-references")));
+  }
+  write_text(folder_ / "script",
+             zendro({"completion", "bash"}).out +
+                 "for words in 'un' 'install --lo' 'install ba'; do\n"
+                 "  COMP_WORDS=(zendro $words) COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
+                 "  _zendro; echo \"${COMPREPLY[@]}\"\n"
+                 "done\n");
+  const std::string path = built_program("").string() + ":" + getenv("PATH");
+  const ProcessOutcome outcome =
+      run_process("/usr/bin/env", {"PATH=" + path, "bash", (folder_ / "script").string()});
+  EXPECT_EQ(outcome.out, "uninstall\n--locked\nbase bass\n") << outcome.err;
+}
+
 TEST_F(CliTest, WhoMayNotWriteIsToldWhere) {
   start_with({package_of_one_member("base-1.0.0")});
   std::filesystem::permissions(cache_file(""), std::filesystem::perms::owner_read |

@@ -73,7 +73,8 @@ json::array files_of(Session& session, const pkg::version_view_t& version) {
   for (const json::key_value_pair& member : *members) {
     json::object file = {{"file", member.key()}, {"sha256", member.value()}};
     const auto state = states.find(view(member.key()));
-    if (version.installed) file["state"] = state == states.end() ? std::string("whole") : state->second;
+    if (version.installed)
+      file["state"] = state == states.end() ? std::string("whole") : state->second;
     files.push_back(std::move(file));
   }
   return files;
