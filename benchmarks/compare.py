@@ -17,6 +17,7 @@ from measure import Row
 
 GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "lists": core_rows.lists,
+    "starts": process_rows.starts,
     "memory": process_rows.list_memory,
     "update": core_rows.update,
     "verification": process_rows.verification,

@@ -20,20 +20,56 @@ def _timed(command: Sequence[str | Path], prepare: Callable[[], None] = lambda: 
     return time.perf_counter() - begin
 
 
-def _peak(command: Sequence[str | Path]) -> float:
-    """What the operation reports to have needed beyond the idle process, in MiB."""
-    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
-    return int(output.split()[1]) / MIB
+def _peak(command: Sequence[str | Path], programs: Path) -> float:
+    """What the process needed at most beyond one that does nothing, in MiB."""
+
+    def most_of(words: Sequence[str | Path]) -> int:
+        ended = subprocess.run(["time", "-f", "%M", *words], check=True, text=True,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        return int(ended.stderr.split()[-1])
+
+    return (most_of(command) - most_of([programs / "zendro", "--version"])) / 1024
+
+
+def _dpkg_folder(folder: Path, packages: int) -> Path:
+    """What dpkg knows of so many installed packages."""
+    (folder / "info").mkdir(parents=True)
+    (folder / "updates").mkdir()
+    with open(folder / "status", "w") as status:
+        for number in range(packages):
+            status.write(f"Package: package-{number}\nStatus: install ok installed\nVersion: 1.0\n"
+                         "Architecture: all\nMaintainer: m <m@m.example>\nDescription: a package\n\n")
+            (folder / "info" / f"package-{number}.list").touch()
+    return folder
+
+
+def starts(programs: Path, work: Path) -> Iterator[Row]:
+    """What somebody at a terminal waits for."""
+    manager = stores.Installation(work / "starts", "")
+    for count, file in ((100_000, manager.available), (2_000, manager.installed)):
+        subprocess.run([programs / "write_list", str(count), file], check=True)
+    version = [programs / "zendro", "--version"]
+    listing = manager.command(programs, "list", "--installed")
+    other = ["dpkg", f"--admindir={_dpkg_folder(work / 'dpkg', 2_000)}", "-l"]
+    versions, listings, others = alternately(
+        [lambda: _timed(version), lambda: _timed(listing), lambda: _timed(other)], 11
+    )
+    yield Row("zendro --version", "", "s", versions, None, 0.02)
+    work_name = "list 2,000 installed of 100,000"
+    yield Row(work_name, "", "s", listings, None, 0.15)
+    yield Row(work_name, "dpkg -l with 2,000", "s", listings, others, 4.0)
+    shutil.rmtree(manager.folder)
+    shutil.rmtree(work / "dpkg")
 
 
 def list_memory(programs: Path, work: Path) -> Iterator[Row]:
     for versions in (24_000, 100_000):
         manager = stores.Installation(work / f"list-{versions}", "")
-        path = manager.folder / "cache" / "pkgs-available.json"
+        path = manager.available
         subprocess.run([programs / "write_list", str(versions), path], check=True)
         size = path.stat().st_size / MIB
-        command = [programs / "operation", "load", manager.folder]
-        (ours,) = alternately([lambda: _peak(command)])
+        command = manager.command(programs, "list", "--upgradeable")
+        (ours,) = alternately([lambda: _peak(command, programs)])
         yield Row(f"load a list of {versions:,}, memory", "its file", "MiB", ours, [size], 4)
         shutil.rmtree(manager.folder)
 
@@ -48,7 +84,7 @@ def verification(programs: Path, work: Path) -> Iterator[Row]:
         for member, file in zip(package.members, files):
             (store / member).rename(file)
         with stores.served(programs, store, work) as url:
-            ours = [programs / "operation", "install", manager.folder, url, stores.NAME]
+            ours = manager.command(programs, "install", stores.NAME, url=url)
             other = ["openssl", "dgst", "-sha256", *files]
             times = alternately(
                 [lambda: _timed(ours, manager.forget_installed), lambda: _timed(other)]
@@ -64,7 +100,8 @@ class _Download:
 
     def __init__(self, programs: Path, work: Path, package: stores.Package, url: str):
         self._manager = stores.Installation(work / "manager", package.list())
-        self._own = [programs / "operation", "install", self._manager.folder, url, stores.NAME]
+        self._programs = programs
+        self._own = self._manager.command(programs, "install", stores.NAME, url=url)
         self._curl_input = work / "curl-input"
         self._aria2_input = work / "aria2-input"
         folder = self._manager.package_folder
@@ -83,7 +120,7 @@ class _Download:
 
     def own_peak(self) -> float:
         self._manager.remove_package()
-        return _peak(self._own)
+        return _peak(self._own, self._programs)
 
     def curl(self, *options: str) -> float:
         return _timed(["curl", "-q", "-sSf", *options, "-K", self._curl_input], self._remove)

@@ -40,20 +40,31 @@ class Package:
 
 
 class Installation:
-    """The folder of a manager: packages in pkgs/, lists in cache/."""
+    """The packages of a manager in a folder, and how the manager is called there."""
 
     def __init__(self, folder: Path, available: str):
         self.folder = folder
-        self._installed = folder / "cache" / "pkgs-installed.json"
-        self.package_folder = folder / "pkgs" / "xsd" / IDENTITY
-        self._installed.parent.mkdir(parents=True)
-        (folder / "cache" / "pkgs-available.json").write_text(available)
+        cache = folder / ".xsd_cache"
+        self.available = cache / "pkgs-available.json"
+        self.installed = cache / "pkgs-installed.json"
+        self.package_folder = folder / "xsd" / IDENTITY
+        self._appdata = folder / "appdata"
+        cache.mkdir(parents=True)
+        (self._appdata / "Zendro").mkdir(parents=True)
+        self.available.write_text(available)
+
+    def command(self, programs: Path, *words: str, url: str = "") -> list[str | Path]:
+        """The call of the manager with these words, on the store at the URL."""
+        options = {"pkg.store_bootstrap_url": f"{url}bootstrap", "pkg.telemetry_url": f"{url}telemetry"}
+        (self._appdata / "Zendro" / "options.json").write_text(json.dumps(options))
+        variable = f"ZENDRO_COMMON_APPDATA={self._appdata}"
+        return ["env", variable, programs / "zendro", "--root", self.folder, "-q", "-y", *words]
 
     def local_file(self, member: str) -> Path:
         return self.package_folder / urllib.parse.quote(member, safe="")
 
     def forget_installed(self) -> None:
-        self._installed.unlink(missing_ok=True)
+        self.installed.unlink(missing_ok=True)
 
     def remove_package(self) -> None:
         self.forget_installed()

@@ -17,12 +17,23 @@ PASSING = (CACHE + "operation.lock", CACHE + "logs")
 LONGEST_RUN = 60  # seconds
 
 
+def _messages(output):
+    """Severity, identifier and text of each message; a line that a killed process did not finish is none."""
+    for line in output.splitlines():
+        try:
+            event = json.loads(line)
+        except ValueError:
+            continue
+        if event["event"] == "message":
+            yield event["severity"], event["id"], event["text"].replace("\n", " ")
+
+
 class Outcome:
     """How a run ended: its exit status (negative: the signal) and its messages."""
 
     def __init__(self, status, output, complaint):
         self.status = status
-        self.messages = [line.split("\t", 2) for line in output.splitlines()]
+        self.messages = list(_messages(output))
         self.complaint = complaint
 
     @property
@@ -50,13 +61,13 @@ class Place:
         self.url = url
         self.folder = folder
         self.base = os.path.join(folder, "base")
-        self.options = os.path.join(folder, "options.json")
-        os.makedirs(folder)
+        self.appdata = os.path.join(folder, "appdata")
+        self.options = os.path.join(self.appdata, "Zendro/options.json")
+        os.makedirs(os.path.dirname(self.options))
         self.use_store("xsd")
 
     def use_store(self, name, trace=False):
         options = {
-            "pkg.type": "xsd",
             "pkg.install_root": os.path.join(self.base, "pkgs/"),
             "pkg.cache_root": os.path.join(self.base, CACHE),
             "pkg.store_bootstrap_url": f"{self.url}api/{name}-manager/v1/bootstrap",
@@ -94,11 +105,12 @@ class Place:
 
     def command(self, words):
         """The command line of an operation; package files lie in the watched folder."""
-        return [self.program, self.options] + [
+        return [self.program, "--json", "--yes"] + [
             os.path.join(self.base, word) if word == store.PACKAGE_FILE else word for word in words]
 
     def start(self, words, wrapper=(), **settings):
-        return subprocess.Popen([*wrapper, *self.command(words)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        environment = {**os.environ, "ZENDRO_COMMON_APPDATA": self.appdata}
+        return subprocess.Popen([*wrapper, *self.command(words)], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, text=True, cwd=self.folder, **settings)
 
     @staticmethod

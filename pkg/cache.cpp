@@ -9,7 +9,11 @@
 #include "pkg/install.h"
 #include "pkg/list_files.h"
 #include "pkg/local_files.h"
+#include "pkg/lock_document.h"
+#include "pkg/meta_filter.h"
 #include "pkg/package_file.h"
+#include "pkg/package_file_writer.h"
+#include "pkg/pkg_io.h"
 #include "pkg/store.h"
 #include "pkg/uninstall.h"
 
@@ -171,6 +175,48 @@ bool pkg_cache_t::uninstall(const std::vector<std::string>& filters) {
 bool pkg_cache_t::update_store_information(bool force) {
   return run(force ? cache_use::creates : cache_use::writes, false, [force](core_context& context) {
     return pkg::update_store_information(context, force);
+  });
+}
+
+bool pkg_cache_t::update_from_archive(std::string_view path) {
+  return run(cache_use::creates, false,
+             [&](core_context& context) { return pkg::update_from_archive(context, path); });
+}
+
+bool pkg_cache_t::install_locked(std::string_view path) {
+  return run(cache_use::writes, false,
+             [&](core_context& context) { return pkg::install_locked(context, path); });
+}
+
+bool pkg_cache_t::write_package_file(const std::vector<std::string>& filters,
+                                     std::string_view path) {
+  return run(cache_use::reads, false, [&](core_context& context) {
+    const unpacked_place place(path);
+    json::object options = options_;
+    options[app::option::install_root] = place.install_root();
+    core_context staged(type_, options, outlets_, global_lock_);
+    return pkg::write_package_file(context, staged, filters, path);
+  });
+}
+
+std::optional<std::string> pkg_cache_t::file_of(std::string_view package_url) {
+  return run(cache_use::reads, std::optional<std::string>(), [&](core_context& context) {
+    const std::optional<pkgs_available_t> installed = pkg::load_installed(context);
+    return installed ? pkg::file_of(context, installed->packages(), package_url) : std::nullopt;
+  });
+}
+
+std::optional<verification_t> pkg_cache_t::verify(const std::vector<std::string>& filters,
+                                                  bool repairs) {
+  using Found = std::optional<verification_t>;
+  const cache_use use = repairs ? cache_use::writes : cache_use::reads;
+  return run(use, Found(), [&](core_context& context) -> Found {
+    const std::optional<pkgs_available_t> installed = pkg::load_installed(context);
+    if (!installed) return std::nullopt;
+    Found found = pkg::verify(context, *installed, select_installed(*installed, filters));
+    if (!found || !repairs || !is_damaged(*found)) return found;
+    found->is_repaired = repair(context, *installed, *found);
+    return found;
   });
 }
 

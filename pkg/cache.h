@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,6 +27,7 @@
 #include "pkg/name_semver.h"
 #include "pkg/operation_turn.h"
 #include "pkg/package_list.h"
+#include "pkg/verify.h"
 
 namespace zendro::pkg {
 
@@ -42,6 +44,11 @@ class pkg_cache_t {
   void set_progress_sink(progress_sink sink) { outlets_.progress = std::move(sink); }
   /// Told of a wait for another operation.
   void set_wait_sink(wait_sink sink) { outlets_.waits = std::move(sink); }
+  /// Asked before each install and uninstall, see plan_sink.
+  void set_plan_sink(plan_sink sink) { outlets_.plan = std::move(sink); }
+  /// Once a stop is requested, operations end with a failure: downloads between two blocks, before
+  /// anything is recorded as installed. Removing is not interrupted.
+  void set_stop_token(std::stop_token stop) { outlets_.stop = std::move(stop); }
   /// Makes the HTTP transport of each operation; the program's own unless set.
   void set_transport_factory(transport_factory factory) {
     outlets_.make_transport = std::move(factory);
@@ -78,10 +85,24 @@ class pkg_cache_t {
   /// installed and not named stays, whatever references it or bears a similar name.
   bool apply_changes(std::span<const filter_action> pairs);
   bool install(const std::vector<std::string>& filters);
+  /// Installs exactly what the lock document at `path` names, see lock_document.h.
+  bool install_locked(std::string_view path);
   bool uninstall(const std::vector<std::string>& filters);
   /// Brings the list of available packages up to date from the store, then the catalogs. Unless
   /// `force`, the cache must be initialised; with it, the cache root is created.
   bool update_store_information(bool force);
+  /// Proves what is installed of the filters' choice, of everything where there are none, see
+  /// verify(); with `repairs`, fetches anew what is not whole: a failure of that is reported.
+  /// Nothing after a message.
+  std::optional<verification_t> verify(const std::vector<std::string>& filters, bool repairs);
+  /// The same from an archive of a store on the disk, see update_from_archive() of store.h.
+  bool update_from_archive(std::string_view path);
+  /// Writes what the filters choose, with what it references, as a package file; nothing is
+  /// installed.
+  bool write_package_file(const std::vector<std::string>& filters, std::string_view path);
+  /// The full path of the installed file that a package URL names; for a member inside an archive
+  /// that of the archive. Nothing where no installed package has it.
+  std::optional<std::string> file_of(std::string_view package_url);
   /// Takes over what a package file holds: its members and its entries. The names that it
   /// provides, or nothing after a message.
   std::optional<std::vector<std::string>> read_package_file(std::string_view path);

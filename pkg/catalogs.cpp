@@ -160,6 +160,48 @@ std::string remapping_catalog(catalog_entries_t& entries) {
   return writer.take_document();
 }
 
+// The entry that a catalog has for the text: of exactly that key, else of the longest prefix among
+// those for which `is_prefix` holds. The entries are in order.
+template <typename IsPrefix>
+const entry_t* find_entry(const std::vector<entry_t>& entries, std::string_view text,
+                          const IsPrefix& is_prefix) {
+  const entry_t* best = nullptr;
+  for (const entry_t& entry : entries) {
+    if (entry.key == text) return &entry;
+    const bool fits = is_prefix(entry) && text.starts_with(entry.key);
+    if (fits && (best == nullptr || best->key.size() < entry.key.size())) best = &entry;
+  }
+  return best;
+}
+
+// The next step from the text; nothing where it leads nowhere.
+std::optional<catalog_step_t> next_step(const catalog_entries_t& all, std::string_view text) {
+  const auto always = [](const entry_t&) { return true; };
+  const auto never = [](const entry_t&) { return false; };
+  const auto is_folder = [](const entry_t& entry) { return entry.key.ends_with('/'); };
+  const auto step = [&](const char* catalog, const char* element, const entry_t& entry) {
+    std::string buffer;
+    const bool is_prefix = entry.key.size() < text.size();
+    std::string target(target_uri(entry, buffer));
+    if (is_prefix) target += text.substr(entry.key.size());
+    return catalog_step_t{catalog, element, std::string(entry.key), std::move(target)};
+  };
+  if (const entry_t* entry = find_entry(all.identifiers, text, never)) {
+    return step("namespace-mapping-catalog.xml", entry->is_public ? "public" : "uri", *entry);
+  }
+  if (const entry_t* entry = find_entry(all.locations, text, is_folder)) {
+    const char* element = is_folder(*entry) ? "rewriteURI" : entry->is_dtd ? "system" : "uri";
+    return step("catalog.xml", element, *entry);
+  }
+  if (const entry_t* entry = find_entry(all.mappings, text, never)) {
+    return step("catalog.xml", "uri", *entry);
+  }
+  if (const entry_t* entry = find_entry(all.remappings, text, always)) {
+    return step("remapping.xml", "rewriteURI", *entry);
+  }
+  return std::nullopt;
+}
+
 bool replace_catalog(core_context& context, std::string_view name, const std::string& text) {
   const msg::Arguments folder = {path_argument(context.cache_folder().path())};
   switch (replace_file(context.cache_folder(), name, text, context.reporter())) {
@@ -180,6 +222,30 @@ bool replace_catalog(core_context& context, std::string_view name, const std::st
 void check_catalog_entries(const package_t& package) {
   catalog_entries_t entries;
   collect(package, entries);
+}
+
+std::vector<catalog_step_t> trace_in_catalogs(const pkgs_available_t& installed,
+                                              std::string_view text) {
+  constexpr std::size_t most = 16;  // prefixes may lead in circles
+  catalog_entries_t all;
+  for (const package_t& package : installed.packages()) {
+    try {
+      collect(package, all);
+    } catch (const metadata_error&) {  // NOLINT(bugprone-empty-catch): it is in no catalog
+    }
+  }
+  for (auto* entries : {&all.identifiers, &all.locations, &all.mappings, &all.remappings}) {
+    put_in_order(*entries);
+  }
+  std::vector<catalog_step_t> steps;
+  std::string at(text);
+  while (steps.size() < most) {
+    auto step = next_step(all, at);
+    if (!step) break;
+    at = step->target;
+    steps.push_back(std::move(*step));
+  }
+  return steps;
 }
 
 bool update_catalogs(core_context& context) {

@@ -1,6 +1,10 @@
 // The three catalog files of a cache root, written from what is installed.
 #pragma once
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "pkg/core_context.h"
 #include "pkg/package_list.h"
 
@@ -8,6 +12,18 @@ namespace zendro::pkg {
 
 /// Throws metadata_error where what the package supplies to the catalogs has a wrong type.
 void check_catalog_entries(const package_t& package);
+
+/// A step from a text towards a file, as the catalogs make it.
+struct catalog_step_t {
+  std::string catalog;  ///< its file name
+  std::string element;  ///< that of the entry in it
+  std::string key;
+  std::string target;
+};
+/// Where a location, namespace or public identifier leads through the catalogs of these packages:
+/// the steps, of which the last one's target is a package URL where a package supplies the text.
+std::vector<catalog_step_t> trace_in_catalogs(const pkgs_available_t& installed,
+                                              std::string_view text);
 
 /// Loads the list of installed packages and writes "namespace-mapping-catalog.xml", "catalog.xml"
 /// and "remapping.xml", in this order. The first that cannot be written ends the update. Failures

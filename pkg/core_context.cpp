@@ -27,7 +27,9 @@ core_context::core_context(std::string_view type, const json::object& options, o
     : type_(type),
       options_(options),
       reporter_(std::move(outlets.messages)),
-      progress_(std::move(outlets.progress)),
+      progress_(std::move(outlets.progress), outlets.stop),
+      plan_(std::move(outlets.plan)),
+      stop_(std::move(outlets.stop)),
       log_(std::move(outlets.log)),
       make_transport_(std::move(outlets.make_transport)),
       global_lock_(global_lock),
@@ -64,6 +66,11 @@ bool core_context::is_initialised() {
   const borrowed_folder folder = cache_folder_.open();
   if (!folder) return !folder.error().is_absent();
   return (*folder)->kind_of(available_name_) != framework::EntryKind::absent;
+}
+
+bool core_context::is_stopped() {
+  if (stop_.stop_requested()) reporter_.report(framework::IoError{std::string(kStopped)});
+  return stop_.stop_requested();
 }
 
 bool core_context::fail(msg::Code code, const msg::Arguments& arguments, std::string_view hint) {

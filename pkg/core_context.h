@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -27,6 +28,13 @@ namespace zendro::pkg {
 
 namespace json = boost::json;
 
+struct plan_t;
+
+/// Told what an install or uninstall is about to do, before anything is changed: all that the plan
+/// has of its kind. With false the operation ends there, without a message. The plan is valid
+/// during the call, which comes on the thread of the operation while it has its turn.
+using plan_sink = std::function<bool(const plan_t&)>;
+
 using transport_factory = std::function<std::unique_ptr<framework::HttpTransport>()>;
 
 /// What an operation reports to, and how it reaches the network. Each may be absent; without a
@@ -36,6 +44,9 @@ struct outlets_t {
   std::shared_ptr<msg::Logger> log = {};
   progress_sink progress = {};
   wait_sink waits = {};
+  plan_sink plan = {};
+  /// Ends operations early, see pkg_cache_t::set_stop_token().
+  std::stop_token stop = {};
   transport_factory make_transport = {};
   /// What has been warned of once and for all operations, see core_context::note_once().
   std::shared_ptr<std::set<std::string>> noted = std::make_shared<std::set<std::string>>();
@@ -80,6 +91,13 @@ class core_context {
   /// packages, even if it cannot be read.
   [[nodiscard]] bool is_initialised();
 
+  /// Whether whoever runs the operation agrees to the plan, see plan_sink.
+  [[nodiscard]] bool agree(const plan_t& plan) const { return !plan_ || plan_(plan); }
+  /// Whether the operation is to end early. Thread-safe.
+  [[nodiscard]] bool stop_requested() const { return stop_.stop_requested(); }
+  /// The same, reported.
+  bool is_stopped();
+
   /// Reports a message of the table as an error and returns false; `hint` tells the cause.
   bool fail(msg::Code code, const msg::Arguments& arguments, std::string_view hint = {});
   void warn(msg::Code code, const msg::Arguments& arguments, std::string_view hint = {});
@@ -101,6 +119,8 @@ class core_context {
   const json::object& options_;
   message_reporter reporter_;
   progress_reporter progress_;
+  plan_sink plan_;
+  std::stop_token stop_;
   std::shared_ptr<msg::Logger> log_;
   transport_factory make_transport_;
   std::mutex& global_lock_;

@@ -91,6 +91,7 @@ class package_download {
     while (!following_.empty()) {
       const listed_member_t& member = following_.front();
       following_ = following_.subspan(1);
+      if (context_.is_stopped()) return false;
       if (!provide(member)) return false;
       context_.progress().member_done();
     }

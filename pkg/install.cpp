@@ -139,23 +139,23 @@ bool install(core_context& context, const std::vector<std::string>& filters) {
   if (requests.empty()) {
     return context.fail(msg::Code::no_pkgs_to_install, {context.pkgtypes()});
   }
-  return install_pkgs(context, requests, *available);
+  return install_pkgs(context, requests, *available, *available);
 }
 
 bool install_pkgs(core_context& context, const identity_set& requests,
-                  const pkgs_available_t& available) {
+                  const pkgs_available_t& available, const pkgs_available_t& known) {
   const std::vector<list_position> asked_for = positions_of(available.packages(), requests);
   if (!check_references(context, available, asked_for)) return false;
   std::optional<pkgs_available_t> installed = load_installed(context);
   if (!installed) return false;
   const planner plans(available, *installed, pass_over_metadata);
   const plan_t plan = plans.plan({{}, asked_for});
-  if (!check_conflicts(context, plan.conflicts)) return false;
+  if (!check_conflicts(context, plan.conflicts) || !context.agree(plan)) return false;
 
   log_plan(context, plan);
   const level_replacements replaced = replaced_levels(plan.replaced);
   if (!provide(context, plan.installs, available, *installed) ||
-      !remove_replaced(context, replaced, available)) {
+      !remove_replaced(context, replaced, known)) {
     return false;
   }
   if (!update_catalogs(context)) {

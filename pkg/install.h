@@ -15,8 +15,9 @@ namespace zendro::pkg {
 /// other release lines stay side by side. False after a reported failure; nothing is rolled back.
 bool install(core_context& context, const std::vector<std::string>& filters);
 
-/// The body: `requests` are identities of `available`.
+/// The body: `requests` are identities of `available`. `known` has what is replaced; a list of its
+/// own where `available` is only a choice of what there is.
 bool install_pkgs(core_context& context, const std::set<name_semver_t>& requests,
-                  const pkgs_available_t& available);
+                  const pkgs_available_t& available, const pkgs_available_t& known);
 
 }  // namespace zendro::pkg

@@ -216,6 +216,7 @@ class package_file_reader {
     }
     IoError error;
     for (const json::key_value_pair& file : files) {
+      if (context_.is_stopped()) return false;
       const std::string_view member(file.key().data(), file.key().size());
       const std::string local_name = local_member_name(member);
       if ((*folder)->kind_of(local_name) == EntryKind::absent &&

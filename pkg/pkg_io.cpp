@@ -198,6 +198,19 @@ std::int64_t PkgIOImpl::size() { return inner_ ? forwarded(inner_->size()) : 0; 
 
 bool PkgIOImpl::seekable() { return inner_ && forwarded(inner_->seekable()); }
 
+std::optional<std::string> file_of(core_context& context, const package_map& installed,
+                                   std::string_view package_url) {
+  if (!package_url.starts_with(kPackageUrlPrefix)) return std::nullopt;
+  package_url.remove_prefix(kPackageUrlPrefix.size());
+  const std::size_t slash = package_url.find('/');
+  if (slash == std::string_view::npos) return std::nullopt;
+  const package_t* package = find_exact(installed, parse_identity(package_url.substr(0, slash)));
+  const std::string_view path = package_url.substr(slash + 1);
+  const std::string_view member = path.substr(0, path.find(framework::kZipSeparator));
+  if (package == nullptr || digest_of(package->meta, member) == nullptr) return std::nullopt;
+  return package_folder(context, package->meta).member_path(member);
+}
+
 std::shared_ptr<IOImpl_base> PkgIOCallback::create(std::string_view url) {
   if (!url.starts_with(kPackageUrlPrefix)) return nullptr;
   return std::make_shared<PkgIOImpl>(options_, installed_);

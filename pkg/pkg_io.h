@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -56,6 +57,11 @@ class PkgIOImpl : public framework::IOImpl_base {
   framework::IoError error_;
   std::uint64_t state_;  ///< of the list of installed packages when the handler was made
 };
+
+/// The full path of the file that a package URL names, whether it is there or not; of the archive
+/// for a member inside one. Nothing where none of the packages has it.
+std::optional<std::string> file_of(core_context& context, const package_map& installed,
+                                   std::string_view package_url);
 
 /// Makes a PkgIOImpl for every package URL that the framework is asked to open.
 class PkgIOCallback : public framework::IoCallback {

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +48,7 @@ struct conflict_t {
 struct plan_t {
   // The uninstall, in package order.
   std::vector<const package_t*> removed;
+  std::set<name_semver_t> unasked;  ///< of the removed: gone along, as references of what was asked
   std::vector<kept_package_t> kept;  ///< wanted gone, but a package that stays references it
   /// Of what is removed or replaced: what the available list does not know.
   std::vector<const package_t*> unlisted;

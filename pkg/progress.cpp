@@ -11,11 +11,17 @@ class progress_reporter::watched_response : public framework::HttpResponse {
       : inner_(std::move(inner)), reporter_(reporter) {}
 
   [[nodiscard]] const framework::HttpHeaders& headers() const override { return inner_->headers(); }
-  [[nodiscard]] const framework::IoError& error() const override { return inner_->error(); }
+  [[nodiscard]] const framework::IoError& error() const override {
+    return stopped_ ? stopped_ : inner_->error();
+  }
   bool open(std::string_view url) override { return inner_->open(url); }
   void close() override { inner_->close(); }
   void flush() override { inner_->flush(); }
   std::int64_t read(void* buffer, std::size_t size) override {
+    if (reporter_.stop_.stop_requested()) {
+      stopped_.text = kStopped;
+      return -1;
+    }
     const std::int64_t count = inner_->read(buffer, size);
     reporter_.transferred(count);
     return count;
@@ -32,6 +38,7 @@ class progress_reporter::watched_response : public framework::HttpResponse {
  private:
   std::shared_ptr<framework::HttpResponse> inner_;
   progress_reporter& reporter_;
+  framework::IoError stopped_;
 };
 
 void progress_reporter::begin(std::uint64_t members) {
@@ -64,7 +71,7 @@ void progress_reporter::transferred(std::int64_t count) {
 
 std::shared_ptr<framework::HttpResponse> progress_reporter::watch(
     std::shared_ptr<framework::HttpResponse> response) {
-  if (!sink_ || !response) return response;
+  if ((!sink_ && !stop_.stop_possible()) || !response) return response;
   begin_transfer(response->size());
   return std::make_shared<watched_response>(std::move(response), *this);
 }

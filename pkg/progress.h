@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
+#include <string_view>
 
 #include "framework/http/http.h"
 
@@ -20,10 +22,15 @@ struct progress_t {
 /// Called on the thread of the operation, often; it must be quick.
 using progress_sink = std::function<void(const progress_t&)>;
 
+/// The cause of whatever fails because the operation is to end early.
+inline constexpr std::string_view kStopped = "Stopped on request.";
+
 /// Keeps the count of one operation. Without a sink it does nothing.
 class progress_reporter {
  public:
-  explicit progress_reporter(progress_sink sink) : sink_(std::move(sink)) {}
+  /// Reading an answer fails once `stop` is requested.
+  explicit progress_reporter(progress_sink sink, std::stop_token stop = {})
+      : sink_(std::move(sink)), stop_(std::move(stop)) {}
 
   /// From now on this many members are to be proved, downloaded or copied.
   void begin(std::uint64_t members);
@@ -43,6 +50,7 @@ class progress_reporter {
   void tell() const;
 
   progress_sink sink_;
+  std::stop_token stop_;
   progress_t progress_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "app/options/options.h"
 #include "framework/io/digest.h"
+#include "framework/system/files.h"
 #include "framework/url/loggable.h"
 #include "framework/url/url_io.h"
 #include "pkg/catalogs.h"
@@ -111,6 +112,26 @@ bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
   return !current || !current->build_number() || *build_number > *current->build_number();
 }
 
+// Puts the list of a proven archive in place, see write_pkg_information().
+bool take_over(core_context& context, std::string archive, const std::string& shown_url) {
+  const msg::Arguments pkgtype = {context.pkgtype()};
+  std::string list;
+  IoError error;
+  if (!unpack(context, std::move(archive), shown_url, list, error)) {
+    context.reporter().report(error);
+    return context.fail(msg::Code::update_pkg_store_information, pkgtype);
+  }
+  std::string cause;
+  std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
+  if (!document) {
+    return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
+                        member_url(context, shown_url) + ": " + cause);
+  }
+  // The list that is written keeps what is named here.
+  warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
+  return write_pkg_information(context, std::move(*document));
+}
+
 }  // namespace
 
 bootstrap_result_t bootstrap_store(core_context& context) {
@@ -163,23 +184,28 @@ bool update_store_information(core_context& context, bool force) {
   const std::string url = store.store_url + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
   std::string archive;
-  if (!fetch_archive(context, url, shown_url, archive)) return false;
+  return fetch_archive(context, url, shown_url, archive) &&
+         take_over(context, std::move(archive), shown_url);
+}
 
-  std::string list;
+bool update_from_archive(core_context& context, std::string_view path) {
+  const msg::Arguments pkgtype = {context.pkgtype()};
+  const std::string name(path);
+  const std::string digest_name = name + ".sha256";
+  constexpr std::size_t digits = 64;
+  std::string archive;
+  std::string digest;
   IoError error;
-  if (!unpack(context, std::move(archive), shown_url, list, error)) {
+  if (!framework::read_file(framework::path_from_utf8(name), archive, kArchiveLimit, error) ||
+      !framework::read_file(framework::path_from_utf8(digest_name), digest, kBootstrapLimit,
+                            error)) {
     context.reporter().report(error);
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
-  std::string cause;
-  std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
-  if (!document) {
-    return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
-                        member_url(context, shown_url) + ": " + cause);
-  }
-  // The list that is written keeps what is named here.
-  warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
-  return write_pkg_information(context, std::move(*document));
+  const framework::HttpHeaders headers = {{std::string(kDigestHeader), digest.substr(0, digits)}};
+  context.log(msg::Code::log_update_cache, msg::kLevelDetail,
+              {context.pkgtype(), path_argument(context.cache_root())});
+  return is_proven(context, headers, name, archive) && take_over(context, std::move(archive), name);
 }
 
 bool write_pkg_information(core_context& context, pkgs_available_t list) {

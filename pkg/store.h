@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "pkg/core_context.h"
 #include "pkg/package_list.h"
@@ -20,6 +21,10 @@ bootstrap_result_t bootstrap_store(core_context& context);
 /// and brings the catalogs up to date. Unless `force`, the cache must be initialised; with it,
 /// known folders are enough. Throws framework::JsonError for a bad option.
 bool update_store_information(core_context& context, bool force);
+
+/// The same from an archive on the disk instead of the store's, proved by the digest in the file
+/// beside it, whose name has ".sha256" behind that of the archive.
+bool update_from_archive(core_context& context, std::string_view path);
 
 /// Replaces the list of available packages by `list` unless the one in place has at least its build
 /// number, then brings the catalogs up to date. A list without a build number always replaces. What

@@ -183,22 +183,30 @@ bool uninstall(core_context& context, const std::vector<std::string>& filters) {
 
   const std::optional<pkgs_available_t> available = load_available(context);
   if (!available) return false;
+  const identity_set asked = removal;
   if (!framework::to_bool(app::get_keep_references(&context.options()))) {
     add_references(context, *available, *installed, removal);
   }
   keep_listed(context, removal);
-  if (!uninstall_pkgs(context, removal, *available, *installed)) return false;
+  if (!uninstall_pkgs(context, removal, asked, *available, *installed)) return false;
   if (!update_catalogs(context)) {
     return context.fail(msg::Code::update_cache_catalog, {context.pkgtype()});
   }
   return true;
 }
 
-bool uninstall_pkgs(core_context& context, const identity_set& removal,
+bool uninstall_pkgs(core_context& context, const identity_set& removal, const identity_set& asked,
                     const pkgs_available_t& available, pkgs_available_t& installed) {
-  const removal_plan_t plan =
+  removal_plan_t planned =
       plan_removal(all_of(installed.packages()), entries_of(installed.packages(), removal),
                    installed_texts(context));
+  plan_t plan;
+  plan.removed = std::move(planned.removed);
+  plan.kept = std::move(planned.kept);
+  for (const package_t* package : plan.removed) {
+    if (!asked.contains(package->identity)) plan.unasked.insert(package->identity);
+  }
+  if (!context.agree(plan)) return false;
   log_kept(context, plan.kept);
   if (plan.removed.empty()) {
     return context.fail(msg::Code::no_pkgs_to_remove, {context.pkgtypes()});

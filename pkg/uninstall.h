@@ -18,8 +18,10 @@ namespace zendro::pkg {
 bool uninstall(core_context& context, const std::vector<std::string>& filters);
 
 /// The body: removes identities of `installed`. The caller updates the catalogs.
+/// What is not in `asked` goes along because something there references it.
 bool uninstall_pkgs(core_context& context, const std::set<name_semver_t>& removal,
-                    const pkgs_available_t& available, pkgs_available_t& installed);
+                    const std::set<name_semver_t>& asked, const pkgs_available_t& available,
+                    pkgs_available_t& installed);
 
 /// Installed patch levels, each with the levels that are to take its place.
 using level_replacements = std::map<name_semver_t, std::vector<semver_t>>;

@@ -81,13 +81,14 @@ class ManagerTest : public testing::Test {
   /// A cache without sinks on the same folders.
   [[nodiscard]] pkg::pkg_cache_t silent_cache() const;
 
+  /// The text with "$" for the folder of the test, "@" for the store's URL, "/" as separator.
+  [[nodiscard]] std::string plain(std::string text) const;
+
   TempFolder folder_;
   demo::LoopbackServer server_;
   json::object options_;
 
  private:
-  [[nodiscard]] std::string plain(std::string text) const;
-
   std::string type_;
   std::unique_ptr<pkg::pkg_cache_t> cache_;
   std::vector<std::string> messages_;

@@ -1,5 +1,5 @@
 ; The installer, one file for all users of a machine:
-;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
+;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
 ;
 ; Switches: /S installs or uninstalls without a window. The uninstaller leaves what the managers have
 ; installed; with /PACKAGES (or when chosen in its window) it removes that as well.
@@ -81,6 +81,8 @@ where another user has it open, and try again." /SD IDCANCEL IDRETRY again
     Push "korvane.exe"
     Call ${un}RefuseWhileRunning
     Push "Plintor.exe"
+    Call ${un}RefuseWhileRunning
+    Push "zendro.exe"
     Call ${un}RefuseWhileRunning
   FunctionEnd
 !macroend
@@ -176,6 +178,7 @@ Section "The managers" managers
   SetOutPath "${PROGRAM_FOLDER}"
   File "/oname=korvane.exe" "${PROGRAM}"
   File "/oname=Plintor.exe" "${PROGRAM}"
+  File "/oname=zendro.exe" "${COMMAND_LINE_PROGRAM}"
   WriteUninstaller "${PROGRAM_FOLDER}\${UNINSTALLER}"
 
   CreateDirectory "${START_MENU}"
@@ -212,6 +215,7 @@ Section "un.The managers"
   !insertmacro AnnounceAssociations
   Delete "${PROGRAM_FOLDER}\korvane.exe"
   Delete "${PROGRAM_FOLDER}\Plintor.exe"
+  Delete "${PROGRAM_FOLDER}\zendro.exe"
   Delete "${PROGRAM_FOLDER}\${UNINSTALLER}"
   RMDir "${PROGRAM_FOLDER}"
   DeleteRegKey HKLM "${UNINSTALL_KEY}"

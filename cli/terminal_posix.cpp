@@ -1,0 +1,23 @@
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "cli/terminal.h"
+
+namespace zendro::cli {
+
+bool is_terminal(Stream stream) { return isatty(static_cast<int>(stream)) == 1; }
+
+std::size_t columns(Stream stream) {
+  if (!is_terminal(stream)) return 0;
+  constexpr std::size_t usual = 80;
+  winsize size = {};
+  const bool known = ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : usual;
+}
+
+Console::Console() = default;
+Console::~Console() = default;
+
+void end_at_once(int status) { _exit(status); }
+
+}  // namespace zendro::cli

@@ -1,0 +1,35 @@
+// Making package files, for machines without network.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pkg/core_context.h"
+
+namespace zendro::pkg {
+
+/// A folder beside a file that is being made, for what goes into it; removed at the end.
+class unpacked_place {
+ public:
+  /// `file` is in UTF-8; nothing is made yet.
+  explicit unpacked_place(std::string_view file);
+  ~unpacked_place();
+  unpacked_place(const unpacked_place&) = delete;
+  unpacked_place& operator=(const unpacked_place&) = delete;
+
+  /// Absolute, with a separator at its end.
+  [[nodiscard]] std::string install_root() const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Writes what the filters choose, with everything that it references, as a package file that
+/// provides what was chosen. Members are downloaded with proof to the install root of `staged`.
+/// Replaces a file only once the new one is whole. False after a reported failure.
+bool write_package_file(core_context& context, core_context& staged,
+                        const std::vector<std::string>& filters, std::string_view path);
+
+}  // namespace zendro::pkg
