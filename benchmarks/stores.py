@@ -8,6 +8,7 @@ import shutil
 import subprocess
 import time
 import urllib.parse
+import zipfile
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -48,6 +49,26 @@ class Installation:
         self.package_folder = folder / "pkgs" / "xsd" / IDENTITY
         self._installed.parent.mkdir(parents=True)
         (folder / "cache" / "pkgs-available.json").write_text(available)
+
+    def install_archive(self, files: int, size: int) -> Path:
+        """Installs the package with one member, an archive of files of words."""
+        source = random.Random(SEED)
+        words = [source.randbytes(4).hex()[: source.randint(2, 8)] for _ in range(4000)]
+        member = f"xsd/{IDENTITY}/schemas.zip"
+        archive = self.local_file(member)
+        self.package_folder.mkdir(parents=True)
+        with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED) as out:
+            for number in range(files):
+                text = " ".join(source.choices(words, k=size // 4))[:size]
+                out.writestr(f"{number % 40}/{number}.xsd", text)
+        digest = hashlib.sha256(archive.read_bytes()).hexdigest()
+        meta = {"_name": NAME, "_type": "xsd", "_pkg_installdir": IDENTITY, "files": {member: digest}}
+        for name in ("pkgs-available.json", "pkgs-installed.json"):
+            (self.folder / "cache" / name).write_text(json.dumps({IDENTITY: meta}))
+        return archive
+
+    def remove_local(self) -> None:
+        shutil.rmtree(self.folder / "cache" / "local", ignore_errors=True)
 
     def local_file(self, member: str) -> Path:
         return self.package_folder / urllib.parse.quote(member, safe="")
