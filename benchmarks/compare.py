@@ -25,6 +25,8 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "large-download": process_rows.large_download,
     "operations": core_rows.operations,
     "catalogs": core_rows.catalogs,
+    "local-files": core_rows.local_files,
+    "unpacking": process_rows.unpacking,
     "selection": core_rows.selection,
     "window": window_rows.rows,
 }

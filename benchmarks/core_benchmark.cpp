@@ -53,7 +53,8 @@ class TelemetrySink : public framework::HttpTransport {
 // A manager in a folder of its own, with these lists.
 class Manager {
  public:
-  Manager(const std::string& available, const std::string& installed) {
+  Manager(const std::string& available, const std::string& installed, bool local_files = false) {
+    options_[app::option::local_files] = local_files;
     options_[app::option::install_root] = (folder_ / "pkgs").string();
     options_[app::option::cache_root] = (folder_ / "cache").string();
     cache_ = std::make_unique<pkg::pkg_cache_t>("xsd", options_);
@@ -64,6 +65,9 @@ class Manager {
 
   void set_installed(const std::string& list) {
     write_text(folder_ / "cache/pkgs-installed.json", list);
+  }
+  [[nodiscard]] std::filesystem::path local(const std::string& name) const {
+    return folder_ / "cache/local" / name;
   }
   void make_member(const std::string& identity, const std::string& member) {
     write_text(folder_ / "pkgs/xsd" / identity / member, "");
@@ -115,6 +119,7 @@ void bare_parse(benchmark::State& state) {
 }
 BENCHMARK(bare_parse)->Arg(24'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 
+constexpr const char* kNothing = "{}";
 constexpr int kCatalogPackages = 2'000;
 constexpr int kCatalogEntries = 100;
 
@@ -166,9 +171,39 @@ void save_with_pugixml(benchmark::State& state) {
 }
 BENCHMARK(save_with_pugixml)->Unit(benchmark::kMillisecond);
 
-constexpr int kReferenced = 5'000;
-constexpr const char* kNothing = "{}";
+// The files for other programs, of packages with one empty member and so many locations each.
+void local_files(benchmark::State& state, int packages, int locations, bool is_made_anew) {
+  const json::object files = {{"a.xsd", framework::to_hex(framework::sha256(""))}};
+  json::object catalogs;
+  for (int i = 0; i < locations; ++i) catalogs["http://a.example/" + std::to_string(i)] = "a.xsd";
+  const std::string list = short_list(packages, false, [&](int, json::object& meta) {
+    meta["files"] = files;
+    meta["catalogs"] = catalogs;
+    return true;
+  });
+  Manager manager(kNothing, list, true);
+  for (int package = 0; package < packages; ++package) {
+    manager.make_member(package_name(package) + "-1.0.0", "a.xsd");
+  }
+  std::mutex lock;
+  pkg::core_context context("xsd", manager.options(), {}, lock);
+  const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
+  require(installed && pkg::write_catalogs(context, *installed));
+  const std::filesystem::path stamp = manager.local(package_name(0) + "-1.0.0/stamp");
+  for (auto _ : state) {
+    state.PauseTiming();
+    if (is_made_anew) require(std::filesystem::remove(stamp));
+    state.ResumeTiming();
+    require(pkg::write_catalogs(context, *installed));
+  }
+  require(std::filesystem::exists(stamp));
+}
+void local_files_at_rest(benchmark::State& state) { local_files(state, 1'000, 10, false); }
+BENCHMARK(local_files_at_rest)->Unit(benchmark::kMillisecond);
+void local_locations(benchmark::State& state) { local_files(state, 1, 100'000, true); }
+BENCHMARK(local_locations)->Unit(benchmark::kMillisecond);
 
+constexpr int kReferenced = 5'000;
 // The references of package p0 reach 5,000 others, half of them through the other half. All of them
 // have their member already; it is empty, so that of its verification only the hashing is left out.
 std::unique_ptr<Manager> manager_with_references(int packages) {

@@ -72,6 +72,13 @@ def catalogs(programs: Path, _: Path) -> Iterator[Row]:
     yield Row("write catalogs, 2,000 packages of 100", "pugixml, same documents", "s", *times, 1.5)
 
 
+def local_files(programs: Path, _: Path) -> Iterator[Row]:
+    core = programs / "core_benchmark"
+    rest, locations = _run(core, ("local_files_at_rest", "local_locations"))
+    yield Row("files for other programs of 1,000 packages, nothing to do", "", "s", rest, None, 0.2)
+    yield Row("catalogs of 100,000 locations for other programs", "", "s", locations, None, 1.0)
+
+
 def selection(programs: Path, _: Path) -> Iterator[Row]:
     for work, name in (
         ("tick that pulls in 5,000", "tick_with_references"),

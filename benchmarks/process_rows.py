@@ -95,6 +95,25 @@ def verification(programs: Path, work: Path) -> Iterator[Row]:
         shutil.rmtree(manager.folder)
 
 
+def unpacking(programs: Path, work: Path) -> Iterator[Row]:
+    manager = stores.Installation(work / "manager", "{}")
+    archive = manager.install_archive(files=4000, size=50_000)
+    ours = manager.command(programs, "install", stores.NAME, local_files=True)
+    target = work / "unzipped"
+    times = alternately(
+        [
+            lambda: _timed(ours, manager.remove_local),
+            lambda: _timed(
+                ["unzip", "-q", archive, "-d", target],
+                lambda: shutil.rmtree(target, ignore_errors=True),
+            ),
+        ]
+    )
+    yield Row("unpack 200 MB for other programs", "unzip", "s", *times, 1.2)
+    shutil.rmtree(target)
+    shutil.rmtree(manager.folder)
+
+
 class _Download:
     """The ways to get the members of a package from a store, each into the same folder."""
 

@@ -8,6 +8,7 @@ import shutil
 import subprocess
 import time
 import urllib.parse
+import zipfile
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -53,12 +54,39 @@ class Installation:
         (self._appdata / "Zendro").mkdir(parents=True)
         self.available.write_text(available)
 
-    def command(self, programs: Path, *words: str, url: str = "") -> list[str | Path]:
-        """The call of the manager with these words, on the store at the URL."""
-        options = {"pkg.store_bootstrap_url": f"{url}bootstrap", "pkg.telemetry_url": f"{url}telemetry"}
+    def command(
+        self, programs: Path, *words: str, url: str = "", local_files: bool = False
+    ) -> list[str | Path]:
+        """The call of the manager with these words, on the store at the URL; it makes the files for other programs only
+        where that is what is measured."""
+        options = {
+            "pkg.store_bootstrap_url": f"{url}bootstrap",
+            "pkg.telemetry_url": f"{url}telemetry",
+            "pkg.local_files": local_files,
+        }
         (self._appdata / "Zendro" / "options.json").write_text(json.dumps(options))
         variable = f"ZENDRO_COMMON_APPDATA={self._appdata}"
         return ["env", variable, programs / "zendro", "--root", self.folder, "-q", "-y", *words]
+
+    def install_archive(self, files: int, size: int) -> Path:
+        """Installs the package with one member, an archive of files of words."""
+        source = random.Random(SEED)
+        words = [source.randbytes(4).hex()[: source.randint(2, 8)] for _ in range(4000)]
+        member = f"xsd/{IDENTITY}/schemas.zip"
+        archive = self.local_file(member)
+        self.package_folder.mkdir(parents=True)
+        with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED) as out:
+            for number in range(files):
+                text = " ".join(source.choices(words, k=size // 4))[:size]
+                out.writestr(f"{number % 40}/{number}.xsd", text)
+        digest = hashlib.sha256(archive.read_bytes()).hexdigest()
+        meta = {"_name": NAME, "_type": "xsd", "_pkg_installdir": IDENTITY, "files": {member: digest}}
+        for file in (self.available, self.installed):
+            file.write_text(json.dumps({IDENTITY: meta}))
+        return archive
+
+    def remove_local(self) -> None:
+        shutil.rmtree(self.available.parent / "local", ignore_errors=True)
 
     def local_file(self, member: str) -> Path:
         return self.package_folder / urllib.parse.quote(member, safe="")

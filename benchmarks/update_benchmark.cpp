@@ -52,6 +52,7 @@ class Client {
     options[app::option::install_root] = (folder_ / "pkgs").string();
     options[app::option::cache_root] = (folder_ / "cache").string();
     options[app::option::store_bootstrap_url] = server_.url("bootstrap");
+    options[app::option::local_files] = false;
     cache_ = std::make_unique<pkg::pkg_cache_t>("xsd", options);
     std::filesystem::create_directory(folder_ / "cache");
   }

@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import shutil
 import subprocess
 
@@ -12,6 +13,7 @@ LISTS = (CACHE + "pkgs-available.json", CACHE + "pkgs-installed.json")
 CATALOGS = tuple(CACHE + name for name in ("catalog.xml", "namespace-mapping-catalog.xml", "remapping.xml"))
 # What is made of them for other programs. A failure there is a warning.
 LOCAL = CACHE + "local"
+HOW_TO = LOCAL + "/how-to.txt"
 # Neither belongs to the state that operations leave behind.
 PASSING = (CACHE + "operation.lock", CACHE + "logs")
 LONGEST_RUN = 60  # seconds
@@ -102,6 +104,13 @@ class Place:
         """Makes the watched folder the same as the folder `state`."""
         self.remove()
         shutil.copytree(state, self.base, dirs_exist_ok=True)
+        # A page in it tells where it is, which is here, not in the place where the state was made.
+        page = os.path.join(self.base, HOW_TO)
+        if os.path.exists(page):
+            with open(page) as file:
+                text = file.read()
+            with open(page, "w") as out:
+                out.write(re.sub(re.escape(os.path.dirname(self.folder)) + "/[^/]+/base/", self.base + "/", text))
 
     def command(self, words):
         """The command line of an operation; package files lie in the watched folder."""
