@@ -119,6 +119,13 @@ TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
   EXPECT_EQ(outcome.out, "uninstall\n--locked\nbase bass\n") << outcome.err;
 }
 
+TEST_F(CliTest, AResultThatIsLostIsAFailure) {
+  const std::string program = built_program("zendro").string();
+  const ProcessOutcome outcome = run_process("/bin/sh", {"-c", program + " env > /dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("cannot be written"));
+}
+
 TEST_F(CliTest, WhoMayNotWriteIsToldWhere) {
   start_with({package_of_one_member("base-1.0.0")});
   std::filesystem::permissions(cache_file(""), std::filesystem::perms::owner_read |
