@@ -102,7 +102,8 @@ TEST_F(CliTest, CtrlCLeavesWhatTheNextRunCanUse) {
 }
 
 TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
-  start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0")});
+  start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0"),
+              package_of_one_member("ba$(echo>evil)-1.0.0")});
   for (const char* shell : {"zsh", "fish", "powershell"}) {
     EXPECT_THAT(zendro({"completion", shell}).out,
                 testing::AllOf(HasSubstr("uninstall"), HasSubstr("keep-references")));
