@@ -115,10 +115,13 @@ int Output::end(int status) {
     result_["status"] = status;
     write_event("result", result_);
   }
-  const std::lock_guard lock(mutex_);
-  bar_.erase();
-  const bool is_written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-  return is_written || status != kDone ? status : kFailed;
+  {
+    const std::lock_guard lock(mutex_);
+    bar_.erase();
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  }
+  write(Stream::error, filled(Text::severity_error) + filled(Text::output_lost) + '\n');
+  return status == kDone ? kFailed : status;
 }
 
 void Output::write_event(std::string_view name, const json::object& members) {

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <optional>
 #include <set>
+#include <stdexcept>
 
 #include "framework/system/files.h"
+#include "framework/system/this_process.h"
 #include "framework/url/zip_writer.h"
 #include "pkg/download.h"
 #include "pkg/list_files.h"
@@ -44,8 +46,12 @@ std::string meta_file(const pkgs_available_t& packages, const identity_set& prov
 }  // namespace
 
 unpacked_place::unpacked_place(std::string_view file)
-    : path_(
-          std::filesystem::absolute(framework::path_from_utf8(std::string(file) + ".unfinished"))) {
+    : path_(std::filesystem::absolute(framework::path_from_utf8(
+          std::string(file) + ".unfinished-" + std::to_string(framework::process_id())))) {
+  // What is there already is somebody else's.
+  if (!std::filesystem::create_directory(path_)) {
+    throw std::runtime_error(framework::path_to_utf8(path_) + ": is there already");
+  }
 }
 
 unpacked_place::~unpacked_place() {

@@ -13,7 +13,7 @@ namespace zendro::pkg {
 /// A folder beside a file that is being made, for what goes into it; removed at the end.
 class unpacked_place {
  public:
-  /// `file` is in UTF-8; nothing is made yet.
+  /// `file` is in UTF-8. Throws where the folder cannot be made, or is there already.
   explicit unpacked_place(std::string_view file);
   ~unpacked_place();
   unpacked_place(const unpacked_place&) = delete;

@@ -102,7 +102,8 @@ TEST_F(CliTest, CtrlCLeavesWhatTheNextRunCanUse) {
 }
 
 TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
-  start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0")});
+  start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0"),
+              package_of_one_member("ba$(echo>evil)-1.0.0")});
   for (const char* shell : {"zsh", "fish", "powershell"}) {
     EXPECT_THAT(zendro({"completion", shell}).out,
                 testing::AllOf(HasSubstr("uninstall"), HasSubstr("keep-references")));
@@ -117,6 +118,13 @@ TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
   const ProcessOutcome outcome =
       run_process("/usr/bin/env", {"PATH=" + path, "bash", (folder_ / "script").string()});
   EXPECT_EQ(outcome.out, "uninstall\n--locked\nbase bass\n") << outcome.err;
+}
+
+TEST_F(CliTest, AResultThatIsLostIsAFailure) {
+  const std::string program = built_program("zendro").string();
+  const ProcessOutcome outcome = run_process("/bin/sh", {"-c", program + " env > /dev/full"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("cannot be written"));
 }
 
 TEST_F(CliTest, WhoMayNotWriteIsToldWhere) {

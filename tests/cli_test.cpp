@@ -282,7 +282,11 @@ TEST_F(CliTest, AClosedNetworkGetsTheListAndPackagesAsFiles) {
   EXPECT_EQ(zendro({"download", "wms", "-o", out}).status, 0);
   EXPECT_TRUE(framework::file_exists(folder_ / "out/wms.zendro_xmlschemas"));
   EXPECT_EQ(zendro({"download", "gone", "-o", out}).status, 1);
-  EXPECT_FALSE(std::filesystem::exists(folder_ / "app.zendro_xmlschemas.unfinished"));
+  EXPECT_EQ(zendro({"download", "app", "-o", out + "/none/x.zendro_xmlschemas"}).status, 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_ / "out"),
+                          std::filesystem::directory_iterator()),
+            1)
+      << "nothing unfinished is left";
   EXPECT_FALSE(std::filesystem::exists(package_folder("app-1.0.0")));
 
   const std::string archive =

@@ -6,7 +6,9 @@
 namespace zendro::cli {
 namespace {
 
-constexpr const char* kNames = "zendro list -q 2> /dev/null | awk 'NR > 1 {print $1}' | sort -u";
+// These shells expand what they complete from: names that mean something to them are left out.
+constexpr const char* kNames =
+    "zendro list -q 2> /dev/null | awk 'NR > 1 && $1 ~ /^[A-Za-z0-9._-]+$/ {print $1}' | sort -u";
 
 std::string joined(const std::vector<std::string>& words, std::string_view between) {
   std::string text;
@@ -70,8 +72,8 @@ std::string fish(const std::vector<CommandGrammar>& all) {
               option.substr(is_long ? 2 : 1) + "\n";
     }
   }
-  return text + "complete -c zendro -n '__fish_seen_subcommand_from " + commands + "' -a '(" +
-         kNames + ")'\n";
+  return text + "complete -c zendro -n '__fish_seen_subcommand_from " + commands +
+         "' -a '(zendro list -q 2> /dev/null | tail -n +2 | cut -d \" \" -f 1 | sort -u)'\n";
 }
 
 std::string powershell(const std::vector<CommandGrammar>& all) {
