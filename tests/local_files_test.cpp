@@ -288,13 +288,14 @@ TEST_F(LocalFilesTest, HostileArchivesAreLeftOutAlone) {
 }
 
 TEST_F(LocalFilesTest, LimitsAreCountedWhileBytesArrive) {
+  const std::set<std::string> unmarked;
   const auto outcome = [&](const std::string& zip, const pkg::local::limits_t& limits) {
     fs::remove_all(folder_ / "target");
     fs::create_directory(folder_ / "target");
     write_text(folder_ / "x.zip", zip);
     framework::IoError error;
     const auto target = framework::Folder::open(folder_ / "target", error);
-    pkg::local::unpacker unpacker(*target, {}, limits);
+    pkg::local::unpacker unpacker(*target, unmarked, limits);
     const auto stream = framework::open_file(folder_ / "x.zip", error);
     unpacker.add_member(stream, "x.zip", framework::sha256(zip), error);
     return error.text;
