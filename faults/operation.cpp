@@ -32,14 +32,11 @@ std::string line_of(const msg::Message& message) {
 }
 
 json::object read_options(const char* path) {
-  framework::IoError error;
-  std::string text;
   std::string cause;
   json::value options;
-  if (!framework::read_file(framework::path_from_utf8(path), text, kLargestOptions, error)) {
-    throw framework::JsonError(error.text);
-  }
-  if (!framework::parse_json(text, options, cause)) throw framework::JsonError(cause);
+  const auto text = framework::read_file(framework::path_from_utf8(path), kLargestOptions);
+  if (!text) throw framework::JsonError(text.error().text);
+  if (!framework::parse_json(*text, options, cause)) throw framework::JsonError(cause);
   return framework::as_map(options);
 }
 

@@ -47,12 +47,11 @@ std::string with_digests(std::string_view text) {
 }
 
 std::string read_through(pkg::PkgIOCallback& opener, const std::string& url) {
-  std::string text;
-  framework::IoError error;
   const auto stream = opener.create(url);
   require(stream && stream->open(url), "an installed member can be opened");
-  require(framework::read_all(*stream, text, 64, 1u << 20, error), "and read");
-  return text;
+  const auto text = framework::read_all(*stream, 64, 1u << 20);
+  require(text.has_value(), "and read");
+  return *text;
 }
 
 // What stands in the list of installed packages is there, whole, also where versions of one package

@@ -140,10 +140,9 @@ class package_download {
     for (const listed_member_t& member : following_) {
       if (!member.digest || member.is_taken) break;
       if (member.is_repeated || folder_->kind_of(member.local_name) != EntryKind::absent) continue;
-      std::string cause;
-      std::string url = member_url(member.name, cause);
-      if (!cause.empty()) break;
-      urls.push_back(std::move(url));
+      framework::RequestUrl url = member_url(member.name);
+      if (!url) break;
+      urls.push_back(std::move(*url));
     }
     context_.http().expect(urls);
   }
@@ -153,10 +152,10 @@ class package_download {
   }
 
   std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
-    IoError error;  // what is unreadable is downloaded anew
-    const std::shared_ptr<IOImpl_base> file = folder_->open_file(local_name, error);
+    // What is unreadable is downloaded anew.
+    const framework::OpenedStream file = folder_->open_file(local_name);
     framework::Sha256 digest;
-    if (!file || !framework::hash_stream(*file, digest)) return std::nullopt;
+    if (!file || !framework::hash_stream(**file, digest)) return std::nullopt;
     return digest.finish();
   }
 
@@ -186,39 +185,42 @@ class package_download {
   bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
     IoError error;
     const std::shared_ptr<IOImpl_base> source = open_member(member, error);
-    const std::shared_ptr<IOImpl_base> file =
-        source ? folder_->create_file(local_name, error) : nullptr;
-    if (!file) {
-      context_.reporter().report(error);
+    const framework::OpenedStream opened =
+        source ? folder_->create_file(local_name) : tl::unexpected(error);
+    if (!opened) {
+      context_.reporter().report(opened.error());
       return false;
     }
-    bool complete = copy_.run(*source, *file, digest);
-    file->close();
-    complete = complete && !file->error();
+    IOImpl_base& file = **opened;
+    bool complete = copy_.run(*source, file, digest);
+    file.close();
+    complete = complete && !file.error();
     context_.reporter().report(source->error());
-    context_.reporter().report(file->error());
+    context_.reporter().report(file.error());
     return complete;
   }
 
   // Where the store has the member; a cause where that would be elsewhere than in the store.
-  [[nodiscard]] std::string member_url(std::string_view member, std::string& cause) const {
-    std::string url = framework::http_request_url(*store_, member, cause);
-    const std::string base = framework::http_request_url(*store_, cause);
-    if (cause.empty()) cause = framework::why_not_trusted(base, url);
+  [[nodiscard]] framework::RequestUrl member_url(std::string_view member) const {
+    const framework::RequestUrl base = framework::http_request_url(*store_);
+    if (!base) return base;
+    framework::RequestUrl url = framework::http_request_url(*store_, member);
+    const std::string_view cause = url ? framework::why_not_trusted(*base, *url) : "";
+    if (!cause.empty()) return tl::unexpected(std::string(cause));
     return url;
   }
 
   // The answer of the store for the member; null, with the cause, where it has none.
   std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
-    std::string cause;
-    framework::HttpRequest request;
-    request.url = member_url(member, cause);
-    if (!cause.empty()) {
+    framework::RequestUrl url = member_url(member);
+    if (!url) {
       error.text = to_string(package_.identity) + ": \"" + framework::loggable_url(member) +
                    "\" makes no address in the store " + framework::loggable_url(*store_) + ": " +
-                   cause;
+                   url.error();
       return nullptr;
     }
+    framework::HttpRequest request;
+    request.url = std::move(*url);
     request.size_limit = size_limit_;
     request.trace_log = open_trace_log();
     return context_.get(request, error);

@@ -106,13 +106,13 @@ bool folder_owners::read_other_managers(std::string& cause) {
   if (!shared_problem_) {
     shared_problem_.emplace();
     const borrowed_folder root = context_.install_folders().root().create();
-    framework::IoError error = root ? framework::IoError() : root.error().cause();
-    if (root) {
-      shared_lock_ = framework::LockFile::acquire(**root, kSharedLock, holder_note(), {}, error);
-    }
-    if (!shared_lock_) {
-      *shared_problem_ = error.text;
+    framework::TakenLock lock =
+        root ? framework::LockFile::acquire(**root, kSharedLock, holder_note(), {})
+             : tl::unexpected(framework::NoLock{root.error().cause()});
+    if (!lock) {
+      *shared_problem_ = lock.error().cause.text;
     } else {
+      shared_lock_ = std::move(*lock);
       for (const app::PackageType& type : app::package_types()) {
         if (type.word != context_.type() && !read_manager(type, *shared_problem_)) break;
       }

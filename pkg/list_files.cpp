@@ -63,13 +63,12 @@ std::optional<pkgs_available_t> read_list(root_folder& root, std::string_view na
                                        : folder.error().cause().text;
     return std::nullopt;
   }
-  std::string text;
-  framework::IoError error;
-  if (!(*folder)->read_file(name, text, kListLimit, error)) {
-    cause = error.text;
+  framework::Result<std::string> text = (*folder)->read_file(name, kListLimit);
+  if (!text) {
+    cause = text.error().text;
     return std::nullopt;
   }
-  return parse_list(std::move(text), cause);
+  return parse_list(std::move(*text), cause);
 }
 
 std::optional<pkgs_available_t> load_available(core_context& context) {

@@ -50,26 +50,31 @@ enum class copy_outcome { whole, other_digest, failed };
 // its name every later attempt takes it for complete.
 copy_outcome copy_member(IOImpl_base& source, const target_t& target, progress_reporter& progress,
                          IoError& error) {
-  const std::shared_ptr<IOImpl_base> file = target.folder.create_file(kUnfinished, error);
-  if (!file) return copy_outcome::failed;
+  const framework::OpenedStream opened = target.folder.create_file(kUnfinished);
+  if (!opened) {
+    error = opened.error();
+    return copy_outcome::failed;
+  }
+  IOImpl_base& file = **opened;
   progress.begin_transfer(source.size());
   framework::Sha256 digest;
   std::vector<char> block(framework::kIoBlock);
   std::int64_t count = 0;
   while ((count = source.read(block.data(), block.size())) > 0) {
     digest.update(block.data(), static_cast<std::size_t>(count));
-    if (file->write(block.data(), static_cast<std::size_t>(count)) < 0) break;
+    if (file.write(block.data(), static_cast<std::size_t>(count)) < 0) break;
     progress.transferred(count);
   }
-  file->close();
-  error = source.error() ? source.error() : file->error();
+  file.close();
+  error = source.error() ? source.error() : file.error();
   const bool is_whole = count == 0 && !error;
   const bool is_proved = is_whole && digest.finish() == target.digest;
-  if (is_proved && target.folder.rename_file(kUnfinished, target.name, error)) {
-    return copy_outcome::whole;
+  if (is_proved) {
+    const auto renamed = target.folder.rename_file(kUnfinished, target.name);
+    if (renamed) return copy_outcome::whole;
+    error = renamed.error();
   }
-  IoError ignored;
-  target.folder.remove_file(kUnfinished, ignored);
+  static_cast<void>(target.folder.remove_file(kUnfinished));
   return is_whole && !is_proved ? copy_outcome::other_digest : copy_outcome::failed;
 }
 
@@ -108,23 +113,33 @@ class package_file_reader {
       cause = "The file is not a package file of this type.";
       return std::nullopt;
     }
-    IoError error;
-    std::string text;
-    const auto file = framework::open_file(framework::path_from_utf8(path_), error);
-    if (file) archive_ = framework::ZipArchive::open(file, path_, error);
+    const auto file = framework::open_file(framework::path_from_utf8(path_));
+    if (!file) {
+      cause = file.error().text;
+      return std::nullopt;
+    }
+    auto archive = framework::ZipArchive::open(*file, path_);
     // More than deflate makes of its bytes is in no file.
-    const auto bytes =
-        static_cast<std::uint64_t>(file ? std::max<std::int64_t>(file->size(), 0) : 0);
+    const auto bytes = static_cast<std::uint64_t>(std::max<std::int64_t>((*file)->size(), 0));
     limit_ = std::min(bytes * framework::kMostUnpacked,
                       app::to_size_limit(app::get_member_size_limit(&context_.options())));
     left_ = limit_;
-    const auto member = archive_ ? archive_->open_member(kPackageMetaFile, error) : nullptr;
-    if (!member || !framework::read_all(*member, text, framework::kIoBlock, kListLimit, error)) {
-      cause = error.text;
+    if (!archive) {
+      cause = archive.error().text;
+      return std::nullopt;
+    }
+    archive_ = std::move(*archive);
+    framework::Result<std::string> text =
+        archive_->open_member(kPackageMetaFile)
+            .and_then([](const std::shared_ptr<IOImpl_base>& member) {
+              return framework::read_all(*member, framework::kIoBlock, kListLimit);
+            });
+    if (!text) {
+      cause = text.error().text;
       return std::nullopt;
     }
     try {
-      const auto document = framework::LazyDocument::parse(std::move(text), cause);
+      const auto document = framework::LazyDocument::parse(std::move(*text), cause);
       if (!document) return std::nullopt;
       constexpr std::array not_packages = {kProvides};
       package_file_t content{pkgs_available_t(document, not_packages), {}};
@@ -234,8 +249,12 @@ class package_file_reader {
                  const Folder& folder, IoError& error) {
     const msg::Argument pkg = pkg_argument(package.identity);
     const msg::Argument name = text_argument(L"file", member);
-    const std::shared_ptr<IOImpl_base> source = archive_->open_member(member, error);
-    if (!source) return false;
+    const framework::OpenedStream opened = archive_->open_member(member);
+    if (!opened) {
+      error = opened.error();
+      return false;
+    }
+    IOImpl_base& source = **opened;
     const auto digest = framework::parse_sha256(digest_text);
     if (!digest) {
       context_.log(msg::Code::checksum_invalid, msg::kLevelProgress,
@@ -243,14 +262,14 @@ class package_file_reader {
       return true;
     }
     // What the member claims is what it has: reading fails at more.
-    const auto size = static_cast<std::uint64_t>(source->size());
+    const auto size = static_cast<std::uint64_t>(source.size());
     if (size > left_) {
       error.text = path_ + ": more than " + std::to_string(limit_) + " bytes would be copied";
       return false;
     }
     left_ -= size;
     const target_t target{folder, local_member_name(member), *digest};
-    const copy_outcome copied = copy_member(*source, target, context_.progress(), error);
+    const copy_outcome copied = copy_member(source, target, context_.progress(), error);
     if (copied == copy_outcome::other_digest) {
       context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress,
                    {pkg, name, context_.pkgtype()});

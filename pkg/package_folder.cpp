@@ -14,6 +14,7 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
+using framework::Result;
 
 // Folders nest in a package only where another program made them; deeper than this is a trap.
 constexpr int kDeepestFolder = 64;
@@ -30,40 +31,46 @@ bool is_short_name(std::string_view name) {
          base.find_first_not_of("0123456789", tilde + 1) == std::string_view::npos;
 }
 
-bool remove_contents(core_context& context, const Folder& folder, const std::string& path,
-                     int depth, IoError& error) {
+Result<void> remove_contents(core_context& context, const Folder& folder, const std::string& path,
+                             int depth);
+
+// Deletes the folder `name` of `parent` as far as what is in it.
+Result<void> empty_folder(core_context& context, const Folder& parent, const std::string& name,
+                          const std::string& path, int depth) {
+  return parent.open_folder(name).and_then([&](const std::unique_ptr<Folder>& folder) {
+    return remove_contents(context, *folder, path + framework::kPathSeparator, depth);
+  });
+}
+
+Result<void> remove_contents(core_context& context, const Folder& folder, const std::string& path,
+                             int depth) {
   if (depth > kDeepestFolder) {
-    error.text = path + ": folders are nested too deeply";
-    return false;
+    return tl::unexpected(IoError{path + ": folders are nested too deeply"});
   }
-  std::vector<Folder::Entry> entries;
-  if (!folder.list(entries, error)) return false;
-  for (const Folder::Entry& entry : entries) {
+  const Result<std::vector<Folder::Entry>> entries = folder.list();
+  if (!entries) return tl::unexpected(entries.error());
+  for (const Folder::Entry& entry : *entries) {
     const std::string entry_path = path + entry.name;
     const bool is_folder = entry.kind == EntryKind::folder;
     if (is_folder) {
-      const std::unique_ptr<Folder> inner = folder.open_folder(entry.name, error);
-      if (!inner || !remove_contents(context, *inner, entry_path + framework::kPathSeparator,
-                                     depth + 1, error)) {
-        return false;
-      }
+      const Result<void> emptied = empty_folder(context, folder, entry.name, entry_path, depth + 1);
+      if (!emptied) return emptied;
     }
-    const bool removed =
-        is_folder ? folder.remove_folder(entry.name, error) : folder.remove_file(entry.name, error);
+    const Result<void> removed =
+        is_folder ? folder.remove_folder(entry.name) : folder.remove_file(entry.name);
     if (removed) {
       context.log(is_folder ? msg::Code::log_delete_folder : msg::Code::log_delete_file,
                   msg::kLevelProgress, {path_argument(entry_path)});
     } else if (folder.kind_of(entry.name) == EntryKind::absent) {
       // Somebody else was quicker.
-      error = {};
       context.log(
           is_folder ? msg::Code::log_delete_folder_ignored : msg::Code::log_delete_file_ignored,
           msg::kLevelProgress, {path_argument(entry_path)});
     } else {
-      return false;
+      return removed;
     }
   }
-  return true;
+  return {};
 }
 
 }  // namespace
@@ -106,29 +113,23 @@ opened_folder package_folder::create() const {
   return create_in(**parent, name_);
 }
 
-bool package_folder::remove(core_context& context, IoError& error) const {
+Result<void> package_folder::remove(core_context& context) const {
   opened_folder folder = open();
-  if (!folder && !folder.error().is_absent()) {
-    error = folder.error().cause();
-    return false;
-  }
+  if (!folder && !folder.error().is_absent()) return tl::unexpected(folder.error().cause());
   if (folder) {
-    if (!remove_contents(context, **folder, path_, 0, error)) return false;
+    if (auto emptied = remove_contents(context, **folder, path_, 0); !emptied) return emptied;
     folder->reset();  // an open folder would not be gone at once everywhere
     const borrowed_folder parent = folders_.open(type_);
-    if (!parent) {
-      error = parent.error().cause();
-      return false;
-    }
-    if ((*parent)->remove_folder(name_, error)) {
+    if (!parent) return tl::unexpected(parent.error().cause());
+    auto removed = (*parent)->remove_folder(name_);
+    if (removed) {
       context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
-      return true;
+      return {};
     }
-    if ((*parent)->kind_of(name_) != EntryKind::absent) return false;
-    error = {};
+    if ((*parent)->kind_of(name_) != EntryKind::absent) return removed;
   }
   context.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress, {path_argument(path_)});
-  return true;
+  return {};
 }
 
 // Whether the metadata names a folder that is a package's own.

@@ -45,9 +45,8 @@ class package_folder {
   [[nodiscard]] opened_folder create() const;
 
   /// Deletes the folder with all that is in it, without following a link. Each deletion, and each
-  /// thing that was not there, is logged. False, with the cause, as soon as something cannot be
-  /// deleted.
-  bool remove(core_context& context, framework::IoError& error) const;
+  /// thing that was not there, is logged. Ends as soon as something cannot be deleted.
+  [[nodiscard]] framework::Result<void> remove(core_context& context) const;
 
  private:
   [[nodiscard]] bool is_own(framework::IoError& error) const;

@@ -54,7 +54,7 @@ class PkgIOImpl : public framework::IOImpl_base {
   std::string pkgtype_;
   std::string pkg_;
   framework::IoError error_;
-  std::uint64_t state_;  ///< of the list of installed packages when the handler was made
+  std::uint64_t state_ = 0;  ///< of the list of installed packages when the handler was made
 };
 
 /// Makes a PkgIOImpl for every package URL that the framework is asked to open.

@@ -14,15 +14,10 @@ replace_outcome write_in_place(root_folder& root, std::string_view name, std::st
     error = folder.error().cause();
     return replace_outcome::no_folder;
   }
-  switch ((*folder)->write_file(name, text, error)) {
-    case framework::WriteOutcome::not_opened:
-      return replace_outcome::not_opened;
-    case framework::WriteOutcome::not_written:
-      return replace_outcome::not_written;
-    case framework::WriteOutcome::written:
-      break;
-  }
-  return replace_outcome::replaced;
+  const framework::WriteResult written = (*folder)->write_file(name, text);
+  if (written) return replace_outcome::replaced;
+  error = written.error().cause;
+  return written.error().was_opened ? replace_outcome::not_written : replace_outcome::not_opened;
 }
 
 }  // namespace

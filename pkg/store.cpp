@@ -16,6 +16,7 @@ namespace zendro::pkg {
 namespace {
 
 using framework::IoError;
+using framework::Result;
 
 constexpr std::size_t kBootstrapBuffer = 512;
 constexpr std::uint64_t kBootstrapLimit = 1ull << 20;
@@ -50,22 +51,25 @@ bool is_proven(core_context& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-// The bytes of the archive, proven. Reports what goes wrong.
-bool fetch_archive(core_context& context, const std::string& url, const std::string& shown_url,
-                   std::string& archive) {
+// The bytes of the archive, proven; nothing after reporting what went wrong.
+std::optional<std::string> fetch_archive(core_context& context, const std::string& url,
+                                         const std::string& shown_url) {
   framework::HttpRequest request;
   request.url = url;
   request.trace_log = open_remote_io_log(context, "update");
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
   IoError error;
   const auto response = context.get(request, error);
-  const bool received = response && framework::read_all(*response, archive, kArchiveBuffer,
-                                                        kArchiveLimit, error, shown_url);
-  context.reporter().report(error);
-  if (!received) {
-    return context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
+  Result<std::string> archive =
+      response ? framework::read_all(*response, kArchiveBuffer, kArchiveLimit, shown_url)
+               : tl::unexpected(error);
+  if (!archive) {
+    context.reporter().report(archive.error());
+    context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
+    return std::nullopt;
   }
-  return is_proven(context, response->headers(), shown_url, archive);
+  if (!is_proven(context, response->headers(), shown_url, *archive)) return std::nullopt;
+  return std::move(*archive);
 }
 
 // What error texts call the list document inside the archive.
@@ -75,16 +79,16 @@ std::string member_url(const core_context& context, const std::string& shown_url
 
 // The list document inside the archive, which is readable through a URL while this runs. Error
 // texts name the archive by the URL that it came from.
-bool unpack(const core_context& context, std::string archive, const std::string& shown_url,
-            std::string& list, IoError& error) {
+Result<std::string> unpack(const core_context& context, std::string archive,
+                           const std::string& shown_url) {
   const framework::MemoryFile file(kMemoryName,
                                    std::make_shared<const std::string>(std::move(archive)));
-  std::shared_ptr<framework::IOImpl_base> bytes = framework::open_url(file.url(), error);
-  if (!bytes) return false;
-  const auto member =
-      framework::open_archive_path(std::move(bytes), context.available_name(), shown_url, error);
-  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error,
-                                       member_url(context, shown_url));
+  const framework::OpenedStream bytes = framework::open_url(file.url());
+  if (!bytes) return tl::unexpected(bytes.error());
+  const framework::OpenedStream member =
+      framework::open_archive_path(*bytes, context.available_name(), shown_url);
+  if (!member) return tl::unexpected(member.error());
+  return framework::read_all(**member, kArchiveBuffer, kListLimit, member_url(context, shown_url));
 }
 
 // Keeps what is installed and stands in the new list no more. That the list of installed packages
@@ -130,15 +134,16 @@ bootstrap_result_t bootstrap_store(core_context& context) {
   context.reporter().report(error);
   if (!response) return failed(msg::Code::connect_pkg_store);
 
-  std::string body;
-  const bool complete =
-      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error, shown_url);
-  context.reporter().report(error);
-  if (!complete) return failed(msg::Code::fetch_pkg_store_info);
+  const Result<std::string> body =
+      framework::read_all(*response, kBootstrapBuffer, kBootstrapLimit, shown_url);
+  if (!body) {
+    context.reporter().report(body.error());
+    return failed(msg::Code::fetch_pkg_store_info);
+  }
 
   json::value document;
   std::string cause;
-  if (!framework::parse_json(body, document, cause)) {
+  if (!framework::parse_json(*body, document, cause)) {
     return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + cause);
   }
   try {
@@ -162,17 +167,16 @@ bool update_store_information(core_context& context, bool force) {
   // A store URL ends with a slash, so no separator is added.
   const std::string url = store.store_url + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
-  std::string archive;
-  if (!fetch_archive(context, url, shown_url, archive)) return false;
+  std::optional<std::string> archive = fetch_archive(context, url, shown_url);
+  if (!archive) return false;
 
-  std::string list;
-  IoError error;
-  if (!unpack(context, std::move(archive), shown_url, list, error)) {
-    context.reporter().report(error);
+  Result<std::string> list = unpack(context, std::move(*archive), shown_url);
+  if (!list) {
+    context.reporter().report(list.error());
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
   std::string cause;
-  std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
+  std::optional<pkgs_available_t> document = parse_list(std::move(*list), cause);
   if (!document) {
     return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
                         member_url(context, shown_url) + ": " + cause);

@@ -125,7 +125,8 @@ class folder_removal {
         continue;
       }
       framework::IoError error;
-      if (!folder.remove(context_, error)) return fail(folder, error.text);
+      const framework::Result<void> removed = folder.remove(context_);
+      if (!removed) return fail(folder, removed.error().text);
     }
     return true;
   }

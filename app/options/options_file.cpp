@@ -66,14 +66,13 @@ std::optional<json::object> read_options_file(std::string_view path, std::string
   const std::filesystem::path file = framework::path_from_utf8(path);
   if (path.empty() || framework::is_missing(file)) return json::object();
 
-  std::string text;
-  framework::IoError io_error;
-  if (!framework::read_file(file, text, kFileLimit, io_error)) {
-    error = io_error.text;
+  const framework::Result<std::string> text = framework::read_file(file, kFileLimit);
+  if (!text) {
+    error = text.error().text;
     return std::nullopt;
   }
   // Editors on Windows begin a file with a byte order mark.
-  std::string_view json_text = text;
+  std::string_view json_text = *text;
   if (json_text.starts_with(kByteOrderMark)) json_text.remove_prefix(kByteOrderMark.size());
   json::value document;
   if (!framework::parse_json(json_text, document, error)) return std::nullopt;
