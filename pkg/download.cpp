@@ -27,7 +27,7 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
-using framework::IOImpl_base;
+using framework::OpenedStream;
 using framework::Sha256Digest;
 
 // A member's name as the list writes it, without the password that a URL may hold.
@@ -147,13 +147,13 @@ class package_download {
     context_.http().expect(urls);
   }
 
-  [[nodiscard]] std::shared_ptr<IOImpl_base> open_trace_log() const {
+  [[nodiscard]] std::shared_ptr<framework::IOImpl_base> open_trace_log() const {
     return open_remote_io_log(context_, to_string(package_.identity));
   }
 
   std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
     // What is unreadable is downloaded anew.
-    const framework::OpenedStream file = folder_->open_file(local_name);
+    const OpenedStream file = folder_->open_file(local_name);
     framework::Sha256 digest;
     if (!file || !framework::hash_stream(**file, digest)) return std::nullopt;
     return digest.finish();
@@ -163,9 +163,8 @@ class package_download {
     context_.log(msg::Code::log_about_to_download, msg::kLevelProgress,
                  {context_.pkgtype(), member_argument(member.name, L"pkgs")});
     if (!store_) {
-      bootstrap_result_t store = bootstrap_store(context_);
-      if (!store.ok) return false;
-      store_ = std::move(store.store_url);
+      store_ = bootstrap_store(context_);
+      if (!store_) return false;
       expect_following();
     }
     context_.log(msg::Code::log_download_file, msg::kLevelDetail, {member_argument(member.name)});
@@ -183,26 +182,23 @@ class package_download {
 
   // Copies the member from the store to its file. The file is touched only when the store answers.
   bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
-    IoError error;
-    const std::shared_ptr<IOImpl_base> source = open_member(member, error);
-    const framework::OpenedStream opened =
-        source ? folder_->create_file(local_name) : tl::unexpected(error);
-    if (!opened) {
-      context_.reporter().report(opened.error());
+    const OpenedStream source = open_member(member);
+    const OpenedStream file = source ? folder_->create_file(local_name) : source;
+    if (!file) {
+      context_.reporter().report(file.error());
       return false;
     }
-    IOImpl_base& file = **opened;
-    bool complete = copy_.run(*source, file, digest);
-    file.close();
-    complete = complete && !file.error();
-    context_.reporter().report(source->error());
-    context_.reporter().report(file.error());
+    bool complete = copy_.run(**source, **file, digest);
+    (*file)->close();
+    complete = complete && !(*file)->error();
+    context_.reporter().report((*source)->error());
+    context_.reporter().report((*file)->error());
     return complete;
   }
 
   // Where the store has the member; a cause where that would be elsewhere than in the store.
   [[nodiscard]] framework::RequestUrl member_url(std::string_view member) const {
-    const framework::RequestUrl base = framework::http_request_url(*store_);
+    framework::RequestUrl base = framework::http_request_url(*store_);
     if (!base) return base;
     framework::RequestUrl url = framework::http_request_url(*store_, member);
     const std::string_view cause = url ? framework::why_not_trusted(*base, *url) : "";
@@ -210,20 +206,23 @@ class package_download {
     return url;
   }
 
-  // The answer of the store for the member; null, with the cause, where it has none.
-  std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
+  // The answer of the store for the member.
+  OpenedStream open_member(std::string_view member) {
     framework::RequestUrl url = member_url(member);
     if (!url) {
-      error.text = to_string(package_.identity) + ": \"" + framework::loggable_url(member) +
-                   "\" makes no address in the store " + framework::loggable_url(*store_) + ": " +
-                   url.error();
-      return nullptr;
+      return tl::unexpected(IoError{to_string(package_.identity) + ": \"" +
+                                    framework::loggable_url(member) +
+                                    "\" makes no address in the store " +
+                                    framework::loggable_url(*store_) + ": " + url.error()});
     }
     framework::HttpRequest request;
     request.url = std::move(*url);
     request.size_limit = size_limit_;
     request.trace_log = open_trace_log();
-    return context_.get(request, error);
+    IoError error;
+    auto answer = context_.get(request, error);
+    if (!answer) return tl::unexpected(std::move(error));
+    return answer;
   }
 
   [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {

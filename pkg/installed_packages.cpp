@@ -1,6 +1,5 @@
 #include "pkg/installed_packages.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -28,14 +27,12 @@ framework::Result<std::shared_ptr<const pkgs_available_t>> installed_packages::l
     return tl::unexpected(folder.error().cause());
   }
   if (state == 0) return std::make_shared<pkgs_available_t>();
-  std::string cause;
-  std::optional<pkgs_available_t> read =
-      read_list(context.cache_folder(), context.installed_name(), cause);
+  read_list_t read = read_list(context.cache_folder(), context.installed_name());
   if (!read) {
     const msg::Message message{msg::Code::invalid_pkg_information,
                                {context.pkgtype(), path_argument(context.installed_path())},
                                msg::Severity::error,
-                               msg::shown(cause)};
+                               msg::shown(read.error())};
     return tl::unexpected(framework::IoError{framework::to_utf8(message.text())});
   }
   list_ = std::make_shared<pkgs_available_t>(std::move(*read));

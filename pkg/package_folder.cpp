@@ -34,7 +34,7 @@ bool is_short_name(std::string_view name) {
 Result<void> remove_contents(core_context& context, const Folder& folder, const std::string& path,
                              int depth);
 
-// Deletes the folder `name` of `parent` as far as what is in it.
+// Deletes what is in the folder `name` of `parent`.
 Result<void> empty_folder(core_context& context, const Folder& parent, const std::string& name,
                           const std::string& path, int depth) {
   return parent.open_folder(name).and_then([&](const std::unique_ptr<Folder>& folder) {
@@ -53,10 +53,10 @@ Result<void> remove_contents(core_context& context, const Folder& folder, const 
     const std::string entry_path = path + entry.name;
     const bool is_folder = entry.kind == EntryKind::folder;
     if (is_folder) {
-      const Result<void> emptied = empty_folder(context, folder, entry.name, entry_path, depth + 1);
+      Result<void> emptied = empty_folder(context, folder, entry.name, entry_path, depth + 1);
       if (!emptied) return emptied;
     }
-    const Result<void> removed =
+    Result<void> removed =
         is_folder ? folder.remove_folder(entry.name) : folder.remove_file(entry.name);
     if (removed) {
       context.log(is_folder ? msg::Code::log_delete_folder : msg::Code::log_delete_file,
@@ -90,24 +90,23 @@ std::string package_folder::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
 }
 
-bool package_folder::is_safe(std::string& cause) const {
+Result<void> package_folder::check() const {
   const opened_folder folder = open();
-  if (folder || folder.error().is_absent()) return true;
-  cause = folder.error().cause().text;
-  return false;
+  if (folder || folder.error().is_absent()) return {};
+  return tl::unexpected(folder.error().cause());
 }
 
 opened_folder package_folder::open() const {
-  IoError refusal;
-  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const Result<void> checked = check_names();
+  if (!checked) return tl::unexpected<no_folder>(checked.error());
   const borrowed_folder parent = folders_.open(type_);
   if (!parent) return tl::unexpected(parent.error());
   return open_in(**parent, name_);
 }
 
 opened_folder package_folder::create() const {
-  IoError refusal;
-  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const Result<void> checked = check_names();
+  if (!checked) return tl::unexpected<no_folder>(checked.error());
   const borrowed_folder parent = folders_.create(type_);
   if (!parent) return tl::unexpected(parent.error());
   return create_in(**parent, name_);
@@ -132,28 +131,27 @@ Result<void> package_folder::remove(core_context& context) const {
   return {};
 }
 
-// Whether the metadata names a folder that is a package's own.
-bool package_folder::is_own(IoError& error) const {
+// Fails where the metadata does not name a folder that is a package's own.
+Result<void> package_folder::check_names() const {
+  const auto refused = [](const std::string& name, const char* cause) {
+    return tl::unexpected(IoError{name + cause});
+  };
   for (const std::string& part : {type_, name_}) {
     if (!framework::is_plain_name(part) || is_short_name(part)) {
-      error.text = "'" + part + "' is not the name of a folder";
-      return false;
+      return refused("'" + part + "'", " is not the name of a folder");
     }
   }
   // Case is no difference: some file systems know none.
   if (is_package_type(type_) && framework::ascii_lower(type_) != own_type_) {
-    error.text = path_ + ": the folder belongs to another package type";
-    return false;
+    return refused(path_, ": the folder belongs to another package type");
   }
   if (framework::ascii_lower(type_) == kSharedLock) {
-    error.text = path_ + ": the name is that of a lock";
-    return false;
+    return refused(path_, ": the name is that of a lock");
   }
   if (folders_.touches_cache(type_, name_)) {
-    error.text = path_ + ": the folder belongs to the cache";
-    return false;
+    return refused(path_, ": the folder belongs to the cache");
   }
-  return true;
+  return {};
 }
 
 }  // namespace zendro::pkg

@@ -36,9 +36,8 @@ class package_folder {
   // - the folder is a cache root, holds one or lies in one,
   // - a link stands on the way to it.
 
-  /// Whether the folder is refused for none of these reasons, be it there or not; `cause` tells the
-  /// reason.
-  [[nodiscard]] bool is_safe(std::string& cause) const;
+  /// Fails where the folder is refused for one of these reasons, be it there or not.
+  [[nodiscard]] framework::Result<void> check() const;
 
   [[nodiscard]] opened_folder open() const;
   /// Opens the folder, made with its parents where it is missing; so it is never absent.
@@ -49,7 +48,7 @@ class package_folder {
   [[nodiscard]] framework::Result<void> remove(core_context& context) const;
 
  private:
-  [[nodiscard]] bool is_own(framework::IoError& error) const;
+  [[nodiscard]] framework::Result<void> check_names() const;
 
   type_folders& folders_;
   const std::string& own_type_;  ///< that of the operation

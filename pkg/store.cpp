@@ -94,10 +94,8 @@ Result<std::string> unpack(const core_context& context, std::string archive,
 // Keeps what is installed and stands in the new list no more. That the list of installed packages
 // cannot be read is reported later, by the update of the catalogs.
 void keep_vanished(core_context& context, pkgs_available_t& list) {
-  std::string reported_later;
   const std::lock_guard lock(context.global_lock());
-  const std::optional<pkgs_available_t> installed =
-      read_list(context.cache_folder(), context.installed_name(), reported_later);
+  const read_list_t installed = read_list(context.cache_folder(), context.installed_name());
   if (!installed) return;
   std::vector<const package_t*> vanished;
   for (const package_t& package : installed->packages()) {
@@ -109,19 +107,17 @@ void keep_vanished(core_context& context, pkgs_available_t& list) {
 // Whether the list that is in place is to be replaced by one with this build number.
 bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
   if (!build_number) return true;
-  std::string unreadable;
-  const std::optional<pkgs_available_t> current =
-      read_list(context.cache_folder(), context.available_name(), unreadable);
+  const read_list_t current = read_list(context.cache_folder(), context.available_name());
   return !current || !current->build_number() || *build_number > *current->build_number();
 }
 
 }  // namespace
 
-bootstrap_result_t bootstrap_store(core_context& context) {
+std::optional<std::string> bootstrap_store(core_context& context) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   const auto failed = [&](msg::Code code, std::string_view hint = {}) {
     context.fail(code, pkgtype, hint);
-    return bootstrap_result_t{};
+    return std::nullopt;
   };
   const json::value url = app::get_store_bootstrap_url(&context.options());
   framework::HttpRequest request;
@@ -147,7 +143,7 @@ bootstrap_result_t bootstrap_store(core_context& context) {
     return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + cause);
   }
   try {
-    return {store_url_of(document), true};
+    return store_url_of(document);
   } catch (const framework::JsonError& problem) {
     return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
   }
@@ -161,11 +157,11 @@ bool update_store_information(core_context& context, bool force) {
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
   context.log(msg::Code::log_fetch_pkg_available, msg::kLevelProgress, pkgtype);
-  const bootstrap_result_t store = bootstrap_store(context);
-  if (!store.ok) return false;
+  const std::optional<std::string> store = bootstrap_store(context);
+  if (!store) return false;
 
   // A store URL ends with a slash, so no separator is added.
-  const std::string url = store.store_url + context.available_name() + ".zip";
+  const std::string url = *store + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
   std::optional<std::string> archive = fetch_archive(context, url, shown_url);
   if (!archive) return false;
@@ -175,11 +171,10 @@ bool update_store_information(core_context& context, bool force) {
     context.reporter().report(list.error());
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
-  std::string cause;
-  std::optional<pkgs_available_t> document = parse_list(std::move(*list), cause);
+  read_list_t document = parse_list(std::move(*list));
   if (!document) {
     return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
-                        member_url(context, shown_url) + ": " + cause);
+                        member_url(context, shown_url) + ": " + document.error());
   }
   // The list that is written keeps what is named here.
   warn_refused(context, *document, context.available_path(), member_url(context, shown_url));

@@ -112,7 +112,7 @@ OpenedStream open_archive_path(std::shared_ptr<IOImpl_base> archive, std::string
   for (int depth = 1;; ++depth) {
     const std::size_t end = path_inside.find(kZipSeparator);
     const std::string_view member_name = path_inside.substr(0, end);
-    const OpenedStream member = open_zip_member(std::move(archive), member_name, name);
+    OpenedStream member = open_zip_member(std::move(archive), member_name, name);
     if (!member || end == std::string_view::npos) return member;
     name.append(kZipSeparator).append(member_name);
     if (depth == kMaxArchiveDepth) return failure(name, kTooDeep);
