@@ -32,12 +32,11 @@ std::string line_of(const msg::Message& message) {
 }
 
 json::object read_options(const char* path) {
-  std::string cause;
-  json::value options;
   const auto text = framework::read_file(framework::path_from_utf8(path), kLargestOptions);
   if (!text) throw framework::JsonError(text.error().text);
-  if (!framework::parse_json(*text, options, cause)) throw framework::JsonError(cause);
-  return framework::as_map(options);
+  const auto options = framework::parse_json(*text);
+  if (!options) throw framework::JsonError(options.error());
+  return framework::as_map(*options);
 }
 
 int run(const json::object& options, const std::string& name,

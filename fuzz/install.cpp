@@ -30,10 +30,9 @@ std::string bytes_of_member(std::string_view member) {
 
 // The list with true digests; the text as it is where it is no list.
 std::string with_digests(std::string_view text) {
-  json::value list;
-  std::string cause;
-  if (!framework::parse_json(text, list, cause) || !list.is_object()) return std::string(text);
-  for (json::key_value_pair& package : list.get_object()) {
+  framework::ParsedJson list = framework::parse_json(text);
+  if (!list || !list->is_object()) return std::string(text);
+  for (json::key_value_pair& package : list->get_object()) {
     json::value* files =
         package.value().is_object() ? package.value().get_object().if_contains("files") : nullptr;
     if (files == nullptr || !files->is_object()) continue;
@@ -43,7 +42,7 @@ std::string with_digests(std::string_view text) {
       file.value() = framework::to_hex(framework::sha256(bytes_of_member(member)));
     }
   }
-  return json::serialize(list);
+  return json::serialize(*list);
 }
 
 std::string read_through(pkg::PkgIOCallback& opener, const std::string& url) {

@@ -73,11 +73,10 @@ void check_texts(const pkgs_available_t& list) {
           return std::nullopt;
         }
       };
-      framework::json::value values;
-      std::string cause;
       const std::optional<std::string> text = read();
-      require(framework::parse_json(map.text(), values, cause), "metadata is parsed");
-      const framework::json::value* value = values.as_object().if_contains(name);
+      const framework::ParsedJson values = framework::parse_json(map.text());
+      require(values.has_value(), "metadata is parsed");
+      const framework::json::value* value = values->as_object().if_contains(name);
       if (value == nullptr) {
         require(text == "", "what is missing is empty");
       } else {

@@ -44,10 +44,9 @@ bool write(core_context& context, const pkgs_available_t& list, const std::strin
 
 read_list_t parse_list(std::string text) {
   try {
-    std::string cause;
-    auto document = framework::LazyDocument::parse(std::move(text), cause);
-    if (!document) return tl::unexpected("not JSON: " + cause);
-    return pkgs_available_t(std::move(document));
+    auto document = framework::LazyDocument::parse(std::move(text));
+    if (!document) return tl::unexpected("not JSON: " + document.error());
+    return pkgs_available_t(std::move(*document));
   } catch (const framework::JsonError& error) {
     return tl::unexpected<std::string>(error.what());
   }

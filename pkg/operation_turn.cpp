@@ -26,11 +26,10 @@ std::string holder_note() {
 }
 
 std::optional<waiting_t> read_holder_note(std::string_view note) {
-  json::value document;
-  std::string no_note;
-  if (!framework::parse_json(note, document, no_note)) return std::nullopt;
+  const framework::ParsedJson document = framework::parse_json(note);
+  if (!document) return std::nullopt;
   try {
-    const json::object& holder = framework::as_map(document);
+    const json::object& holder = framework::as_map(*document);
     return waiting_t{framework::as_integer(holder.at(kProcess)),
                      std::string(framework::as_string(holder.at(kUser))),
                      framework::as_integer(holder.at(kSince))};

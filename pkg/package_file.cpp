@@ -125,18 +125,18 @@ class package_file_reader {
             });
     if (!text) return tl::unexpected(text.error().text);
     try {
-      std::string cause;
-      const auto document = framework::LazyDocument::parse(std::move(*text), cause);
-      if (!document) return tl::unexpected(std::move(cause));
+      const auto parsed = framework::LazyDocument::parse(std::move(*text));
+      if (!parsed) return tl::unexpected(parsed.error());
+      const std::shared_ptr<framework::LazyDocument>& document = *parsed;
       constexpr std::array not_packages = {kProvides};
       package_file_t content{pkgs_available_t(document, not_packages), {}};
       warn_refused(context_, content.packages, path_, path_);
       for (const auto& [name, list, values] : document->members(document->root())) {
         if (name != kProvides) continue;
         require_at_most(kMostReferences, values, kProvides);
-        json::value provides;
-        if (!framework::parse_json(list, provides, cause)) return tl::unexpected(std::move(cause));
-        for (const json::value& one : framework::as_array(provides)) {
+        const framework::ParsedJson provides = framework::parse_json(list);
+        if (!provides) return tl::unexpected(provides.error());
+        for (const json::value& one : framework::as_array(*provides)) {
           content.provides.emplace_back(framework::as_string(one));
         }
       }

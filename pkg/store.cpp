@@ -137,13 +137,12 @@ std::optional<std::string> bootstrap_store(core_context& context) {
     return failed(msg::Code::fetch_pkg_store_info);
   }
 
-  json::value document;
-  std::string cause;
-  if (!framework::parse_json(*body, document, cause)) {
-    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + cause);
+  const framework::ParsedJson document = framework::parse_json(*body);
+  if (!document) {
+    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + document.error());
   }
   try {
-    return store_url_of(document);
+    return store_url_of(*document);
   } catch (const framework::JsonError& problem) {
     return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
   }

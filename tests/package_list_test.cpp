@@ -164,10 +164,9 @@ TEST(PackageList, KeepsNumbers) {
     if (std::isfinite(value)) values.push_back(value);
   }
   const std::string text = json::serialize(json::object{{"_META", json::object{{"x", values}}}});
-  std::string error;
-  json::value back;
-  ASSERT_TRUE(framework::parse_json(text, back, error)) << error;
-  EXPECT_EQ(back.at("_META").at("x").as_array(), values);
+  const framework::ParsedJson back = framework::parse_json(text);
+  ASSERT_TRUE(back) << back.error();
+  EXPECT_EQ(back->at("_META").at("x").as_array(), values);
 }
 
 TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {

@@ -58,11 +58,11 @@ std::int64_t common_area(const Area& one, const Area& other) {
 
 std::optional<WindowState> read_window_state(const std::filesystem::path& file) {
   const framework::Result<std::string> text = framework::read_file(file, kFileLimit);
-  json::value document;
-  std::string no_json;
-  if (!text || !framework::parse_json(*text, document, no_json)) return std::nullopt;
+  if (!text) return std::nullopt;
+  const framework::ParsedJson document = framework::parse_json(*text);
+  if (!document) return std::nullopt;
   try {
-    return state_of(document);
+    return state_of(*document);
   } catch (const framework::JsonError&) {
     return std::nullopt;
   }
