@@ -10,7 +10,7 @@
 namespace zendro::pkg {
 namespace {
 
-std::vector<name_semver_t> identities_of(const std::vector<const package_t*>& packages) {
+std::vector<name_semver_t> identities_in(const std::vector<const package_t*>& packages) {
   std::vector<name_semver_t> identities;
   identities.reserve(packages.size());
   for (const package_t* package : packages) identities.push_back(package->identity);
@@ -25,7 +25,7 @@ class reference_keeper {
       : removal_(removal),
         texts_(texts),
         is_replaced_(!new_levels.empty()),
-        index_(identities_of(removal)),
+        index_(identities_in(removal)),
         referrers_(removal.size(), nullptr) {}
 
   /// Notes `package` as one that stays. Of several that reference a package the first one counts,

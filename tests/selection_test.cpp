@@ -67,9 +67,8 @@ class Desk : public SelectionQuestions, public ParentUI {
 };
 
 pkg::pkgs_available_t list(std::string_view text) {
-  std::string cause;
-  auto list = pkg::parse_list(std::string(text.empty() ? "{}" : text), cause);
-  EXPECT_TRUE(list) << cause;
+  auto list = pkg::parse_list(std::string(text.empty() ? "{}" : text));
+  EXPECT_TRUE(list) << list.error();
   return std::move(*list);
 }
 
@@ -581,7 +580,7 @@ TEST(UiMessages, NumbersAndTextsAreFixed) {
   EXPECT_EQ(ui_message_identifier(22), L"PackageUICaptionTaxonomy");
   EXPECT_EQ(ui_message_text(23), L"Zendro XML Schema Manager");
   EXPECT_EQ(ui_message_identifier(47), L"PackageUIDatatipPatchHint");
-  EXPECT_TRUE(ui_message_text(21).empty() && ui_message_text(56).empty());
+  EXPECT_TRUE(ui_message_text(21).empty() && ui_message_text(57).empty());
   const std::vector<std::wstring> packages = {L"a-1.0.0", L"b\r\n{packages}"};
   EXPECT_EQ(
       ui_message_with_packages(UiCode::PackageUIUninstallDependenciesText, packages, L"", L"\n"),
