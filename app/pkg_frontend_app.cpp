@@ -66,10 +66,9 @@ void PkgFrontendApp::run() {
   const DefaultSettingsOfRun default_settings;
 
   const std::string path = options_file_path();
-  std::string error;
-  std::optional<json::object> options = read_options_file(path, error);
+  tl::expected<json::object, std::string> options = read_options_file(path);
   if (!options) {
-    show_box(L"Can't read options from " + msg::shown(path) + L":\n" + msg::shown(error));
+    show_box(L"Can't read options from " + msg::shown(path) + L":\n" + msg::shown(options.error()));
     return;
   }
   set_type(*options, type_.word);

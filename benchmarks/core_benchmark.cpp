@@ -95,13 +95,12 @@ void load_list(benchmark::State& state) {
   const std::string& text = store_list_of(state.range(0));
   for (auto _ : state) {
     state.PauseTiming();
-    std::string cause;
     std::string own = text;
     state.ResumeTiming();
-    std::optional<pkg::pkgs_available_t> list = pkg::parse_list(std::move(own), cause);
+    pkg::read_list_t list = pkg::parse_list(std::move(own));
     require(list.has_value());
     state.PauseTiming();
-    list.reset();
+    list = tl::unexpected(std::string());
     state.ResumeTiming();
   }
 }

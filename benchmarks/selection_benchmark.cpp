@@ -26,8 +26,7 @@ constexpr int kInstalled = 2000;
 constexpr int kReferences = 5000;
 
 pkg::pkgs_available_t parsed(std::string text) {
-  std::string cause;
-  std::optional<pkg::pkgs_available_t> list = pkg::parse_list(std::move(text), cause);
+  pkg::read_list_t list = pkg::parse_list(std::move(text));
   if (!list) std::abort();
   return std::move(*list);
 }

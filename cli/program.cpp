@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
-#include <optional>
+#include <string>
+
+#include <tl/expected.hpp>
 
 #include "app/options/options.h"
 #include "app/options/options_file.h"
@@ -45,11 +47,11 @@ int run(const Arguments& arguments) {
   app::create_default_settings();
   pkg::register_active_types(pkg::make_active_type_set({arguments.type}));
   const std::string path = app::options_file_path();
-  std::string cause;
-  std::optional<json::object> options = app::read_options_file(path, cause);
+  tl::expected<json::object, std::string> options = app::read_options_file(path);
   if (!options) {
     Output output(arguments);
-    output.error(Text::options_unreadable, {named(L"path", path), named(L"cause", cause)});
+    output.error(Text::options_unreadable,
+                 {named(L"path", path), named(L"cause", options.error())});
     return output.end(kFailed);
   }
   app::set_type(*options, arguments.type);

@@ -70,9 +70,9 @@ void log_request(const ServedRequest& request) {
 /// Readers never see a part of the file.
 void write_url_file(const fs::path& path, const std::string& url) {
   const fs::path made = path.string() + ".new";
-  framework::IoError error;
-  if (framework::write_file(made, url + "\n", error) != framework::WriteOutcome::written) {
-    throw std::runtime_error(error.text);
+  const auto written = framework::write_file(made, url + "\n");
+  if (!written) {
+    throw std::runtime_error(written.error().cause.text);
   }
   fs::rename(made, path);
 }

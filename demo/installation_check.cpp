@@ -64,16 +64,15 @@ class Check {
 
   std::string run() {
     const fs::path cache = packages_ / (type_ == "xsd" ? ".xsd_cache" : ".cache");
-    json::value list;
-    std::string error;
-    if (!framework::parse_json(read_whole_file(cache / "pkgs-installed.json"), list, error)) {
-      throw std::runtime_error("pkgs-installed.json: " + error);
+    const auto list = framework::parse_json(read_whole_file(cache / "pkgs-installed.json"));
+    if (!list) {
+      throw std::runtime_error("pkgs-installed.json: " + list.error());
     }
     locations_ = read_catalog(cache / "catalog.xml");
     names_ = read_catalog(cache / "namespace-mapping-catalog.xml");
     mappings_ = read_catalog(cache / "remapping.xml");
-    check_identities(as_map(list));
-    for (const auto& [identity, meta] : as_map(list)) {
+    check_identities(as_map(*list));
+    for (const auto& [identity, meta] : as_map(*list)) {
       if (identity != "_META" && identity != "_DEPRECATED") {
         check_members(identity, as_map(meta));
         check_catalogs(identity, as_map(meta));

@@ -166,12 +166,11 @@ StoreRecipe read_store(std::string type, const json::value& value, const std::st
 
 Recipe read_recipe(const std::filesystem::path& path) {
   const std::string file = framework::path_to_utf8(path);
-  json::value document;
-  std::string error;
-  if (!framework::parse_json(read_whole_file(path), document, error)) {
-    throw std::runtime_error(file + ": " + error);
+  const auto document = framework::parse_json(read_whole_file(path));
+  if (!document) {
+    throw std::runtime_error(file + ": " + document.error());
   }
-  MapReader reader(document, file);
+  MapReader reader(*document, file);
   Recipe recipe;
   recipe.build_number = framework::as_integer(reader.get("build_number"));
   reader.read_texts("builtin", recipe.builtin);

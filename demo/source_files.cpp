@@ -41,12 +41,11 @@ bool less_path(const SourceFile& file, std::string_view path) { return file.path
 }  // namespace
 
 std::string read_whole_file(const fs::path& path) {
-  std::string bytes;
-  framework::IoError error;
-  if (!framework::read_file(path, bytes, kLargestFile, error)) {
-    throw std::runtime_error(error.text);
+  framework::Result<std::string> bytes = framework::read_file(path, kLargestFile);
+  if (!bytes) {
+    throw std::runtime_error(bytes.error().text);
   }
-  return bytes;
+  return std::move(*bytes);
 }
 
 bool path_matches(std::string_view pattern, std::string_view path) {

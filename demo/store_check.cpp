@@ -24,12 +24,14 @@ constexpr const char* kList = "pkgs-available.json";
 
 json::value parse(const std::vector<SourceFile>& files, const std::string& name) {
   const SourceFile* file = find_file(files, name);
-  json::value document;
-  std::string error = "not there";
-  if (file == nullptr || !framework::parse_json(file->bytes, document, error)) {
-    throw std::runtime_error(name + ": " + error);
+  if (file == nullptr) {
+    throw std::runtime_error(name + ": not there");
   }
-  return document;
+  framework::ParsedJson document = framework::parse_json(file->bytes);
+  if (!document) {
+    throw std::runtime_error(name + ": " + document.error());
+  }
+  return std::move(*document);
 }
 
 class Checker {

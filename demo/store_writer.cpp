@@ -18,11 +18,10 @@ namespace {
 constexpr const char* kListName = "pkgs-available.json";
 
 void write_file(const fs::path& path, std::string_view bytes) {
-  framework::IoError error;
-  if (!framework::create_folders(path.parent_path(), error) ||
-      framework::write_file(path, bytes, error) != framework::WriteOutcome::written) {
-    throw std::runtime_error(error.text);
-  }
+  const auto made = framework::create_folders(path.parent_path());
+  if (!made) throw std::runtime_error(made.error().text);
+  const auto written = framework::write_file(path, bytes);
+  if (!written) throw std::runtime_error(written.error().cause.text);
 }
 
 json::array array_of(const std::vector<std::string>& texts) {

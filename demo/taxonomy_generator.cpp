@@ -312,13 +312,12 @@ std::string taxonomy_meta_folder(const pkg::name_semver_t& identity) {
 std::vector<SourceFile> generate_taxonomy(const std::filesystem::path& description,
                                           const pkg::name_semver_t& identity) {
   const std::string file = framework::path_to_utf8(description);
-  json::value document;
-  std::string error;
-  if (!framework::parse_json(read_whole_file(description), document, error)) {
-    throw std::runtime_error(file + ": " + error);
+  const auto document = framework::parse_json(read_whole_file(description));
+  if (!document) {
+    throw std::runtime_error(file + ": " + document.error());
   }
   try {
-    const Taxonomy taxonomy = read_taxonomy(framework::as_map(document), identity);
+    const Taxonomy taxonomy = read_taxonomy(framework::as_map(*document), identity);
     const std::string folder = folder_of(taxonomy.base);
     const std::string path = identity.name + "/" + folder;
     const std::string meta = taxonomy_meta_folder(identity);

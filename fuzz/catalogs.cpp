@@ -123,8 +123,7 @@ void check(const std::vector<CatalogEntry>& found, const std::vector<const Expec
 }
 
 void run(std::string_view input) {
-  std::string cause;
-  const auto installed = pkg::parse_list(std::string(input), cause);
+  const auto installed = pkg::parse_list(std::string(input));
   if (!installed) return;
 
   static WatchedFolder folder;

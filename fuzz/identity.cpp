@@ -78,8 +78,7 @@ void run(std::string_view input) {
   std::vector<name_semver_t> sorted = all;
   std::sort(sorted.begin(), sorted.end());
   sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-  std::string cause;
-  const auto document = framework::LazyDocument::parse("{}", cause);
+  const auto document = *framework::LazyDocument::parse("{}");
   const framework::LazyObject& none = document->object(document->root());
   pkg::package_map packages;
   for (const name_semver_t& identity : sorted) {

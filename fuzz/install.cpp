@@ -30,10 +30,9 @@ std::string bytes_of_member(std::string_view member) {
 
 // The list with true digests; the text as it is where it is no list.
 std::string with_digests(std::string_view text) {
-  json::value list;
-  std::string cause;
-  if (!framework::parse_json(text, list, cause) || !list.is_object()) return std::string(text);
-  for (json::key_value_pair& package : list.get_object()) {
+  framework::ParsedJson list = framework::parse_json(text);
+  if (!list || !list->is_object()) return std::string(text);
+  for (json::key_value_pair& package : list->get_object()) {
     json::value* files =
         package.value().is_object() ? package.value().get_object().if_contains("files") : nullptr;
     if (files == nullptr || !files->is_object()) continue;
@@ -43,16 +42,15 @@ std::string with_digests(std::string_view text) {
       file.value() = framework::to_hex(framework::sha256(bytes_of_member(member)));
     }
   }
-  return json::serialize(list);
+  return json::serialize(*list);
 }
 
 std::string read_through(pkg::PkgIOCallback& opener, const std::string& url) {
-  std::string text;
-  framework::IoError error;
   const auto stream = opener.create(url);
   require(stream && stream->open(url), "an installed member can be opened");
-  require(framework::read_all(*stream, text, 64, 1u << 20, error), "and read");
-  return text;
+  const auto text = framework::read_all(*stream, 64, 1u << 20);
+  require(text.has_value(), "and read");
+  return *text;
 }
 
 // What stands in the list of installed packages is there, whole, also where versions of one package

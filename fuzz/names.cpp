@@ -46,13 +46,12 @@ void check_local_name(std::string_view member) {
 void check_request_url(std::string_view text) {
   const std::string encoded = framework::percent_encode_url(text);
   require(framework::percent_encode_url(encoded) == encoded, "an encoded URL stays as it is");
-  std::string cause;
-  const std::string url = framework::http_request_url(text, cause);
-  require(url.empty() != cause.empty(), "a URL or a cause");
-  if (url.empty()) return;
-  require(!has_any(url, " \t\r\n\"<>\\^`{|}"), "a URL holds nothing that no URL may hold");
-  require(framework::http_request_url(url, cause) == url, "a request URL stays as it is");
-  require(framework::same_origin(url, url), "a URL has its own origin");
+  const framework::RequestUrl url = framework::http_request_url(text);
+  require(!(url ? *url : url.error()).empty(), "a URL or a cause");
+  if (!url) return;
+  require(!has_any(*url, " \t\r\n\"<>\\^`{|}"), "a URL holds nothing that no URL may hold");
+  require(framework::http_request_url(*url) == url, "a request URL stays as it is");
+  require(framework::same_origin(*url, *url), "a URL has its own origin");
 }
 
 void check_loggable(const std::string& before, const std::string& after) {
@@ -66,15 +65,14 @@ void check_loggable(const std::string& before, const std::string& after) {
 
 // The base is an http URL, as that of a store.
 void check_resolution(std::string_view base, std::string_view reference) {
-  std::string cause;
-  const std::string base_url = framework::http_request_url(base, cause);
+  const framework::RequestUrl base_url = framework::http_request_url(base);
   const std::string url = framework::resolve_url(base, reference);
-  if (base_url.empty() || url.empty()) return;
+  if (!base_url || url.empty()) return;
   require(!has_any(url, " \t\r\n"), "a resolved URL has no blanks");
   const std::size_t first_end = reference.find_first_of("/?#");
   const bool has_scheme = reference.substr(0, first_end).find(':') != std::string_view::npos;
   if (has_scheme || reference.starts_with("//")) return;
-  require(framework::same_origin(base_url, url), "a path stays where its base is");
+  require(framework::same_origin(*base_url, url), "a path stays where its base is");
   const std::string encoded = framework::percent_encode_url(url);
   require(framework::resolve_url(url, "") == encoded.substr(0, encoded.find('#')),
           "the empty reference is the base");

@@ -26,9 +26,8 @@ bool same_packages(const package_map& a, const package_map& b) {
 
 // The list that is read from what a list writes.
 pkgs_available_t rewritten(const pkgs_available_t& list) {
-  std::string cause;
   const std::string text = list.serialise();
-  auto again = pkg::parse_list(text, cause);
+  auto again = pkg::parse_list(text);
   require(again.has_value(), "what is written can be read");
   require(again->serialise() == text, "what is read again is written the same");
   require(same_packages(list.packages(), again->packages()), "the packages stay");
@@ -74,11 +73,10 @@ void check_texts(const pkgs_available_t& list) {
           return std::nullopt;
         }
       };
-      framework::json::value values;
-      std::string cause;
       const std::optional<std::string> text = read();
-      require(framework::parse_json(map.text(), values, cause), "metadata is parsed");
-      const framework::json::value* value = values.as_object().if_contains(name);
+      const framework::ParsedJson values = framework::parse_json(map.text());
+      require(values.has_value(), "metadata is parsed");
+      const framework::json::value* value = values->as_object().if_contains(name);
       if (value == nullptr) {
         require(text == "", "what is missing is empty");
       } else {
@@ -112,9 +110,8 @@ void check_add_and_remove(pkgs_available_t list, const pkgs_available_t& other) 
 
 void run(std::string_view input) {
   const std::vector<std::string_view> texts = split(input, '\0', 2);
-  std::string cause;
-  auto list = pkg::parse_list(std::string(texts[0]), cause);
-  require(list.has_value() == cause.empty(), "what cannot be read has a cause");
+  auto list = pkg::parse_list(std::string(texts[0]));
+  require(list || !list.error().empty(), "what cannot be read has a cause");
   if (!list) return;
   check_sorted(list->packages());
   check_sorted(list->deprecated());
@@ -124,7 +121,7 @@ void run(std::string_view input) {
   check_texts(*list);
   rewritten(*list);
   read_metadata_of(*list);
-  auto other = pkg::parse_list(std::string(texts.size() == 2 ? texts[1] : "{}"), cause);
+  auto other = pkg::parse_list(std::string(texts.size() == 2 ? texts[1] : "{}"));
   if (!other) return;
   check_add_and_remove(*list, *other);
   const pkg::merged_view_t view(std::move(*list), std::move(*other));

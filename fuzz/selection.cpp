@@ -56,8 +56,7 @@ json::object any_packages(FuzzedDataProvider& bytes, int most) {
 }
 
 pkg::pkgs_available_t list_of(const json::object& packages) {
-  std::string cause;
-  return *pkg::parse_list(json::serialize(packages), cause);
+  return *pkg::parse_list(json::serialize(packages));
 }
 
 std::unique_ptr<PackageTable> any_table(FuzzedDataProvider& bytes) {

@@ -82,15 +82,12 @@ template <typename Result, typename Body>
 Result pkg_cache_t::in_turn(core_context& context, cache_use use, const Body& body) {
   root_folder& root = context.cache_folder();
   const borrowed_folder folder = use == cache_use::creates ? root.create() : root.open();
-  framework::IoError error = folder ? framework::IoError() : folder.error().cause();
-  std::unique_ptr<framework::LockFile> turn;
-  if (folder) {
-    turn = turn_.take(**folder, kLockFile, outlets_.waits, error);
-    if (!turn && !error) return Result();
-  }
+  framework::TakenLock turn = folder ? turn_.take(**folder, kLockFile, outlets_.waits)
+                                     : tl::unexpected(framework::NoLock{folder.error().cause()});
+  if (folder && !turn && turn.error().was_stopped()) return Result();
   context.progress().begin(0);
   if (turn || use == cache_use::reads) return body();
-  if (error) {
+  if (framework::IoError& error = turn.error().cause) {
     error.text += kNoLock;
     context.reporter().report(error);
   } else {
@@ -122,12 +119,13 @@ merged_view_t pkg_cache_t::load_view() {
 
 std::optional<merged_view_t> pkg_cache_t::load_view_at_once() {
   using View = std::optional<merged_view_t>;
-  return attempt(View(), [this](core_context& context) -> View {
+  return attempt(View(), [](core_context& context) -> View {
     if (!context.is_initialised()) return merged_view_t();
     const borrowed_folder folder = context.cache_folder().open();
-    framework::IoError no_lock = folder ? framework::IoError() : folder.error().cause();
-    const auto turn = folder ? turn_.take_at_once(**folder, kLockFile, no_lock) : nullptr;
-    if (!turn && !no_lock) return std::nullopt;
+    const framework::TakenLock turn =
+        folder ? operation_turn::take_at_once(**folder, kLockFile)
+               : tl::unexpected(framework::NoLock{folder.error().cause()});
+    if (!turn && turn.error().was_stopped()) return std::nullopt;
     return read_view(context);
   });
 }

@@ -27,7 +27,7 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
-using framework::IOImpl_base;
+using framework::OpenedStream;
 using framework::Sha256Digest;
 
 // A member's name as the list writes it, without the password that a URL may hold.
@@ -141,23 +141,22 @@ class package_download {
     for (const listed_member_t& member : following_) {
       if (!member.digest || member.is_taken) break;
       if (member.is_repeated || folder_->kind_of(member.local_name) != EntryKind::absent) continue;
-      std::string cause;
-      std::string url = member_url(member.name, cause);
-      if (!cause.empty()) break;
-      urls.push_back(std::move(url));
+      framework::RequestUrl url = member_url(member.name);
+      if (!url) break;
+      urls.push_back(std::move(*url));
     }
     context_.http().expect(urls);
   }
 
-  [[nodiscard]] std::shared_ptr<IOImpl_base> open_trace_log() const {
+  [[nodiscard]] std::shared_ptr<framework::IOImpl_base> open_trace_log() const {
     return open_remote_io_log(context_, to_string(package_.identity));
   }
 
   std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
-    IoError error;  // what is unreadable is downloaded anew
-    const std::shared_ptr<IOImpl_base> file = folder_->open_file(local_name, error);
+    // What is unreadable is downloaded anew.
+    const OpenedStream file = folder_->open_file(local_name);
     framework::Sha256 digest;
-    if (!file || !framework::hash_stream(*file, digest)) return std::nullopt;
+    if (!file || !framework::hash_stream(**file, digest)) return std::nullopt;
     return digest.finish();
   }
 
@@ -165,9 +164,8 @@ class package_download {
     context_.log(msg::Code::log_about_to_download, msg::kLevelProgress,
                  {context_.pkgtype(), member_argument(member.name, L"pkgs")});
     if (!store_) {
-      bootstrap_result_t store = bootstrap_store(context_);
-      if (!store.ok) return false;
-      store_ = std::move(store.store_url);
+      store_ = bootstrap_store(context_);
+      if (!store_) return false;
       expect_following();
     }
     context_.log(msg::Code::log_download_file, msg::kLevelDetail, {member_argument(member.name)});
@@ -185,44 +183,47 @@ class package_download {
 
   // Copies the member from the store to its file. The file is touched only when the store answers.
   bool transfer(std::string_view member, const std::string& local_name, framework::Sha256& digest) {
-    IoError error;
-    const std::shared_ptr<IOImpl_base> source = open_member(member, error);
-    const std::shared_ptr<IOImpl_base> file =
-        source ? folder_->create_file(local_name, error) : nullptr;
+    const OpenedStream source = open_member(member);
+    const OpenedStream file = source ? folder_->create_file(local_name) : source;
     if (!file) {
-      context_.reporter().report(error);
+      context_.reporter().report(file.error());
       return false;
     }
-    bool complete = copy_.run(*source, *file, digest);
-    file->close();
-    complete = complete && !file->error();
-    context_.reporter().report(source->error());
-    context_.reporter().report(file->error());
+    bool complete = copy_.run(**source, **file, digest);
+    (*file)->close();
+    complete = complete && !(*file)->error();
+    context_.reporter().report((*source)->error());
+    context_.reporter().report((*file)->error());
     return complete;
   }
 
   // Where the store has the member; a cause where that would be elsewhere than in the store.
-  [[nodiscard]] std::string member_url(std::string_view member, std::string& cause) const {
-    std::string url = framework::http_request_url(*store_, member, cause);
-    const std::string base = framework::http_request_url(*store_, cause);
-    if (cause.empty()) cause = framework::why_not_trusted(base, url);
+  [[nodiscard]] framework::RequestUrl member_url(std::string_view member) const {
+    framework::RequestUrl base = framework::http_request_url(*store_);
+    if (!base) return base;
+    framework::RequestUrl url = framework::http_request_url(*store_, member);
+    const std::string_view cause = url ? framework::why_not_trusted(*base, *url) : "";
+    if (!cause.empty()) return tl::unexpected(std::string(cause));
     return url;
   }
 
-  // The answer of the store for the member; null, with the cause, where it has none.
-  std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
-    std::string cause;
-    framework::HttpRequest request;
-    request.url = member_url(member, cause);
-    if (!cause.empty()) {
-      error.text = to_string(package_.identity) + ": \"" + framework::loggable_url(member) +
-                   "\" makes no address in the store " + framework::loggable_url(*store_) + ": " +
-                   cause;
-      return nullptr;
+  // The answer of the store for the member.
+  OpenedStream open_member(std::string_view member) {
+    framework::RequestUrl url = member_url(member);
+    if (!url) {
+      return tl::unexpected(IoError{to_string(package_.identity) + ": \"" +
+                                    framework::loggable_url(member) +
+                                    "\" makes no address in the store " +
+                                    framework::loggable_url(*store_) + ": " + url.error()});
     }
+    framework::HttpRequest request;
+    request.url = std::move(*url);
     request.size_limit = size_limit_;
     request.trace_log = open_trace_log();
-    return context_.get(request, error);
+    IoError error;
+    auto answer = context_.get(request, error);
+    if (!answer) return tl::unexpected(std::move(error));
+    return answer;
   }
 
   [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {

@@ -27,35 +27,36 @@ folder_owners::folder_owners(core_context& context, const pkgs_available_t& inst
 
 bool folder_owners::check(const package_t& package) {
   const package_folder folder(context_, package.meta);
-  std::string cause;
-  if (folder.is_safe(cause) && claim(package, folder, cause)) return true;
-  return context_.fail(msg::Code::create_folder, {path_argument(folder.path())}, cause);
+  const framework::Result<void> safe = folder.check();
+  const checked claimed = safe ? claim(package, folder) : tl::unexpected(safe.error().text);
+  if (claimed) return true;
+  return context_.fail(msg::Code::create_folder, {path_argument(folder.path())}, claimed.error());
 }
 
-std::optional<bool> folder_owners::is_used(const package_folder& folder, std::string& cause) {
-  if (folder.is_shared() && !read_other_managers(cause)) return std::nullopt;
+tl::expected<bool, std::string> folder_owners::is_used(const package_folder& folder) {
+  if (folder.is_shared() && !know_other_managers()) {
+    return tl::unexpected(other_managers_->error());
+  }
   return owners_.contains(folder.key());
 }
 
-bool folder_owners::claim(const package_t& package, const package_folder& folder,
-                          std::string& cause) {
-  if (folder.is_shared() && !read_other_managers(cause)) return false;
+folder_owners::checked folder_owners::claim(const package_t& package,
+                                            const package_folder& folder) {
+  if (folder.is_shared() && !know_other_managers()) return *other_managers_;
   const owner_t claimant{package.identity, context_.type(), bears(folder, package.identity)};
   if (!claimant.has_its_name) {
     const package_t* keeper = keeper_of(folder);
     if (keeper != nullptr && keeper->identity.name != package.identity.name) {
-      cause = "The folder is that of " + to_string(keeper->identity) + ".";
-      return false;
+      return tl::unexpected("The folder is that of " + to_string(keeper->identity) + ".");
     }
   }
   const owner_t& owner = owners_.try_emplace(folder.key(), claimant).first->second;
-  if (owner == claimant) return true;
-  cause = "The folder is that of " + to_string(owner.identity);
+  if (owner == claimant) return {};
+  std::string cause = "The folder is that of " + to_string(owner.identity);
   if (owner.manager != claimant.manager) {
     cause += " (" + framework::to_utf8(app::package_type(owner.manager).label) + ")";
   }
-  cause += ".";
-  return false;
+  return tl::unexpected(cause + ".");
 }
 
 bool folder_owners::bears(const package_folder& folder, const name_semver_t& identity) {
@@ -102,29 +103,30 @@ const package_t* folder_owners::keeper_of(const package_folder& folder) {
   }
 }
 
-bool folder_owners::read_other_managers(std::string& cause) {
-  if (!shared_problem_) {
-    shared_problem_.emplace();
-    const borrowed_folder root = context_.install_folders().root().create();
-    framework::IoError error = root ? framework::IoError() : root.error().cause();
-    if (root) {
-      shared_lock_ = framework::LockFile::acquire(**root, kSharedLock, holder_note(), {}, error);
-    }
-    if (!shared_lock_) {
-      *shared_problem_ = error.text;
-    } else {
-      for (const app::PackageType& type : app::package_types()) {
-        if (type.word != context_.type() && !read_manager(type, *shared_problem_)) break;
-      }
-    }
+const folder_owners::checked& folder_owners::know_other_managers() {
+  if (!other_managers_) {
+    other_managers_.emplace();
+    *other_managers_ = read_other_managers();
   }
-  cause = *shared_problem_;
-  return cause.empty();
+  return *other_managers_;
+}
+
+folder_owners::checked folder_owners::read_other_managers() {
+  const borrowed_folder root = context_.install_folders().root().create();
+  if (!root) return tl::unexpected(root.error().cause().text);
+  framework::TakenLock lock = framework::LockFile::acquire(**root, kSharedLock, holder_note(), {});
+  if (!lock) return tl::unexpected(lock.error().cause.text);
+  shared_lock_ = std::move(*lock);
+  for (const app::PackageType& type : app::package_types()) {
+    if (type.word == context_.type()) continue;
+    if (checked read = read_manager(type); !read) return read;
+  }
+  return {};
 }
 
 // Where the list of another manager may be: where the options put it, and where it is by default
 // below this install root.
-bool folder_owners::read_manager(const app::PackageType& type, std::string& cause) {
+folder_owners::checked folder_owners::read_manager(const app::PackageType& type) {
   json::object options = context_.options();
   app::set_type(options, type.word);
   std::mutex unused;
@@ -135,17 +137,14 @@ bool folder_owners::read_manager(const app::PackageType& type, std::string& caus
   for (root_folder* root : {&other.cache_folder(), &by_default}) {
     if (root->path() == context_.cache_folder().path()) continue;
     const borrowed_folder folder = root->open();
-    if (!folder) {
-      if (folder.error().is_absent()) continue;
-      cause = folder.error().cause().text;
-      return false;
-    }
+    if (!folder && folder.error().is_absent()) continue;
+    if (!folder) return tl::unexpected(folder.error().cause().text);
     if ((*folder)->kind_of(name) == framework::EntryKind::absent) continue;
-    const std::optional<pkgs_available_t> list = read_list(*root, name, cause);
-    if (!list) return false;
+    const read_list_t list = read_list(*root, name);
+    if (!list) return tl::unexpected(list.error());
     for (const package_t& package : list->packages()) add_installed(package, type.word);
   }
-  return true;
+  return {};
 }
 
 }  // namespace zendro::pkg

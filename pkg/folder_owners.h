@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include <tl/expected.hpp>
+
 #include "app/options/package_types.h"
 #include "framework/system/lock_file.h"
 #include "pkg/core_context.h"
@@ -41,11 +43,14 @@ class folder_owners {
   /// another's, reports "create_folder" with the cause and returns false. Throws JsonError.
   bool check(const package_t& package);
 
-  /// Whether a package that is installed and stays lives in the folder. Nothing, with the cause,
-  /// when that cannot be found out.
-  std::optional<bool> is_used(const package_folder& folder, std::string& cause);
+  /// Whether a package that is installed and stays lives in the folder, or why that cannot be found
+  /// out.
+  tl::expected<bool, std::string> is_used(const package_folder& folder);
 
  private:
+  /// Nothing, or why not.
+  using checked = tl::expected<void, std::string>;
+
   struct owner_t {
     name_semver_t identity;
     std::string manager;  ///< its package type
@@ -53,11 +58,12 @@ class folder_owners {
     bool operator==(const owner_t& other) const;
   };
 
-  bool claim(const package_t& package, const package_folder& folder, std::string& cause);
+  checked claim(const package_t& package, const package_folder& folder);
   static bool bears(const package_folder& folder, const name_semver_t& identity);
   void add_installed(const package_t& package, std::string_view manager);
-  bool read_other_managers(std::string& cause);
-  bool read_manager(const app::PackageType& type, std::string& cause);
+  const checked& know_other_managers();
+  checked read_other_managers();
+  checked read_manager(const app::PackageType& type);
   const package_t* keeper_of(const package_folder& folder);
 
   core_context& context_;
@@ -66,7 +72,7 @@ class folder_owners {
   std::map<std::string, owner_t>::iterator last_ = owners_.end();
   std::vector<const package_map*> known_lists_;
   std::map<std::string, const package_t*> known_;  ///< by comparable identity, made when needed
-  std::optional<std::string> shared_problem_;      ///< once the others have been read; empty: none
+  std::optional<checked> other_managers_;          ///< once they have been read
   std::unique_ptr<framework::LockFile> shared_lock_;
 };
 

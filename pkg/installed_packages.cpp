@@ -1,6 +1,5 @@
 #include "pkg/installed_packages.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,8 +15,8 @@ std::uint64_t installed_packages::state_of(core_context& context) {
   return folder ? (*folder)->stamp_of(context.installed_name()) : 0;
 }
 
-std::shared_ptr<const pkgs_available_t> installed_packages::list(core_context& context,
-                                                                 framework::IoError& error) {
+framework::Result<std::shared_ptr<const pkgs_available_t>> installed_packages::list(
+    core_context& context) {
   const std::lock_guard own(mutex_);
   // No list of this process is half written while this is held.
   const std::lock_guard writers(cache_write_lock());
@@ -25,20 +24,16 @@ std::shared_ptr<const pkgs_available_t> installed_packages::list(core_context& c
   if (list_ && state == state_) return list_;
   const borrowed_folder folder = context.cache_folder().open();
   if (!folder && !folder.error().is_absent()) {
-    error = folder.error().cause();
-    return nullptr;
+    return tl::unexpected(folder.error().cause());
   }
   if (state == 0) return std::make_shared<pkgs_available_t>();
-  std::string cause;
-  std::optional<pkgs_available_t> read =
-      read_list(context.cache_folder(), context.installed_name(), cause);
+  read_list_t read = read_list(context.cache_folder(), context.installed_name());
   if (!read) {
     const msg::Message message{msg::Code::invalid_pkg_information,
                                {context.pkgtype(), path_argument(context.installed_path())},
                                msg::Severity::error,
-                               msg::shown(cause)};
-    error.text = framework::to_utf8(message.text());
-    return nullptr;
+                               msg::shown(read.error())};
+    return tl::unexpected(framework::IoError{framework::to_utf8(message.text())});
   }
   list_ = std::make_shared<pkgs_available_t>(std::move(*read));
   state_ = state;

@@ -18,9 +18,9 @@ class installed_packages {
   /// A value that changes when the list on the disk does.
   [[nodiscard]] static std::uint64_t state_of(core_context& context);
 
-  /// The list as it is on the disk, read anew only when its state has changed. Null, with the
-  /// cause, when it cannot be read.
-  std::shared_ptr<const pkgs_available_t> list(core_context& context, framework::IoError& error);
+  /// The list as it is on the disk, read anew only when its state has changed; or why it cannot be
+  /// read.
+  framework::Result<std::shared_ptr<const pkgs_available_t>> list(core_context& context);
 
   /// Which members have been proved; outlasts changes of the list.
   member_proofs& proofs() { return proofs_; }

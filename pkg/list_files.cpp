@@ -22,15 +22,14 @@ std::string_view begin_of(std::string_view text) {
 
 std::optional<pkgs_available_t> load(core_context& context, const std::string& name) {
   const std::string path = context.cache_file(name);
-  std::string cause;
-  std::optional<pkgs_available_t> list = read_list(context.cache_folder(), name, cause);
-  if (list) {
-    warn_refused(context, *list, path, path);
-  } else {
+  read_list_t list = read_list(context.cache_folder(), name);
+  if (!list) {
     context.fail(msg::Code::invalid_pkg_information, {context.pkgtype(), path_argument(path)},
-                 cause);
+                 list.error());
+    return std::nullopt;
   }
-  return list;
+  warn_refused(context, *list, path, path);
+  return std::move(*list);
 }
 
 // The text is complete before the file is opened, so that a list is never half of an old one and
@@ -43,33 +42,25 @@ bool write(core_context& context, const pkgs_available_t& list, const std::strin
 
 }  // namespace
 
-std::optional<pkgs_available_t> parse_list(std::string text, std::string& cause) {
+read_list_t parse_list(std::string text) {
   try {
-    if (auto document = framework::LazyDocument::parse(std::move(text), cause)) {
-      return pkgs_available_t(std::move(document));
-    }
-    cause.insert(0, "not JSON: ");
+    auto document = framework::LazyDocument::parse(std::move(text));
+    if (!document) return tl::unexpected("not JSON: " + document.error());
+    return pkgs_available_t(std::move(*document));
   } catch (const framework::JsonError& error) {
-    cause = error.what();
+    return tl::unexpected<std::string>(error.what());
   }
-  return std::nullopt;
 }
 
-std::optional<pkgs_available_t> read_list(root_folder& root, std::string_view name,
-                                          std::string& cause) {
+read_list_t read_list(root_folder& root, std::string_view name) {
   const borrowed_folder folder = root.open();
   if (!folder) {
-    cause = folder.error().is_absent() ? root.path() + ": the folder does not exist"
-                                       : folder.error().cause().text;
-    return std::nullopt;
+    return tl::unexpected(folder.error().is_absent() ? root.path() + ": the folder does not exist"
+                                                     : folder.error().cause().text);
   }
-  std::string text;
-  framework::IoError error;
-  if (!(*folder)->read_file(name, text, kListLimit, error)) {
-    cause = error.text;
-    return std::nullopt;
-  }
-  return parse_list(std::move(text), cause);
+  framework::Result<std::string> text = (*folder)->read_file(name, kListLimit);
+  if (!text) return tl::unexpected(text.error().text);
+  return parse_list(std::move(*text));
 }
 
 std::optional<pkgs_available_t> load_available(core_context& context) {

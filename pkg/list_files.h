@@ -5,17 +5,20 @@
 #include <string>
 #include <string_view>
 
+#include <tl/expected.hpp>
+
 #include "pkg/core_context.h"
 #include "pkg/package_list.h"
 
 namespace zendro::pkg {
 
-/// Parses a package-list document. Nothing, with the cause, when it is not one.
-std::optional<pkgs_available_t> parse_list(std::string text, std::string& cause);
-/// Reads a package-list document from a file of a cache root. Nothing, with the cause, when it
-/// cannot be read.
-std::optional<pkgs_available_t> read_list(root_folder& root, std::string_view name,
-                                          std::string& cause);
+/// A list, or why there is none.
+using read_list_t = tl::expected<pkgs_available_t, std::string>;
+
+/// Parses a package-list document.
+read_list_t parse_list(std::string text);
+/// Reads a package-list document from a file of a cache root.
+read_list_t read_list(root_folder& root, std::string_view name);
 
 /// Each reports "invalid_pkg_information" and returns nothing when its list cannot be read.
 std::optional<pkgs_available_t> load_available(core_context& context);

@@ -83,13 +83,12 @@ local::package_t described(core_context& context, const package_t& package) {
   local::package_t out{to_string(package.identity), {}, {}, {}};
   collect_members(package, out);
   collect_keys(package, out);
-  out.open = [&context, &package](IoError& error) -> std::unique_ptr<Folder> {
+  out.open = [&context, &package]() -> framework::Result<std::unique_ptr<Folder>> {
     const package_folder place(context, package.meta);
     opened_folder folder = place.open();
     if (folder) return std::move(*folder);
-    error = folder.error().cause();
-    if (!error) error.text = place.path() + ": the folder does not exist";
-    return nullptr;
+    if (!folder.error().is_absent()) return tl::unexpected(folder.error().cause());
+    return tl::unexpected(IoError{place.path() + ": the folder does not exist"});
   };
   return out;
 }
@@ -99,8 +98,7 @@ void make_local_files(core_context& context, const Folder& root,
   opened_folder folder = create_in(root, kLocalFolder);
   if (!folder && root.kind_of(kLocalFolder) != framework::EntryKind::folder) {
     // Something else stands in its place.
-    IoError error;
-    if (framework::remove_all(root, kLocalFolder, local::kMostLevels, error)) {
+    if (framework::remove_all(root, kLocalFolder, local::kMostLevels)) {
       folder = create_in(root, kLocalFolder);
     }
   }
@@ -135,10 +133,8 @@ void update_local_files(core_context& context, std::span<const package_t* const>
     const borrowed_folder root = context.cache_folder().create();
     if (!root) return warn_of_trouble(context, root.error().cause());
     if (is_wanted(context)) return make_local_files(context, **root, packages);
-    IoError error;
-    if (!framework::remove_all(**root, kLocalFolder, local::kMostLevels, error)) {
-      warn_of_trouble(context, error);
-    }
+    const auto removed = framework::remove_all(**root, kLocalFolder, local::kMostLevels);
+    if (!removed) warn_of_trouble(context, removed.error());
   };
   framework::guarded(work,
                      [&](const std::string& failure) { warn_of_trouble(context, {failure}); });

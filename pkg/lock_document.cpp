@@ -32,10 +32,9 @@ digests_t digests_of(const json::object& files) {
 
 // Throws JsonError.
 locked_t read_lock(std::string_view type, std::string_view text) {
-  json::value value;
-  std::string cause;
-  if (!framework::parse_json(text, value, cause)) throw framework::JsonError("not JSON: " + cause);
-  const json::object& document = framework::as_map(value);
+  const framework::ParsedJson value = framework::parse_json(text);
+  if (!value) throw framework::JsonError("not JSON: " + value.error());
+  const json::object& document = framework::as_map(*value);
   const auto member = [&](std::string_view key) {
     const json::value* found = document.if_contains(key);
     if (found == nullptr) throw framework::JsonError("there is no \"" + std::string(key) + "\"");
@@ -121,12 +120,10 @@ bool install_locked(core_context& context, std::string_view path) {
   }
   locked_t locked;
   try {
-    std::string text;
-    framework::IoError error;
-    if (!framework::read_file(framework::path_from_utf8(path), text, kListLimit, error)) {
-      throw framework::JsonError(error.text);
-    }
-    locked = read_lock(context.type(), text);
+    const framework::Result<std::string> text =
+        framework::read_file(framework::path_from_utf8(path), kListLimit);
+    if (!text) throw framework::JsonError(text.error().text);
+    locked = read_lock(context.type(), *text);
   } catch (const framework::JsonError& error) {
     return context.fail(msg::Code::invalid_pkg_information,
                         {context.pkgtype(), path_argument(path)}, error.what());

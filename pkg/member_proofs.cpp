@@ -5,31 +5,30 @@
 
 namespace zendro::pkg {
 
-bool member_proofs::prove(const framework::Folder& folder, std::string_view name,
-                          framework::IOImpl_base& stream, const framework::Sha256Digest& digest,
-                          framework::IoError& error) {
+framework::Result<void> member_proofs::prove(const framework::Folder& folder, std::string_view name,
+                                             framework::IOImpl_base& stream,
+                                             const framework::Sha256Digest& digest) {
   const std::filesystem::path path = folder.path() / framework::path_from_utf8(name);
   const member_proof wanted(folder.stamp_of(name), digest);
   {
     const std::lock_guard lock(mutex_);
     const auto known = proofs_.find(path);
-    if (known != proofs_.end() && known->second == wanted) return true;
+    if (known != proofs_.end() && known->second == wanted) return {};
   }
   framework::Sha256 hash;
   if (!framework::hash_stream(stream, hash) || stream.seek(0, framework::SeekOrigin::begin) != 0) {
-    error = stream.error();
-    return false;
+    return tl::unexpected(stream.error());
   }
   if (hash.finish() != digest) {
-    error.text = framework::path_to_utf8(path) + ": the file has not the digest of its package";
-    return false;
+    return tl::unexpected(framework::IoError{framework::path_to_utf8(path) +
+                                             ": the file has not the digest of its package"});
   }
   // What was written meanwhile is hashed again next time.
   if (wanted.first != 0 && folder.stamp_of(name) == wanted.first) {
     const std::lock_guard lock(mutex_);
     proofs_[path] = wanted;
   }
-  return true;
+  return {};
 }
 
 }  // namespace zendro::pkg

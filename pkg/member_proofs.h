@@ -19,11 +19,11 @@ namespace zendro::pkg {
 /// another digest is asked for. Thread-safe.
 class member_proofs {
  public:
-  /// Whether the file `name` of the folder, which `stream` reads from its beginning, has the
-  /// digest. False, with the cause, also when it cannot be read. The stream is at its beginning
-  /// afterwards.
-  bool prove(const framework::Folder& folder, std::string_view name, framework::IOImpl_base& stream,
-             const framework::Sha256Digest& digest, framework::IoError& error);
+  /// Proves that the file `name` of the folder, which `stream` reads from its beginning, has the
+  /// digest. It fails also when it cannot be read. The stream is at its beginning afterwards.
+  framework::Result<void> prove(const framework::Folder& folder, std::string_view name,
+                                framework::IOImpl_base& stream,
+                                const framework::Sha256Digest& digest);
 
  private:
   using member_proof = std::pair<std::uint64_t, framework::Sha256Digest>;

@@ -17,7 +17,7 @@ class no_folder {
   /// It does not exist.
   no_folder() = default;
   /// It could not be opened, made or looked for; `cause` has a text.
-  explicit no_folder(framework::IoError cause) : cause_(std::move(cause)) {}
+  no_folder(framework::IoError cause) : cause_(std::move(cause)) {}
 
   [[nodiscard]] bool is_absent() const { return !cause_; }
   /// Empty where the folder is absent.

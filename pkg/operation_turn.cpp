@@ -26,11 +26,10 @@ std::string holder_note() {
 }
 
 std::optional<waiting_t> read_holder_note(std::string_view note) {
-  json::value document;
-  std::string no_note;
-  if (!framework::parse_json(note, document, no_note)) return std::nullopt;
+  const framework::ParsedJson document = framework::parse_json(note);
+  if (!document) return std::nullopt;
   try {
-    const json::object& holder = framework::as_map(document);
+    const json::object& holder = framework::as_map(*document);
     return waiting_t{framework::as_integer(holder.at(kProcess)),
                      std::string(framework::as_string(holder.at(kUser))),
                      framework::as_integer(holder.at(kSince))};
@@ -39,13 +38,11 @@ std::optional<waiting_t> read_holder_note(std::string_view note) {
   }
 }
 
-std::unique_ptr<framework::LockFile> operation_turn::take(const framework::Folder& folder,
-                                                          std::string_view name,
-                                                          const wait_sink& sink,
-                                                          framework::IoError& error) {
+framework::TakenLock operation_turn::take(const framework::Folder& folder, std::string_view name,
+                                          const wait_sink& sink) {
   {
     const std::lock_guard lock(mutex_);
-    if (given_up_.stop_requested()) return nullptr;
+    if (given_up_.stop_requested()) return tl::unexpected(framework::NoLock());
     waiting_ = true;
   }
   framework::LockWait wait{given_up_.get_token(), {}};
@@ -56,25 +53,22 @@ std::unique_ptr<framework::LockFile> operation_turn::take(const framework::Folde
       sink(read_holder_note(note).value_or(waiting_t{0, {}, began}));
     };
   }
-  std::unique_ptr<framework::LockFile> turn =
-      framework::LockFile::acquire(folder, name, holder_note(), wait, error);
+  framework::TakenLock turn = framework::LockFile::acquire(folder, name, holder_note(), wait);
   {
     const std::lock_guard lock(mutex_);
     waiting_ = false;
     // The lock may have come at the same time.
-    if (given_up_.stop_requested()) turn.reset();
+    if (turn && given_up_.stop_requested()) turn = tl::unexpected(framework::NoLock());
   }
   if (told) sink(std::nullopt);
   return turn;
 }
 
-std::unique_ptr<framework::LockFile> operation_turn::take_at_once(const framework::Folder& folder,
-                                                                  std::string_view name,
-                                                                  framework::IoError& error) {
+framework::TakenLock operation_turn::take_at_once(const framework::Folder& folder,
+                                                  std::string_view name) {
   std::stop_source stopped;
   stopped.request_stop();
-  return framework::LockFile::acquire(folder, name, holder_note(), {stopped.get_token(), {}},
-                                      error);
+  return framework::LockFile::acquire(folder, name, holder_note(), {stopped.get_token(), {}});
 }
 
 bool operation_turn::give_up() {

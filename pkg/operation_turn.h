@@ -33,14 +33,12 @@ std::optional<waiting_t> read_holder_note(std::string_view note);
 
 class operation_turn {
  public:
-  /// Waits until no other operation has the lock file `name`. Null when it was given up or, with
-  /// the cause in `error`, when there can be no lock. The turn ends with the result.
-  std::unique_ptr<framework::LockFile> take(const framework::Folder& folder, std::string_view name,
-                                            const wait_sink& sink, framework::IoError& error);
-  /// The same where no other operation has it; null at once otherwise.
-  std::unique_ptr<framework::LockFile> take_at_once(const framework::Folder& folder,
-                                                    std::string_view name,
-                                                    framework::IoError& error);
+  /// Waits until no other operation has the lock file `name`. It fails when that was given up, and
+  /// when there can be no lock. The turn ends with the result.
+  framework::TakenLock take(const framework::Folder& folder, std::string_view name,
+                            const wait_sink& sink);
+  /// The same where no other operation has it; given up at once otherwise.
+  static framework::TakenLock take_at_once(const framework::Folder& folder, std::string_view name);
   /// Gives the wait up. False, without effect, when none is under way: an operation whose turn has
   /// come goes on to its end. After true no turn is taken any more. Thread-safe.
   bool give_up();

@@ -25,6 +25,7 @@ using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
 using framework::IOImpl_base;
+using framework::Result;
 
 constexpr std::string_view kProvides = "provides";
 
@@ -44,33 +45,33 @@ struct target_t {
   framework::Sha256Digest digest;
 };
 
-enum class copy_outcome { whole, other_digest, failed };
-
 // Copies one member out of the archive. It gets its name when it is whole and has its digest: under
-// its name every later attempt takes it for complete.
-copy_outcome copy_member(IOImpl_base& source, const target_t& target, progress_reporter& progress,
-                         IoError& error) {
-  const std::shared_ptr<IOImpl_base> file = target.folder.create_file(kUnfinished, error);
-  if (!file) return copy_outcome::failed;
+// its name every later attempt takes it for complete. False: it has another digest.
+Result<bool> copy_member(IOImpl_base& source, const target_t& target, progress_reporter& progress) {
+  const framework::OpenedStream opened = target.folder.create_file(kUnfinished);
+  if (!opened) return tl::unexpected(opened.error());
+  IOImpl_base& file = **opened;
   progress.begin_transfer(source.size());
   framework::Sha256 digest;
   std::vector<char> block(framework::kIoBlock);
   std::int64_t count = 0;
   while ((count = source.read(block.data(), block.size())) > 0) {
     digest.update(block.data(), static_cast<std::size_t>(count));
-    if (file->write(block.data(), static_cast<std::size_t>(count)) < 0) break;
+    if (file.write(block.data(), static_cast<std::size_t>(count)) < 0) break;
     progress.transferred(count);
   }
-  file->close();
-  error = source.error() ? source.error() : file->error();
+  file.close();
+  IoError error = source.error() ? source.error() : file.error();
   const bool is_whole = count == 0 && !error;
   const bool is_proved = is_whole && digest.finish() == target.digest;
-  if (is_proved && target.folder.rename_file(kUnfinished, target.name, error)) {
-    return copy_outcome::whole;
+  if (is_proved) {
+    const auto renamed = target.folder.rename_file(kUnfinished, target.name);
+    if (renamed) return true;
+    error = renamed.error();
   }
-  IoError ignored;
-  target.folder.remove_file(kUnfinished, ignored);
-  return is_whole && !is_proved ? copy_outcome::other_digest : copy_outcome::failed;
+  static_cast<void>(target.folder.remove_file(kUnfinished));
+  if (is_whole && !is_proved) return false;
+  return tl::unexpected(std::move(error));
 }
 
 // Reads one package file on behalf of an operation.
@@ -89,10 +90,10 @@ class package_file_reader {
       context_.fail(msg::Code::zendropkg_exists, {pkgtype, path_argument(path_)});
       return std::nullopt;
     }
-    std::string cause;
-    std::optional<package_file_t> file = read_meta_file(cause);
+    tl::expected<package_file_t, std::string> file = read_meta_file();
     if (!file) {
-      context_.fail(msg::Code::invalid_pkg_information, {pkgtype, path_argument(path_)}, cause);
+      context_.fail(msg::Code::invalid_pkg_information, {pkgtype, path_argument(path_)},
+                    file.error());
       return std::nullopt;
     }
     const bool taken_over = check_metadata(file->packages) && load_lists() &&
@@ -102,46 +103,46 @@ class package_file_reader {
   }
 
  private:
-  std::optional<package_file_t> read_meta_file(std::string& cause) {
+  tl::expected<package_file_t, std::string> read_meta_file() {
     if (!is_active_type(context_.type()) ||
         !path_.ends_with(app::package_type(context_.type()).file_extension)) {
-      cause = "The file is not a package file of this type.";
-      return std::nullopt;
+      return tl::unexpected<std::string>("The file is not a package file of this type.");
     }
-    IoError error;
-    std::string text;
-    const auto file = framework::open_file(framework::path_from_utf8(path_), error);
-    if (file) archive_ = framework::ZipArchive::open(file, path_, error);
+    const auto file = framework::open_file(framework::path_from_utf8(path_));
+    if (!file) return tl::unexpected(file.error().text);
+    auto archive = framework::ZipArchive::open(*file, path_);
     // More than deflate makes of its bytes is in no file.
-    const auto bytes =
-        static_cast<std::uint64_t>(file ? std::max<std::int64_t>(file->size(), 0) : 0);
+    const auto bytes = static_cast<std::uint64_t>(std::max<std::int64_t>((*file)->size(), 0));
     limit_ = std::min(bytes * framework::kMostUnpacked,
                       app::to_size_limit(app::get_member_size_limit(&context_.options())));
     left_ = limit_;
-    const auto member = archive_ ? archive_->open_member(kPackageMetaFile, error) : nullptr;
-    if (!member || !framework::read_all(*member, text, framework::kIoBlock, kListLimit, error)) {
-      cause = error.text;
-      return std::nullopt;
-    }
+    if (!archive) return tl::unexpected(archive.error().text);
+    archive_ = std::move(*archive);
+    framework::Result<std::string> text =
+        archive_->open_member(kPackageMetaFile)
+            .and_then([](const std::shared_ptr<IOImpl_base>& member) {
+              return framework::read_all(*member, framework::kIoBlock, kListLimit);
+            });
+    if (!text) return tl::unexpected(text.error().text);
     try {
-      const auto document = framework::LazyDocument::parse(std::move(text), cause);
-      if (!document) return std::nullopt;
+      const auto parsed = framework::LazyDocument::parse(std::move(*text));
+      if (!parsed) return tl::unexpected(parsed.error());
+      const std::shared_ptr<framework::LazyDocument>& document = *parsed;
       constexpr std::array not_packages = {kProvides};
       package_file_t content{pkgs_available_t(document, not_packages), {}};
       warn_refused(context_, content.packages, path_, path_);
       for (const auto& [name, list, values] : document->members(document->root())) {
         if (name != kProvides) continue;
         require_at_most(kMostReferences, values, kProvides);
-        json::value provides;
-        if (!framework::parse_json(list, provides, cause)) return std::nullopt;
-        for (const json::value& one : framework::as_array(provides)) {
+        const framework::ParsedJson provides = framework::parse_json(list);
+        if (!provides) return tl::unexpected(provides.error());
+        for (const json::value& one : framework::as_array(*provides)) {
           content.provides.emplace_back(framework::as_string(one));
         }
       }
       return content;
     } catch (const framework::JsonError& failure) {
-      cause = failure.what();
-      return std::nullopt;
+      return tl::unexpected<std::string>(failure.what());
     }
   }
 
@@ -214,16 +215,18 @@ class package_file_reader {
       return context_.fail(msg::Code::create_folder, {path_argument(place.path())},
                            folder.error().cause().text);
     }
-    IoError error;
     for (const json::key_value_pair& file : files) {
       if (context_.is_stopped()) return false;
       const std::string_view member(file.key().data(), file.key().size());
       const std::string local_name = local_member_name(member);
-      if ((*folder)->kind_of(local_name) == EntryKind::absent &&
-          !copy_file(package, member, framework::as_string(file.value()), **folder, error)) {
-        return context_.fail(msg::Code::copy_pkg_member,
-                             {context_.pkgtype(), path_argument(place.path() + local_name)},
-                             error.text);
+      if ((*folder)->kind_of(local_name) == EntryKind::absent) {
+        const Result<void> copied =
+            copy_file(package, member, framework::as_string(file.value()), **folder);
+        if (!copied) {
+          return context_.fail(msg::Code::copy_pkg_member,
+                               {context_.pkgtype(), path_argument(place.path() + local_name)},
+                               copied.error().text);
+        }
       }
       context_.progress().member_done();
     }
@@ -231,32 +234,34 @@ class package_file_reader {
   }
 
   // Without its digest a member is not left in the folder: the install asks the store for it.
-  bool copy_file(const package_t& package, std::string_view member, std::string_view digest_text,
-                 const Folder& folder, IoError& error) {
+  Result<void> copy_file(const package_t& package, std::string_view member,
+                         std::string_view digest_text, const Folder& folder) {
     const msg::Argument pkg = pkg_argument(package.identity);
     const msg::Argument name = text_argument(L"file", member);
-    const std::shared_ptr<IOImpl_base> source = archive_->open_member(member, error);
-    if (!source) return false;
+    const framework::OpenedStream opened = archive_->open_member(member);
+    if (!opened) return tl::unexpected(opened.error());
+    IOImpl_base& source = **opened;
     const auto digest = framework::parse_sha256(digest_text);
     if (!digest) {
       context_.log(msg::Code::checksum_invalid, msg::kLevelProgress,
                    {pkg, name, text_argument(L"sum", digest_text), context_.pkgtype()});
-      return true;
+      return {};
     }
     // What the member claims is what it has: reading fails at more.
-    const auto size = static_cast<std::uint64_t>(source->size());
+    const auto size = static_cast<std::uint64_t>(source.size());
     if (size > left_) {
-      error.text = path_ + ": more than " + std::to_string(limit_) + " bytes would be copied";
-      return false;
+      return tl::unexpected(
+          IoError{path_ + ": more than " + std::to_string(limit_) + " bytes would be copied"});
     }
     left_ -= size;
     const target_t target{folder, local_member_name(member), *digest};
-    const copy_outcome copied = copy_member(*source, target, context_.progress(), error);
-    if (copied == copy_outcome::other_digest) {
+    const Result<bool> proved = copy_member(source, target, context_.progress());
+    if (!proved) return tl::unexpected(proved.error());
+    if (!*proved) {
       context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress,
                    {pkg, name, context_.pkgtype()});
     }
-    return copied != copy_outcome::failed;
+    return {};
   }
 
   bool register_packages(const pkgs_available_t& packages) {

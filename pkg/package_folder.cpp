@@ -15,6 +15,7 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
+using framework::Result;
 
 // Folders nest in a package only where another program made them; deeper than this is a trap.
 constexpr int kDeepestFolder = 64;
@@ -58,78 +59,69 @@ std::string package_folder::member_path(std::string_view member) const {
   return path_ + local_member_name(member);
 }
 
-bool package_folder::is_safe(std::string& cause) const {
+Result<void> package_folder::check() const {
   const opened_folder folder = open();
-  if (folder || folder.error().is_absent()) return true;
-  cause = folder.error().cause().text;
-  return false;
+  if (folder || folder.error().is_absent()) return {};
+  return tl::unexpected(folder.error().cause());
 }
 
 opened_folder package_folder::open() const {
-  IoError refusal;
-  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const Result<void> checked = check_names();
+  if (!checked) return tl::unexpected<no_folder>(checked.error());
   const borrowed_folder parent = folders_.open(type_);
   if (!parent) return tl::unexpected(parent.error());
   return open_in(**parent, name_);
 }
 
 opened_folder package_folder::create() const {
-  IoError refusal;
-  if (!is_own(refusal)) return tl::unexpected(no_folder(std::move(refusal)));
+  const Result<void> checked = check_names();
+  if (!checked) return tl::unexpected<no_folder>(checked.error());
   const borrowed_folder parent = folders_.create(type_);
   if (!parent) return tl::unexpected(parent.error());
   return create_in(**parent, name_);
 }
 
-bool package_folder::remove(core_context& context, IoError& error) const {
+Result<void> package_folder::remove(core_context& context) const {
   opened_folder folder = open();
-  if (!folder && !folder.error().is_absent()) {
-    error = folder.error().cause();
-    return false;
-  }
+  if (!folder && !folder.error().is_absent()) return tl::unexpected(folder.error().cause());
   if (folder) {
-    if (!framework::remove_contents(**folder, path_, kDeepestFolder, logging(context), error)) {
-      return false;
-    }
+    auto emptied = framework::remove_contents(**folder, path_, kDeepestFolder, logging(context));
+    if (!emptied) return emptied;
     folder->reset();  // an open folder would not be gone at once everywhere
     const borrowed_folder parent = folders_.open(type_);
-    if (!parent) {
-      error = parent.error().cause();
-      return false;
-    }
-    if ((*parent)->remove_folder(name_, error)) {
+    if (!parent) return tl::unexpected(parent.error().cause());
+    auto removed = (*parent)->remove_folder(name_);
+    if (removed) {
       context.log(msg::Code::log_delete_folder, msg::kLevelProgress, {path_argument(path_)});
-      return true;
+      return {};
     }
-    if ((*parent)->kind_of(name_) != EntryKind::absent) return false;
-    error = {};
+    if ((*parent)->kind_of(name_) != EntryKind::absent) return removed;
   }
   context.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress, {path_argument(path_)});
-  return true;
+  return {};
 }
 
-// Whether the metadata names a folder that is a package's own.
-bool package_folder::is_own(IoError& error) const {
+// Fails where the metadata does not name a folder that is a package's own.
+Result<void> package_folder::check_names() const {
+  const auto refused = [](const std::string& name, const char* cause) {
+    return tl::unexpected(IoError{name + cause});
+  };
   for (const std::string& part : {type_, name_}) {
     if (!framework::is_plain_name(part) || is_short_name(part)) {
-      error.text = "'" + part + "' is not the name of a folder";
-      return false;
+      return refused("'" + part + "'", " is not the name of a folder");
     }
   }
   // Case is no difference: some file systems know none.
   if (is_package_type(type_) && framework::ascii_lower(type_) != own_type_) {
-    error.text = path_ + ": the folder belongs to another package type";
-    return false;
+    return refused(path_, ": the folder belongs to another package type");
   }
   if (framework::ascii_lower(type_) == kSharedLock) {
-    error.text = path_ + ": the name is that of a lock";
-    return false;
+    return refused(path_, ": the name is that of a lock");
   }
   if (folders_.touches_cache(type_, name_)) {
-    error.text = path_ + ": the folder belongs to the cache";
-    return false;
+    return refused(path_, ": the folder belongs to the cache");
   }
-  return true;
+  return {};
 }
 
 }  // namespace zendro::pkg

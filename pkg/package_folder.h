@@ -36,21 +36,19 @@ class package_folder {
   // - the folder is a cache root, holds one or lies in one,
   // - a link stands on the way to it.
 
-  /// Whether the folder is refused for none of these reasons, be it there or not; `cause` tells the
-  /// reason.
-  [[nodiscard]] bool is_safe(std::string& cause) const;
+  /// Fails where the folder is refused for one of these reasons, be it there or not.
+  [[nodiscard]] framework::Result<void> check() const;
 
   [[nodiscard]] opened_folder open() const;
   /// Opens the folder, made with its parents where it is missing; so it is never absent.
   [[nodiscard]] opened_folder create() const;
 
   /// Deletes the folder with all that is in it, without following a link. Each deletion, and each
-  /// thing that was not there, is logged. False, with the cause, as soon as something cannot be
-  /// deleted.
-  bool remove(core_context& context, framework::IoError& error) const;
+  /// thing that was not there, is logged. Ends as soon as something cannot be deleted.
+  [[nodiscard]] framework::Result<void> remove(core_context& context) const;
 
  private:
-  [[nodiscard]] bool is_own(framework::IoError& error) const;
+  [[nodiscard]] framework::Result<void> check_names() const;
 
   type_folders& folders_;
   const std::string& own_type_;  ///< that of the operation

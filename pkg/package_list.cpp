@@ -221,9 +221,9 @@ void pkgs_available_t::keep_vanished(std::span<const package_t* const> packages)
 
 // Makes the member for deprecated packages anew.
 void pkgs_available_t::set_deprecated(std::string text) {
-  std::string cause;
-  auto document = framework::LazyDocument::parse(std::move(text), cause);
-  if (!document) throw framework::JsonError(cause);  // nested deeper than before
+  auto parsed = framework::LazyDocument::parse(std::move(text));
+  if (!parsed) throw framework::JsonError(parsed.error());  // nested deeper than before
+  const std::shared_ptr<framework::LazyDocument>& document = *parsed;
   const member_t member{kDeprecated, &document->object(document->root()), false};
   const auto old = std::find_if(members_.begin(), members_.end(), [](const member_t& one) {
     return !one.is_package && one.key == kDeprecated;

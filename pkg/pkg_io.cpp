@@ -24,6 +24,8 @@ namespace {
 
 using framework::IoError;
 using framework::IOImpl_base;
+using framework::OpenedStream;
+using framework::Result;
 
 std::string type_of(const json::object& options) {
   const json::value type = app::get_type(&options);
@@ -34,18 +36,17 @@ IoError message_error(msg::Code code, const msg::Arguments& arguments) {
   return {framework::to_utf8(msg::format_message(static_cast<int>(code), arguments))};
 }
 
-// Runs `body` with a context that reports nowhere. What it throws becomes the error, and a null or
-// zero result.
-template <typename Body>
-auto with_context(const json::object& options, IoError& error, const Body& body) {
-  decltype(body(std::declval<core_context&>())) result{};
+// Runs `body` with a context that reports nowhere. What it throws becomes the error.
+template <typename Value, typename Body>
+Result<Value> with_context(const json::object& options, const Body& body) {
+  Result<Value> result;
   framework::guarded(
       [&] {
         std::mutex lock;
         core_context context(type_of(options), options, {}, lock);
         result = body(context);
       },
-      [&error](const std::string& failure) { error.text = failure; });
+      [&result](const std::string& failure) { result = tl::unexpected(IoError{failure}); });
   return result;
 }
 
@@ -71,37 +72,38 @@ class package_files {
       : context_(context), package_(package), place_(context, package.meta), proofs_(proofs) {}
 
   // Opens "<member>" or "<archive>%7Czip/<member inside>...".
-  std::shared_ptr<IOImpl_base> open(std::string_view path, IoError& error) {
+  OpenedStream open(std::string_view path) {
     const std::size_t end = path.find(framework::kZipSeparator);
     const std::string_view member = path.substr(0, end);
-    std::shared_ptr<IOImpl_base> stream = open_member(member, error);
+    OpenedStream stream = open_member(member);
     if (!stream || end == std::string_view::npos) return stream;
-    return framework::open_archive_path(std::move(stream),
+    return framework::open_archive_path(std::move(*stream),
                                         path.substr(end + framework::kZipSeparator.size()),
-                                        place_.member_path(member), error);
+                                        place_.member_path(member));
   }
 
  private:
-  std::shared_ptr<IOImpl_base> open_member(std::string_view member, IoError& error) {
+  OpenedStream open_member(std::string_view member) {
     const json::value* digest = digest_of(package_.meta, member);
     if (digest == nullptr) {
-      error.text =
-          place_.member_path(member) + ": " + to_string(package_.identity) + " has no such file";
-      return nullptr;
+      return tl::unexpected(IoError{place_.member_path(member) + ": " +
+                                    to_string(package_.identity) + " has no such file"});
     }
     const opened_folder folder = place_.open();
-    if (!folder) {
-      error = folder.error().cause();
-      if (!error) error.text = place_.path() + ": the folder does not exist";
-      return nullptr;
+    if (!folder && folder.error().is_absent()) {
+      return tl::unexpected(IoError{place_.path() + ": the folder does not exist"});
     }
+    if (!folder) return tl::unexpected(folder.error().cause());
     const std::string name = local_member_name(member);
-    std::shared_ptr<IOImpl_base> stream = (*folder)->open_file(name, error);
+    OpenedStream stream = (*folder)->open_file(name);
     if (!stream || !framework::to_bool(app::get_io_verify(&context_.options()))) return stream;
     const auto expected = framework::parse_sha256(framework::as_string(*digest));
-    if (!expected) error.text = place_.member_path(member) + ": its package has no digest for it";
-    const bool proved = expected && proofs_.prove(**folder, name, *stream, *expected, error);
-    return proved ? stream : nullptr;
+    if (!expected) {
+      return tl::unexpected(
+          IoError{place_.member_path(member) + ": its package has no digest for it"});
+    }
+    const auto proved = proofs_.prove(**folder, name, **stream, *expected);
+    return proved ? stream : tl::unexpected(proved.error());
   }
 
   core_context& context_;
@@ -117,9 +119,14 @@ PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options)
 
 PkgIOImpl::PkgIOImpl(std::shared_ptr<const json::object> options,
                      std::shared_ptr<installed_packages> installed)
-    : options_(std::move(options)),
-      installed_(std::move(installed)),
-      state_(with_context(*options_, error_, installed_packages::state_of)) {}
+    : options_(std::move(options)), installed_(std::move(installed)) {
+  const auto state = with_context<std::uint64_t>(*options_, installed_packages::state_of);
+  if (state) {
+    state_ = *state;
+  } else {
+    error_ = state.error();
+  }
+}
 
 const IoError& PkgIOImpl::error() const {
   return inner_ && inner_->error() ? inner_->error() : error_;
@@ -138,31 +145,35 @@ bool PkgIOImpl::open(std::string_view url) {
   pkg_ = url.substr(0, slash);
   const std::string_view path =
       slash == std::string_view::npos ? std::string_view() : url.substr(slash + 1);
-  inner_ =
-      with_context(*options_, error_, [&](core_context& context) -> std::shared_ptr<IOImpl_base> {
+  const OpenedStream opened = with_context<std::shared_ptr<IOImpl_base>>(
+      *options_, [&](core_context& context) -> OpenedStream {
         pkgtype_ = framework::to_utf8(app::package_type(context.type()).label);
         if (installed_packages::state_of(context) != state_) {
-          error_ = message_error(msg::Code::msg_pkg_remap, {context.pkgtype()});
-          return nullptr;
+          return tl::unexpected(message_error(msg::Code::msg_pkg_remap, {context.pkgtype()}));
         }
-        const auto installed = installed_->list(context, error_);
-        if (!installed) return nullptr;
-        const package_map& packages = installed->packages();
+        const auto installed = installed_->list(context);
+        if (!installed) return tl::unexpected(installed.error());
+        const package_map& packages = (*installed)->packages();
         const package_t* package = find_exact(packages, parse_identity(pkg_));
         if (package == nullptr) {
           // Tools that normalise URIs escape names beyond ASCII.
           package = find_exact(packages, parse_identity(framework::percent_decode(pkg_)));
         }
         if (package == nullptr) {
-          error_ = message_error(msg::Code::msg_pkg_missing,
-                                 {text_argument(L"pkgmgr", app::manager_executable(context.type())),
-                                  text_argument(L"id", pkg_), text_argument(L"pkg", pkg_),
-                                  context.pkgtype(), text_argument(L"uri", uri_)});
-          return nullptr;
+          return tl::unexpected(
+              message_error(msg::Code::msg_pkg_missing,
+                            {text_argument(L"pkgmgr", app::manager_executable(context.type())),
+                             text_argument(L"id", pkg_), text_argument(L"pkg", pkg_),
+                             context.pkgtype(), text_argument(L"uri", uri_)}));
         }
-        return package_files(context, *package, installed_->proofs()).open(path, error_);
+        return package_files(context, *package, installed_->proofs()).open(path);
       });
-  return inner_ != nullptr;
+  if (opened) {
+    inner_ = *opened;
+  } else {
+    error_ = opened.error();
+  }
+  return opened.has_value();
 }
 
 template <typename Result>

@@ -55,7 +55,7 @@ class PkgIOImpl : public framework::IOImpl_base {
   std::string pkgtype_;
   std::string pkg_;
   framework::IoError error_;
-  std::uint64_t state_;  ///< of the list of installed packages when the handler was made
+  std::uint64_t state_ = 0;  ///< of the list of installed packages when the handler was made
 };
 
 /// The full path of the file that a package URL names, whether it is there or not; of the archive

@@ -29,20 +29,14 @@ std::shared_ptr<framework::IOImpl_base> open_remote_io_log(core_context& context
     name = name.substr(0, kLongestName) + "-" + framework::to_hex(framework::sha256(operation));
   }
   name = "io_" + name + ".log";
-  framework::IoError error;
-  std::shared_ptr<framework::IOImpl_base> file;
   const opened_folder folder = context.cache_folder().create().and_then(
       [](const framework::Folder* root) { return create_in(*root, kFolder); });
-  if (folder) {
-    file = (*folder)->append_file(name, error);
-  } else {
-    error = folder.error().cause();
-  }
-  if (!file) {
-    const std::string path = context.cache_file(kFolder) + framework::kPathSeparator + name;
-    context.warn_once(msg::Code::create_file, {path_argument(path)}, error.text);
-  }
-  return file;
+  const framework::OpenedStream file =
+      folder ? (*folder)->append_file(name) : tl::unexpected(folder.error().cause());
+  if (file) return *file;
+  const std::string path = context.cache_file(kFolder) + framework::kPathSeparator + name;
+  context.warn_once(msg::Code::create_file, {path_argument(path)}, file.error().text);
+  return nullptr;
 }
 
 }  // namespace zendro::pkg

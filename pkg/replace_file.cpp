@@ -5,35 +5,19 @@
 #include "pkg/cache_write_lock.h"
 
 namespace zendro::pkg {
-namespace {
-
-replace_outcome write_in_place(root_folder& root, std::string_view name, std::string_view text,
-                               framework::IoError& error) {
-  const borrowed_folder folder = root.create();
-  if (!folder) {
-    error = folder.error().cause();
-    return replace_outcome::no_folder;
-  }
-  switch ((*folder)->write_file(name, text, error)) {
-    case framework::WriteOutcome::not_opened:
-      return replace_outcome::not_opened;
-    case framework::WriteOutcome::not_written:
-      return replace_outcome::not_written;
-    case framework::WriteOutcome::written:
-      break;
-  }
-  return replace_outcome::replaced;
-}
-
-}  // namespace
 
 replace_outcome replace_file(root_folder& root, std::string_view name, std::string_view text,
                              message_reporter& reporter) {
   const std::lock_guard lock(cache_write_lock());
-  framework::IoError error;
-  const replace_outcome outcome = write_in_place(root, name, text, error);
-  reporter.report(error);
-  return outcome;
+  const borrowed_folder folder = root.create();
+  if (!folder) {
+    reporter.report(folder.error().cause());
+    return replace_outcome::no_folder;
+  }
+  const framework::WriteResult written = (*folder)->write_file(name, text);
+  if (written) return replace_outcome::replaced;
+  reporter.report(written.error().cause);
+  return written.error().was_opened ? replace_outcome::not_written : replace_outcome::not_opened;
 }
 
 }  // namespace zendro::pkg

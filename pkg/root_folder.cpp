@@ -11,7 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using framework::Folder;
-using framework::IoError;
 
 // The way to a folder: a place that is reached by its path, and the names below it.
 struct way_t {
@@ -45,10 +44,7 @@ way_t way_to(const fs::path& path, const fs::path& holder) {
 // Opens the last folder of the way, going from each to the next with `step`.
 opened_folder walk(const way_t& way,
                    opened_folder (*step)(const Folder& parent, std::string_view name)) {
-  IoError error;
-  std::unique_ptr<Folder> start = Folder::open(way.start, error);
-  if (!start) return tl::unexpected(no_folder(std::move(error)));
-  opened_folder folder = std::move(start);
+  opened_folder folder = Folder::open(way.start);
   for (const std::string& name : way.names) {
     if (!folder) break;
     folder = step(**folder, name);
@@ -62,10 +58,8 @@ opened_folder walk_to_existing(const way_t& way) {
 }
 
 opened_folder walk_and_create(const way_t& way) {
-  IoError error;
-  if (!framework::create_folders(way.start, error)) {
-    return tl::unexpected(no_folder(std::move(error)));
-  }
+  const framework::Result<void> created = framework::create_folders(way.start);
+  if (!created) return tl::unexpected<no_folder>(created.error());
   return walk(way, create_in);
 }
 

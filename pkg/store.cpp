@@ -17,6 +17,7 @@ namespace zendro::pkg {
 namespace {
 
 using framework::IoError;
+using framework::Result;
 
 constexpr std::size_t kBootstrapBuffer = 512;
 constexpr std::uint64_t kBootstrapLimit = 1ull << 20;
@@ -51,22 +52,25 @@ bool is_proven(core_context& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-// The bytes of the archive, proven. Reports what goes wrong.
-bool fetch_archive(core_context& context, const std::string& url, const std::string& shown_url,
-                   std::string& archive) {
+// The bytes of the archive, proven; nothing after reporting what went wrong.
+std::optional<std::string> fetch_archive(core_context& context, const std::string& url,
+                                         const std::string& shown_url) {
   framework::HttpRequest request;
   request.url = url;
   request.trace_log = open_remote_io_log(context, "update");
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
   IoError error;
   const auto response = context.get(request, error);
-  const bool received = response && framework::read_all(*response, archive, kArchiveBuffer,
-                                                        kArchiveLimit, error, shown_url);
-  context.reporter().report(error);
-  if (!received) {
-    return context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
+  Result<std::string> archive =
+      response ? framework::read_all(*response, kArchiveBuffer, kArchiveLimit, shown_url)
+               : tl::unexpected(error);
+  if (!archive) {
+    context.reporter().report(archive.error());
+    context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
+    return std::nullopt;
   }
-  return is_proven(context, response->headers(), shown_url, archive);
+  if (!is_proven(context, response->headers(), shown_url, *archive)) return std::nullopt;
+  return std::move(*archive);
 }
 
 // What error texts call the list document inside the archive.
@@ -76,25 +80,23 @@ std::string member_url(const core_context& context, const std::string& shown_url
 
 // The list document inside the archive, which is readable through a URL while this runs. Error
 // texts name the archive by the URL that it came from.
-bool unpack(const core_context& context, std::string archive, const std::string& shown_url,
-            std::string& list, IoError& error) {
+Result<std::string> unpack(const core_context& context, std::string archive,
+                           const std::string& shown_url) {
   const framework::MemoryFile file(kMemoryName,
                                    std::make_shared<const std::string>(std::move(archive)));
-  std::shared_ptr<framework::IOImpl_base> bytes = framework::open_url(file.url(), error);
-  if (!bytes) return false;
-  const auto member =
-      framework::open_archive_path(std::move(bytes), context.available_name(), shown_url, error);
-  return member && framework::read_all(*member, list, kArchiveBuffer, kListLimit, error,
-                                       member_url(context, shown_url));
+  const framework::OpenedStream bytes = framework::open_url(file.url());
+  if (!bytes) return tl::unexpected(bytes.error());
+  const framework::OpenedStream member =
+      framework::open_archive_path(*bytes, context.available_name(), shown_url);
+  if (!member) return tl::unexpected(member.error());
+  return framework::read_all(**member, kArchiveBuffer, kListLimit, member_url(context, shown_url));
 }
 
 // Keeps what is installed and stands in the new list no more. That the list of installed packages
 // cannot be read is reported later, by the update of the catalogs.
 void keep_vanished(core_context& context, pkgs_available_t& list) {
-  std::string reported_later;
   const std::lock_guard lock(context.global_lock());
-  const std::optional<pkgs_available_t> installed =
-      read_list(context.cache_folder(), context.installed_name(), reported_later);
+  const read_list_t installed = read_list(context.cache_folder(), context.installed_name());
   if (!installed) return;
   std::vector<const package_t*> vanished;
   for (const package_t& package : installed->packages()) {
@@ -106,26 +108,22 @@ void keep_vanished(core_context& context, pkgs_available_t& list) {
 // Whether the list that is in place is to be replaced by one with this build number.
 bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
   if (!build_number) return true;
-  std::string unreadable;
-  const std::optional<pkgs_available_t> current =
-      read_list(context.cache_folder(), context.available_name(), unreadable);
+  const read_list_t current = read_list(context.cache_folder(), context.available_name());
   return !current || !current->build_number() || *build_number > *current->build_number();
 }
 
 // Puts the list of a proven archive in place, see write_pkg_information().
 bool take_over(core_context& context, std::string archive, const std::string& shown_url) {
   const msg::Arguments pkgtype = {context.pkgtype()};
-  std::string list;
-  IoError error;
-  if (!unpack(context, std::move(archive), shown_url, list, error)) {
-    context.reporter().report(error);
+  Result<std::string> list = unpack(context, std::move(archive), shown_url);
+  if (!list) {
+    context.reporter().report(list.error());
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
-  std::string cause;
-  std::optional<pkgs_available_t> document = parse_list(std::move(list), cause);
+  read_list_t document = parse_list(std::move(*list));
   if (!document) {
     return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
-                        member_url(context, shown_url) + ": " + cause);
+                        member_url(context, shown_url) + ": " + document.error());
   }
   // The list that is written keeps what is named here.
   warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
@@ -134,11 +132,11 @@ bool take_over(core_context& context, std::string archive, const std::string& sh
 
 }  // namespace
 
-bootstrap_result_t bootstrap_store(core_context& context) {
+std::optional<std::string> bootstrap_store(core_context& context) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   const auto failed = [&](msg::Code code, std::string_view hint = {}) {
     context.fail(code, pkgtype, hint);
-    return bootstrap_result_t{};
+    return std::nullopt;
   };
   const json::value url = app::get_store_bootstrap_url(&context.options());
   framework::HttpRequest request;
@@ -151,19 +149,19 @@ bootstrap_result_t bootstrap_store(core_context& context) {
   context.reporter().report(error);
   if (!response) return failed(msg::Code::connect_pkg_store);
 
-  std::string body;
-  const bool complete =
-      framework::read_all(*response, body, kBootstrapBuffer, kBootstrapLimit, error, shown_url);
-  context.reporter().report(error);
-  if (!complete) return failed(msg::Code::fetch_pkg_store_info);
+  const Result<std::string> body =
+      framework::read_all(*response, kBootstrapBuffer, kBootstrapLimit, shown_url);
+  if (!body) {
+    context.reporter().report(body.error());
+    return failed(msg::Code::fetch_pkg_store_info);
+  }
 
-  json::value document;
-  std::string cause;
-  if (!framework::parse_json(body, document, cause)) {
-    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + cause);
+  const framework::ParsedJson document = framework::parse_json(*body);
+  if (!document) {
+    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + document.error());
   }
   try {
-    return {store_url_of(document), true};
+    return store_url_of(*document);
   } catch (const framework::JsonError& problem) {
     return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
   }
@@ -177,35 +175,34 @@ bool update_store_information(core_context& context, bool force) {
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
   context.log(msg::Code::log_fetch_pkg_available, msg::kLevelProgress, pkgtype);
-  const bootstrap_result_t store = bootstrap_store(context);
-  if (!store.ok) return false;
+  const std::optional<std::string> store = bootstrap_store(context);
+  if (!store) return false;
 
   // A store URL ends with a slash, so no separator is added.
-  const std::string url = store.store_url + context.available_name() + ".zip";
+  const std::string url = *store + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
-  std::string archive;
-  return fetch_archive(context, url, shown_url, archive) &&
-         take_over(context, std::move(archive), shown_url);
+  std::optional<std::string> archive = fetch_archive(context, url, shown_url);
+  return archive && take_over(context, std::move(*archive), shown_url);
 }
 
 bool update_from_archive(core_context& context, std::string_view path) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   const std::string name(path);
-  const std::string digest_name = name + ".sha256";
   constexpr std::size_t digits = 64;
-  std::string archive;
-  std::string digest;
-  IoError error;
-  if (!framework::read_file(framework::path_from_utf8(name), archive, kArchiveLimit, error) ||
-      !framework::read_file(framework::path_from_utf8(digest_name), digest, kBootstrapLimit,
-                            error)) {
-    context.reporter().report(error);
+  Result<std::string> archive =
+      framework::read_file(framework::path_from_utf8(name), kArchiveLimit);
+  const Result<std::string> digest =
+      archive ? framework::read_file(framework::path_from_utf8(name + ".sha256"), kBootstrapLimit)
+              : tl::unexpected(archive.error());
+  if (!digest) {
+    context.reporter().report(digest.error());
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
   }
-  const framework::HttpHeaders headers = {{std::string(kDigestHeader), digest.substr(0, digits)}};
+  const framework::HttpHeaders headers = {{std::string(kDigestHeader), digest->substr(0, digits)}};
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
-  return is_proven(context, headers, name, archive) && take_over(context, std::move(archive), name);
+  return is_proven(context, headers, name, *archive) &&
+         take_over(context, std::move(*archive), name);
 }
 
 bool write_pkg_information(core_context& context, pkgs_available_t list) {

@@ -1,6 +1,7 @@
 // The package store: where it lives, and its list of available packages.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,13 +10,9 @@
 
 namespace zendro::pkg {
 
-struct bootstrap_result_t {
-  std::string store_url;  ///< empty unless ok
-  bool ok = false;
-};
-
-/// Asks the bootstrap endpoint where the store lives. Reports what goes wrong.
-bootstrap_result_t bootstrap_store(core_context& context);
+/// Asks the bootstrap endpoint for the URL of the store. Reports what goes wrong; then there is
+/// none.
+std::optional<std::string> bootstrap_store(core_context& context);
 
 /// Fetches the list of available packages, proves it by its digest, puts it in place if it is newer
 /// and brings the catalogs up to date. Unless `force`, the cache must be initialised; with it,

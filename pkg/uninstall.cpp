@@ -107,8 +107,10 @@ class folder_removal {
 
   bool are_safe() {
     for (const package_folder& folder : folders_) {
-      std::string cause;
-      if (!folder.is_safe(cause) || !owners_.is_used(folder, cause)) return fail(folder, cause);
+      const framework::Result<void> checked = folder.check();
+      if (!checked) return fail(folder, checked.error().text);
+      const tl::expected<bool, std::string> used = owners_.is_used(folder);
+      if (!used) return fail(folder, used.error());
     }
     return true;
   }
@@ -118,14 +120,14 @@ class folder_removal {
       warn_metadata(context_, error, "Nothing of the package is deleted.");
     }
     for (const package_folder& folder : folders_) {
-      std::string known_by_now;
-      if (owners_.is_used(folder, known_by_now) == true) {
+      if (owners_.is_used(folder) == true) {
         context_.log(msg::Code::log_delete_folder_ignored, msg::kLevelProgress,
                      {path_argument(folder.path())});
         continue;
       }
       framework::IoError error;
-      if (!folder.remove(context_, error)) return fail(folder, error.text);
+      const framework::Result<void> removed = folder.remove(context_);
+      if (!removed) return fail(folder, removed.error().text);
     }
     return true;
   }

@@ -24,7 +24,6 @@ namespace {
 
 using framework::EntryKind;
 using framework::Folder;
-using framework::IoError;
 
 // A member to be read.
 struct task_t {
@@ -117,19 +116,18 @@ class readers {
   bool read(task_t& task) {
     task.finding.state = member_state::missing;
     if (task.folder->kind_of(task.local_name) == EntryKind::absent) return false;
-    IoError error;
-    const auto file = task.folder->open_file(task.local_name, error);
+    const framework::OpenedStream file = task.folder->open_file(task.local_name);
     framework::Sha256 digest;
     std::array<char, framework::kIoBlock> block;
     std::int64_t count = file ? 0 : -1;
     while (file && !context_.stop_requested() &&
-           (count = file->read(block.data(), block.size())) > 0) {
+           (count = (*file)->read(block.data(), block.size())) > 0) {
       digest.update(block.data(), static_cast<std::size_t>(count));
     }
     task.finding.state = member_state::damaged;
     if (count == 0) return task.digest && digest.finish() == *task.digest;
     task.finding.state = member_state::unreadable;
-    task.finding.cause = file ? file->error().text : error.text;
+    task.finding.cause = file ? (*file)->error().text : file.error().text;
     return false;
   }
 
@@ -164,10 +162,10 @@ class folder_contents {
   std::vector<std::string> take_foreign(const package_folder& place, const Folder& folder) {
     const auto names = names_.extract(place.key());
     std::vector<std::string> foreign;
-    std::vector<Folder::Entry> entries;
-    IoError unreadable;
-    if (names.empty() || !folder.list(entries, unreadable)) return foreign;
-    for (const Folder::Entry& entry : entries) {
+    if (names.empty()) return foreign;
+    const auto entries = folder.list();
+    if (!entries) return foreign;
+    for (const Folder::Entry& entry : *entries) {
       if (!names.mapped().contains(framework::comparable_name(entry.name))) {
         foreign.push_back(entry.name);
       }

@@ -175,9 +175,8 @@ TEST_F(CliTest, ARootOfItsOwnAndWhatToolsAreTold) {
 
 TEST_F(CliTest, WhoeverDoesNotWantToWaitIsToldWhomFor) {
   start_with(some_packages());
-  framework::IoError error;
   const auto held =
-      lock_at(cache_file("operation.lock"), error, R"({"process": 17, "user": "ann", "since": 0})");
+      lock_at(cache_file("operation.lock"), R"({"process": 17, "user": "ann", "since": 0})");
   ASSERT_TRUE(held);
   const ProcessOutcome outcome = zendro({"-y", "--no-wait", "install", "base"});
   EXPECT_EQ(outcome.status, 1);

@@ -50,21 +50,20 @@ TEST(CommandLineTest, AnyOptionCancelsAnInstallerThatIsStillExpected) {
 TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   const TempFolder folder;
   const std::string path = (folder / "options.json").string();
-  std::string error;
 
-  const auto missing = app::read_options_file(path, error);
+  const auto missing = app::read_options_file(path);
   ASSERT_TRUE(missing);
   EXPECT_TRUE(missing->empty());
 
   write_text(path, R"({"pkg.cache_root": "", "pkg.log-remote-io": true, "pkg.new": [1],
                        "colour": "blue"})");
-  const auto options = app::read_options_file(path, error);
-  ASSERT_TRUE(options) << error;
+  const auto options = app::read_options_file(path);
+  ASSERT_TRUE(options) << options.error();
   EXPECT_EQ(json::serialize(*options),
             R"({"pkg.cache_root":"","pkg.log-remote-io":true,"pkg.new":[1]})");
   write_text(path, "\xEF\xBB\xBF{\"pkg.cache_root\": \"x\"}");  // as some editors write it
-  const auto marked = app::read_options_file(path, error);
-  ASSERT_TRUE(marked) << error;
+  const auto marked = app::read_options_file(path);
+  ASSERT_TRUE(marked) << marked.error();
   EXPECT_EQ(marked->size(), 1u);
 
   const std::pair<const char*, const char*> kBad[] = {
@@ -77,16 +76,17 @@ TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
        "pkg.member_size_limit: Cannot cast value to JSON integer!"}};
   for (const auto& [text, reason] : kBad) {
     write_text(path, text);
-    EXPECT_FALSE(app::read_options_file(path, error));
-    EXPECT_EQ(error, reason);
+    const auto refused = app::read_options_file(path);
+    ASSERT_FALSE(refused) << text;
+    EXPECT_EQ(refused.error(), reason);
   }
   write_text(path, "{");
-  error.clear();
-  EXPECT_FALSE(app::read_options_file(path, error));
-  EXPECT_NE(error, "");
-  error.clear();
-  EXPECT_FALSE(app::read_options_file(folder.path().string(), error)) << "a folder is no file";
-  EXPECT_NE(error, "");
+  const auto no_json = app::read_options_file(path);
+  ASSERT_FALSE(no_json);
+  EXPECT_NE(no_json.error(), "");
+  const auto no_file = app::read_options_file(folder.path().string());
+  ASSERT_FALSE(no_file) << "a folder is no file";
+  EXPECT_NE(no_file.error(), "");
 }
 
 }  // namespace

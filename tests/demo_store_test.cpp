@@ -146,11 +146,10 @@ class DemoStore : public ::testing::Test {
 };
 
 json::value list_of(const fs::path& store) {
-  json::value list;
-  std::string error;
   const auto files = read_zip(read_whole_file(store / "pkgs-available.json.zip"));
-  EXPECT_TRUE(framework::parse_json(find_file(files, "pkgs-available.json")->bytes, list, error));
-  return list;
+  const auto list = framework::parse_json(find_file(files, "pkgs-available.json")->bytes);
+  EXPECT_TRUE(list) << list.error();
+  return *list;
 }
 
 TEST_F(DemoStore, TakesWhatTheFilesSay) {

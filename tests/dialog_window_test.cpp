@@ -174,11 +174,10 @@ TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
 TEST_F(DialogWindowTest, TellsWhomItWaitsForAndClosesMeanwhile) {
   publish(kToolOfTwoLevels);
   ASSERT_TRUE(silent_cache().update_store_information(true));
-  framework::IoError error;
   const auto hold = [&](const std::string& note) {
-    auto lock = lock_at(cache_file("operation.lock"), error, note);
-    EXPECT_TRUE(lock) << error.text;
-    return lock;
+    auto lock = lock_at(cache_file("operation.lock"), note);
+    EXPECT_TRUE(lock) << cause_of(lock);
+    return lock ? std::move(*lock) : nullptr;
   };
   auto held = hold(R"({"process": 4711, "user": "anna\u202E", "since": 1700000000})");
   open();

@@ -23,25 +23,25 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
+using tests::cause_of;
 using tests::contents;
 using tests::kNoLimit;
 using tests::lock_at;
 using tests::TempFolder;
+using tests::was_not_opened;
 
 TEST(FilesTest, APipeIsNoFileAndNeverWaitedFor) {
   const TempFolder folder;
   const fs::path pipe = folder / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
-  std::string bytes;
-  IoError error;
-  EXPECT_FALSE(read_file(pipe, bytes, kNoLimit, error));
-  EXPECT_THAT(error.text, StartsWith(pipe.string() + ": "));
-  EXPECT_EQ(write_file(pipe, "new", error), WriteOutcome::not_opened);
+  EXPECT_THAT(cause_of(read_file(pipe, kNoLimit)), StartsWith(pipe.string() + ": "));
+  EXPECT_TRUE(was_not_opened(write_file(pipe, "new")));
   EXPECT_FALSE(file_exists(pipe));
   // With a reader the pipe itself can be opened; it is still no file.
   const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
-  EXPECT_EQ(write_file(pipe, "new", error), WriteOutcome::not_opened);
-  EXPECT_THAT(error.text, HasSubstr("not a regular file"));
+  const WriteResult written = write_file(pipe, "new");
+  EXPECT_TRUE(was_not_opened(written));
+  EXPECT_THAT(cause_of(written), HasSubstr("not a regular file"));
   char byte = 0;
   EXPECT_EQ(read(reader, &byte, 1), 0);
   close(reader);
@@ -51,36 +51,34 @@ TEST(FilesTest, BeyondTheLimitOnSizesTheOldContentsStayAndTheProgramLives) {
   const TempFolder folder;
   const fs::path old = folder / "old";
   const std::string before(90000, 'o');
-  IoError error;
-  ASSERT_EQ(write_file(old, before, error), WriteOutcome::written) << error.text;
-  const auto stream = create_file(folder / "stream", error);
-  ASSERT_TRUE(stream) << error.text;
+  ASSERT_EQ(cause_of(write_file(old, before)), "");
+  const auto created = create_file(folder / "stream");
+  ASSERT_TRUE(created) << cause_of(created);
+  const auto& stream = *created;
 
   rlimit usual{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
   const rlimit small{100000, usual.rlim_max};
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
   const std::string large(150000, 'n');
-  const WriteOutcome replaced = write_file(old, large, error);
-  IoError new_error;
-  const WriteOutcome added = write_file(folder / "new", large, new_error);
+  const WriteResult replaced = write_file(old, large);
+  const WriteResult added = write_file(folder / "new", large);
   const std::int64_t count = stream->write(large.data(), large.size());
   sigset_t pending;
   sigpending(&pending);
-  IoError ignored;
-  const WriteOutcome up_to_it = write_file(folder / "fits", large.substr(0, 100000), ignored);
+  const WriteResult up_to_it = write_file(folder / "fits", large.substr(0, 100000));
   setrlimit(RLIMIT_FSIZE, &usual);
 
-  EXPECT_EQ(replaced, WriteOutcome::not_written);
-  EXPECT_THAT(error.text, StartsWith(old.string() + ": "));
+  EXPECT_FALSE(was_not_opened(replaced));
+  EXPECT_THAT(cause_of(replaced), StartsWith(old.string() + ": "));
   EXPECT_TRUE(contents(old) == before);
-  EXPECT_EQ(added, WriteOutcome::not_written);
-  EXPECT_TRUE(new_error);
+  EXPECT_FALSE(was_not_opened(added));
+  EXPECT_NE(cause_of(added), "");
   EXPECT_FALSE(fs::exists(folder / "new"));
   EXPECT_EQ(count, -1);
   EXPECT_THAT(stream->error().text, StartsWith((folder / "stream").string() + ": "));
   EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);
-  EXPECT_EQ(up_to_it, WriteOutcome::written) << ignored.text;
+  EXPECT_EQ(cause_of(up_to_it), "");
 }
 
 constexpr int kNoMount = 77;
@@ -100,31 +98,26 @@ constexpr int kNoMount = 77;
     _exit(1);
   };
   const auto holds = [](const fs::path& path, const std::string& expected) {
-    std::string bytes;
-    IoError ignored;
-    return read_file(path, bytes, kNoLimit, ignored) && bytes == expected;
+    return read_file(path, kNoLimit) == expected;
   };
-  IoError error;
   const std::string list(100000, 'o');
-  check(write_file(folder / "list", list, error) == WriteOutcome::written, "list");
-  check(write_file(folder / "other", std::string(300000, 'x'), error) == WriteOutcome::written,
-        "other");
+  check(write_file(folder / "list", list).has_value(), "list");
+  check(write_file(folder / "other", std::string(300000, 'x')).has_value(), "other");
   const std::uintmax_t room = fs::space(folder).free;
-  check(write_file(folder / "list", std::string(250000, 'n'), error) == WriteOutcome::not_written,
-        "there was room");
-  check(error.text.starts_with((folder / "list").string() + ": "), error.text.c_str());
+  const WriteResult longer = write_file(folder / "list", std::string(250000, 'n'));
+  check(!longer && longer.error().was_opened, "there was room");
+  const std::string cause = cause_of(longer);
+  check(cause.starts_with((folder / "list").string() + ": "), cause.c_str());
   check(holds(folder / "list", list), "the old contents are gone");
-  check(write_file(folder / "new", std::string(250000, 'n'), error) == WriteOutcome::not_written,
-        "there was room for a new file");
+  const WriteResult added = write_file(folder / "new", std::string(250000, 'n'));
+  check(!added && added.error().was_opened, "there was room for a new file");
   check(!fs::exists(folder / "new"), "a part of the new file stayed");
   check(fs::space(folder).free == room, "room was lost");
 
   // The last byte taken, what needs no more room is still written.
-  check(write_file(folder / "rest", std::string(room, 'x'), error) == WriteOutcome::written,
-        "rest");
+  check(write_file(folder / "rest", std::string(room, 'x')).has_value(), "rest");
   check(fs::space(folder).free == 0, "the disk is not full");
-  check(write_file(folder / "list", std::string(99999, 's'), error) == WriteOutcome::written,
-        "shorter contents");
+  check(write_file(folder / "list", std::string(99999, 's')).has_value(), "shorter contents");
   check(holds(folder / "list", std::string(99999, 's')), "other contents");
   _exit(0);
 }
@@ -193,8 +186,7 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
   ASSERT_EQ(pipe(ready), 0);
   const pid_t child = fork();
   if (child == 0) {
-    IoError child_error;
-    const auto lock = lock_at(path, child_error);
+    const auto lock = lock_at(path);
     const char byte = lock ? 'y' : 'n';
     if (write(ready[1], &byte, 1) == 1) pause();
     _exit(0);
@@ -207,8 +199,7 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
   close(file);
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
-  IoError error;
-  EXPECT_TRUE(lock_at(path, error)) << error.text;
+  EXPECT_EQ(cause_of(lock_at(path)), "");
   close(ready[0]);
   close(ready[1]);
 }
@@ -216,15 +207,13 @@ TEST(LockFileTest, AKilledProcessLetsGo) {
 // In a process of its own, as another user.
 [[noreturn]] void lock_without_the_right_to_write(const fs::path& path) {
   if (geteuid() == 0 && seteuid(2) != 0) _exit(2);
-  IoError error;
-  _exit(lock_at(path, error) && !error ? 0 : 1);
+  _exit(lock_at(path) ? 0 : 1);
 }
 
 TEST(LockFileTest, LocksFilesThatItMayOnlyRead) {
   const TempFolder folder;
   const fs::path path = folder / "lock";
-  IoError error;
-  ASSERT_EQ(write_file(path, "", error), WriteOutcome::written);
+  ASSERT_EQ(cause_of(write_file(path, "")), "");
   fs::permissions(path, fs::perms(0444));
   fs::permissions(folder.path(), fs::perms(0755));
   EXPECT_EXIT(lock_without_the_right_to_write(path), testing::ExitedWithCode(0), "");

@@ -20,45 +20,38 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
+using tests::cause_of;
 using tests::contents;
 using tests::kNoLimit;
 using tests::lock_at;
 using tests::TempFolder;
+using tests::was_not_opened;
 
 TEST(FilesTest, WritesReplacesAndReadsWithinLimits) {
   const TempFolder folder;
   const fs::path path = path_from_utf8((folder / "caf\u00E9 %7C.json").string());
-  IoError error;
   EXPECT_FALSE(file_exists(path));
 
   const std::string big(3 * kIoBlock + 17, 'x');
-  ASSERT_EQ(write_file(path, big, error), WriteOutcome::written) << error.text;
+  ASSERT_EQ(cause_of(write_file(path, big)), "");
   EXPECT_TRUE(file_exists(path));
   EXPECT_EQ(contents(path), big);
-  ASSERT_EQ(write_file(path, "short", error), WriteOutcome::written);
-  EXPECT_FALSE(error);
+  ASSERT_EQ(cause_of(write_file(path, "short")), "");
 
-  std::string bytes = "stale";
-  EXPECT_TRUE(read_file(path, bytes, 5, error));
-  EXPECT_EQ(bytes, "short");
-  EXPECT_FALSE(read_file(path, bytes, 4, error));
-  EXPECT_EQ(error.text, path_to_utf8(path) + ": holds more than 4 bytes");
+  EXPECT_EQ(read_file(path, 5), "short");
+  EXPECT_EQ(cause_of(read_file(path, 4)), path_to_utf8(path) + ": holds more than 4 bytes");
 }
 
 TEST(FilesTest, RefusesWhatIsNoRegularFile) {
   const TempFolder folder;
   fs::create_directory(folder / "sub");
   const fs::path nul = folder / std::string("file\0.txt", 9);
-  IoError ignored;
-  ASSERT_EQ(write_file(folder / "file", "keep", ignored), WriteOutcome::written);
+  ASSERT_EQ(cause_of(write_file(folder / "file", "keep")), "");
   for (const fs::path& path : {folder / "sub", nul, folder / "no/where"}) {
-    std::string bytes;
-    IoError error;
-    EXPECT_FALSE(read_file(path, bytes, kNoLimit, error)) << path;
-    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
-    error = {};
-    EXPECT_EQ(write_file(path, "new", error), WriteOutcome::not_opened) << path;
-    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
+    EXPECT_THAT(cause_of(read_file(path, kNoLimit)), StartsWith(path.string() + ": "));
+    const WriteResult written = write_file(path, "new");
+    EXPECT_TRUE(was_not_opened(written)) << path;
+    EXPECT_THAT(cause_of(written), StartsWith(path.string() + ": "));
     EXPECT_FALSE(file_exists(path)) << path;
   }
   EXPECT_EQ(contents(folder / "file"), "keep");
@@ -77,9 +70,9 @@ TEST(FilesTest, ResolvesPathsAsFarAsTheyExist) {
 
 TEST(FilesTest, StreamsMoveRefuseAndClose) {
   const TempFolder folder;
-  IoError error;
-  auto out = create_file(folder / "f", error);
-  ASSERT_TRUE(out) << error.text;
+  const auto created = create_file(folder / "f");
+  ASSERT_TRUE(created) << cause_of(created);
+  const auto& out = *created;
   EXPECT_EQ(out->write("0123456789", 10), 10);
   out->flush();
   out->close();
@@ -88,8 +81,9 @@ TEST(FilesTest, StreamsMoveRefuseAndClose) {
   EXPECT_EQ(out->write("x", 1), -1);
   EXPECT_TRUE(out->error());
 
-  auto in = open_file(folder / "f", error);
-  ASSERT_TRUE(in) << error.text;
+  const auto opened = open_file(folder / "f");
+  ASSERT_TRUE(opened) << cause_of(opened);
+  const auto& in = *opened;
   char buffer[4] = {};
   EXPECT_EQ(in->size(), 10);
   EXPECT_EQ(in->seek(-3, SeekOrigin::end), 7);
@@ -120,17 +114,15 @@ TEST(SystemErrorTest, TextsTellWhatFailedAndTheSystemsCause) {
 
 TEST(FilesTest, CreatesFoldersWithTheirParents) {
   const TempFolder folder;
-  IoError error;
-  EXPECT_TRUE(create_folders(folder / "a/b/c/", error)) << error.text;
-  EXPECT_TRUE(create_folders(folder / "a/b", error)) << error.text;
-  EXPECT_TRUE(create_folders("", error)) << error.text;
+  EXPECT_EQ(cause_of(create_folders(folder / "a/b/c/")), "");
+  EXPECT_EQ(cause_of(create_folders(folder / "a/b")), "");
+  EXPECT_EQ(cause_of(create_folders("")), "");
   EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
-  ASSERT_EQ(write_file(folder / "a/file", "keep", error), WriteOutcome::written);
+  ASSERT_EQ(cause_of(write_file(folder / "a/file", "keep")), "");
   for (const std::string& blocked : {std::string("a/file"), std::string("a/file/"),
                                      std::string("a/file/d"), std::string("new\0x", 5)}) {
-    error = {};
-    EXPECT_FALSE(create_folders(folder / blocked, error)) << blocked;
-    EXPECT_THAT(error.text, StartsWith((folder / blocked).string() + ": "));
+    EXPECT_THAT(cause_of(create_folders(folder / blocked)),
+                StartsWith((folder / blocked).string() + ": "));
   }
   EXPECT_EQ(contents(folder / "a/file"), "keep");
   EXPECT_FALSE(fs::exists(folder / "new"));
@@ -139,15 +131,13 @@ TEST(FilesTest, CreatesFoldersWithTheirParents) {
 TEST(LockFileTest, LetsOneThreadInAtATime) {
   const TempFolder folder;
   const fs::path path = folder / "lock";
-  IoError held_error;
-  auto held = lock_at(path, held_error);
-  ASSERT_TRUE(held) << held_error.text;
+  auto held = lock_at(path);
+  ASSERT_TRUE(held) << cause_of(held);
   std::atomic<int> inside = 0;
   std::atomic<int> passed = 0;
   const auto contend = [&] {
-    IoError error;
-    const auto lock = lock_at(path, error);
-    EXPECT_TRUE(lock) << error.text;
+    const auto lock = lock_at(path);
+    EXPECT_TRUE(lock) << cause_of(lock);
     EXPECT_EQ(++inside, 1);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     --inside;
@@ -157,7 +147,7 @@ TEST(LockFileTest, LetsOneThreadInAtATime) {
   std::thread second(contend);
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_EQ(passed, 0);
-  held.reset();
+  held->reset();
   first.join();
   second.join();
   EXPECT_EQ(passed, 2);
@@ -167,14 +157,12 @@ TEST(LockFileTest, LetsOneThreadInAtATime) {
 TEST(LockFileTest, TellsAfterASecondWhoHoldsItAndLetsGoOfTheWait) {
   const TempFolder folder;
   const fs::path path = folder / "lock";
-  IoError error;
-  auto held = lock_at(path, error, "a longer note of an earlier holder");
-  held.reset();
-  std::string text;
-  ASSERT_TRUE(read_file(path, text, 100, error));
-  EXPECT_EQ(text, "") << "a note is that of the holder";
-  held = lock_at(path, error, "held by me");
-  ASSERT_TRUE(held) << error.text;
+  auto held = lock_at(path, "a longer note of an earlier holder");
+  ASSERT_TRUE(held) << cause_of(held);
+  held->reset();
+  EXPECT_EQ(read_file(path, 100), "") << "a note is that of the holder";
+  held = lock_at(path, "held by me");
+  ASSERT_TRUE(held) << cause_of(held);
 
   std::stop_source stop;
   std::vector<std::string> notes;
@@ -183,21 +171,20 @@ TEST(LockFileTest, TellsAfterASecondWhoHoldsItAndLetsGoOfTheWait) {
                         notes.emplace_back(note);
                         stop.request_stop();
                       }};
-  EXPECT_FALSE(lock_at(path, error, "mine", wait));
-  EXPECT_EQ(error.text, "") << "no failure";
+  const auto stopped = lock_at(path, "mine", wait);
+  ASSERT_FALSE(stopped);
+  EXPECT_TRUE(stopped.error().was_stopped()) << "no failure";
   EXPECT_EQ(notes, std::vector<std::string>{"held by me"});
   EXPECT_GE(std::chrono::steady_clock::now() - began, LockFile::kLongWait);
-  EXPECT_FALSE(lock_at(path, error, "mine", wait)) << "one attempt";
-  held.reset();
-  EXPECT_TRUE(lock_at(path, error, "mine", wait)) << "one attempt";
+  EXPECT_FALSE(lock_at(path, "mine", wait)) << "one attempt";
+  held->reset();
+  EXPECT_TRUE(lock_at(path, "mine", wait)) << "one attempt";
   EXPECT_EQ(notes.size(), 1u);
 }
 
 TEST(LockFileTest, ReportsWhatCannotBeLocked) {
   const TempFolder folder;
-  IoError error;
-  EXPECT_FALSE(lock_at(folder.path(), error));
-  EXPECT_THAT(error.text, StartsWith(folder.path().string() + ": "));
+  EXPECT_THAT(cause_of(lock_at(folder.path())), StartsWith(folder.path().string() + ": "));
 }
 
 }  // namespace

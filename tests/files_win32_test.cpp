@@ -7,6 +7,7 @@
 #include "framework/system/folder.h"
 #include "framework/system/handle_win32.h"
 #include "framework/system/path_win32.h"
+#include "tests/cause.h"
 #include "tests/environment.h"
 #include "tests/lock_at.h"
 #include "tests/read_only_win32.h"
@@ -17,8 +18,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::StartsWith;
+using tests::cause_of;
 using tests::lock_at;
 using tests::TempFolder;
+using tests::was_not_opened;
 
 constexpr const char* kLockVariable = "ZENDRO_TEST_LOCK";
 
@@ -30,22 +33,20 @@ TEST(FilesWin32Test, PathsMayBeLongAndOfAnyScript) {
         "\u30D1\u30C3\u30B1\u30FC\u30B8 \u0434\u043B\u0438\u043D\u043D\u043E "
         "\U0001F4E6 0123456789");
   }
-  IoError error;
-  ASSERT_TRUE(create_folders(path, error)) << error.text;
-  ASSERT_EQ(write_file(path / "file", "text", error), WriteOutcome::written) << error.text;
-  std::string bytes;
-  EXPECT_TRUE(read_file(path / "file", bytes, 10, error)) << error.text;
-  EXPECT_EQ(bytes, "text");
+  ASSERT_EQ(cause_of(create_folders(path)), "");
+  ASSERT_EQ(cause_of(write_file(path / "file", "text")), "");
+  EXPECT_EQ(read_file(path / "file", 10), "text");
   EXPECT_TRUE(file_exists(path / "file"));
   EXPECT_TRUE(is_missing(path / "none"));
   EXPECT_EQ(resolved_path(path / "file"), resolved_path(path) / "file");
-  EXPECT_TRUE(lock_at(path / "lock", error)) << error.text;
-  auto deep = Folder::open(path, error);
-  ASSERT_TRUE(deep) << error.text;
+  EXPECT_EQ(cause_of(lock_at(path / "lock")), "");
+  auto opened = Folder::open(path);
+  ASSERT_TRUE(opened) << cause_of(opened);
+  std::unique_ptr<Folder> deep = std::move(*opened);
   EXPECT_EQ(deep->kind_of("FILE"), EntryKind::file);
   EXPECT_NE(deep->stamp_of("file"), 0U);
-  EXPECT_TRUE(deep->remove_file("lock", error)) << error.text;
-  EXPECT_TRUE(deep->remove_file("file", error)) << error.text;
+  EXPECT_EQ(cause_of(deep->remove_file("lock")), "");
+  EXPECT_EQ(cause_of(deep->remove_file("file")), "");
   deep.reset();
   // The standard library's removal does not reach as deep.
   while (path != folder.path()) {
@@ -57,52 +58,48 @@ TEST(FilesWin32Test, PathsMayBeLongAndOfAnyScript) {
 TEST(FilesWin32Test, WhatAnotherProgramHoldsIsNamedAndStaysAsItIs) {
   const TempFolder folder;
   const fs::path path = folder / "list.json";
-  IoError error;
-  ASSERT_EQ(write_file(path, "old", error), WriteOutcome::written);
-  std::string bytes;
+  ASSERT_EQ(cause_of(write_file(path, "old")), "");
   {
     const Handle held(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                   OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(held);
-    EXPECT_EQ(write_file(path, "new", error), WriteOutcome::not_opened);
-    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
-    EXPECT_EQ(error.text.find_first_of("\r\n"), std::string::npos);
-    EXPECT_FALSE(create_file(path, error));
-    EXPECT_TRUE(read_file(path, bytes, 10, error)) << error.text;
-    EXPECT_EQ(bytes, "old");
+    const WriteResult written = write_file(path, "new");
+    EXPECT_TRUE(was_not_opened(written));
+    EXPECT_THAT(cause_of(written), StartsWith(path.string() + ": "));
+    EXPECT_EQ(cause_of(written).find_first_of("\r\n"), std::string::npos);
+    EXPECT_FALSE(create_file(path));
+    EXPECT_EQ(read_file(path, 10), "old");
   }
   // What the program itself has open stands in nobody's way.
-  const auto open = open_file(path, error);
-  EXPECT_EQ(write_file(path, "new", error), WriteOutcome::written) << error.text;
+  const auto open = open_file(path);
+  EXPECT_EQ(cause_of(write_file(path, "new")), "");
 }
 
 TEST(FilesWin32Test, SaysThatAFileIsAFolder) {
   const TempFolder folder;
-  IoError error;
-  EXPECT_FALSE(open_file(folder.path(), error));
-  EXPECT_EQ(error.text, folder.path().string() + ": is a folder");
+  EXPECT_EQ(cause_of(open_file(folder.path())), folder.path().string() + ": is a folder");
 }
 
 TEST(FilesWin32Test, SaysThatAFileIsReadOnly) {
   const TempFolder folder;
   const fs::path path = folder / "file";
-  IoError error;
-  ASSERT_EQ(write_file(path, "old", error), WriteOutcome::written);
+  ASSERT_EQ(cause_of(write_file(path, "old")), "");
   SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
   if (tests::writes_read_only_files(path)) GTEST_SKIP() << "Wine lets root write such files";
-  EXPECT_EQ(write_file(path, "new", error), WriteOutcome::not_opened);
-  EXPECT_EQ(error.text, path.string() + ": is marked as read-only");
-  EXPECT_TRUE(lock_at(path, error)) << error.text;
+  const WriteResult written = write_file(path, "new");
+  EXPECT_TRUE(was_not_opened(written));
+  EXPECT_EQ(cause_of(written), path.string() + ": is marked as read-only");
+  EXPECT_EQ(cause_of(lock_at(path)), "");
   SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST(FilesWin32Test, DevicesAndPipesAreNoFiles) {
   const TempFolder folder;
-  IoError error;
   for (const fs::path& path : {fs::path("NUL"), fs::path(R"(\\.\pipe\zendro-none)")}) {
-    EXPECT_FALSE(open_file(path, error)) << path;
-    EXPECT_EQ(write_file(path, "text", error), WriteOutcome::not_opened) << path;
-    EXPECT_THAT(error.text, StartsWith(path.string() + ": "));
+    EXPECT_FALSE(open_file(path)) << path;
+    const WriteResult written = write_file(path, "text");
+    EXPECT_TRUE(was_not_opened(written)) << path;
+    EXPECT_THAT(cause_of(written), StartsWith(path.string() + ": "));
     EXPECT_FALSE(file_exists(path)) << path;
   }
 }
@@ -138,10 +135,9 @@ TEST(FilesWin32Test, PlacesOfTheSystem) {
 
 // The process that the test starts: runs the same test, holds the lock and waits for its end.
 void hold_until_killed(const fs::path& path) {
-  IoError error;
-  const auto lock = lock_at(path, error);
-  ASSERT_TRUE(lock) << error.text;
-  ASSERT_EQ(write_file(fs::path(path) += ".held", "", error), WriteOutcome::written);
+  const auto lock = lock_at(path);
+  ASSERT_TRUE(lock) << cause_of(lock);
+  ASSERT_EQ(cause_of(write_file(fs::path(path) += ".held", "")), "");
   Sleep(30000);
 }
 
@@ -175,8 +171,7 @@ TEST(LockFileWin32Test, AKilledProcessLetsGo) {
   }
   TerminateProcess(process.get(), 0);
   WaitForSingleObject(process.get(), 10000);
-  IoError error;
-  EXPECT_TRUE(lock_at(path, error)) << error.text;
+  EXPECT_EQ(cause_of(lock_at(path)), "");
   tests::unset_variable(kLockVariable);
 }
 

@@ -11,6 +11,7 @@
 
 #include "framework/system/files.h"
 #include "framework/system/folder.h"
+#include "tests/cause.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::tests {
@@ -21,29 +22,29 @@ class FolderTest : public testing::Test {
     std::filesystem::create_directories(temp_ / "outside/sub");
     std::filesystem::create_directory(temp_ / "inside");
     put("outside/file", "precious");
-    folder_ = framework::Folder::open(temp_ / "inside", error_);
-    ASSERT_TRUE(folder_) << error_.text;
+    auto folder = framework::Folder::open(temp_ / "inside");
+    ASSERT_TRUE(folder) << folder.error().text;
+    folder_ = std::move(*folder);
   }
 
   void put(const std::string& name, std::string_view bytes) {
-    ASSERT_EQ(framework::write_file(temp_ / name, bytes, error_), framework::WriteOutcome::written)
-        << error_.text;
+    ASSERT_EQ(cause_of(framework::write_file(temp_ / name, bytes)), "");
   }
   std::string get(const std::string& name) {
-    std::string bytes;
-    EXPECT_TRUE(framework::read_file(temp_ / name, bytes, 1000, error_)) << error_.text;
-    return bytes;
+    const auto bytes = framework::read_file(temp_ / name, 1000);
+    EXPECT_EQ(cause_of(bytes), "");
+    return bytes.value_or("");
   }
-  bool create(const std::string& name, std::string_view bytes) {
-    const auto file = folder_->create_file(name, error_);
-    if (!file) return false;
-    EXPECT_EQ(file->write(bytes.data(), bytes.size()), static_cast<std::int64_t>(bytes.size()));
-    file->close();
-    return !file->error();
+  // Why the file cannot be created; empty where it has been.
+  std::string create(const std::string& name, std::string_view bytes) {
+    const auto file = folder_->create_file(name);
+    if (!file) return file.error().text;
+    EXPECT_EQ((*file)->write(bytes.data(), bytes.size()), static_cast<std::int64_t>(bytes.size()));
+    (*file)->close();
+    return (*file)->error().text;
   }
 
   TempFolder temp_;
-  framework::IoError error_;
   std::unique_ptr<framework::Folder> folder_;
 };
 

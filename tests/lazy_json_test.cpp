@@ -14,17 +14,15 @@ namespace zendro::framework {
 namespace {
 
 std::shared_ptr<LazyDocument> document_of(std::string text) {
-  std::string error;
-  auto document = LazyDocument::parse(std::move(text), error);
-  EXPECT_TRUE(document) << error;
-  return document;
+  auto document = LazyDocument::parse(std::move(text));
+  EXPECT_TRUE(document) << document.error();
+  return *document;
 }
 
 json::value parsed(std::string_view text) {
-  json::value value;
-  std::string error;
-  EXPECT_TRUE(parse_json(text, value, error)) << text << ": " << error;
-  return value;
+  const ParsedJson value = parse_json(text);
+  EXPECT_TRUE(value) << text << ": " << value.error();
+  return *value;
 }
 
 // Texts of random objects with everything that the finding of members could stumble over.
@@ -137,18 +135,21 @@ std::string crowded_object(const void* table, std::size_t count, std::size_t siz
 TEST(LazyJson, NamesThatWereChosenToShareAPlaceAreSpreadOrRefused) {
   constexpr std::size_t count = 40;
   alignas(std::max_align_t) static unsigned char bytes[65536];
-  const auto parse = [](const std::string& text, std::string& error) {
+  // The room for members of the object, or why it is refused.
+  const auto parse = [](const std::string& text) {
     json::monotonic_resource arena(bytes, sizeof(bytes));
-    json::value value(nullptr, &arena);
-    EXPECT_EQ(check_json(text, error), count + 1);
-    return parse_json(text, value, error) ? value.get_object().capacity() : 0;
+    EXPECT_EQ(check_json(text), count + 1);
+    return parse_json(text, &arena).map([](const json::value& value) {
+      return value.get_object().capacity();
+    });
   };
-  std::string error;
-  ASSERT_EQ(parse(crowded_object(bytes, count, 1), error), count);
-  const std::size_t larger = parse(crowded_object(bytes, count, count), error);
-  EXPECT_GT(larger, count) << error;
-  EXPECT_EQ(parse(crowded_object(bytes, count, count * larger), error), 0u);
-  EXPECT_EQ(error, "too many names of an object have the same hash");
+  ASSERT_EQ(parse(crowded_object(bytes, count, 1)), count);
+  const auto larger = parse(crowded_object(bytes, count, count));
+  ASSERT_TRUE(larger) << larger.error();
+  EXPECT_GT(*larger, count);
+  const auto refused = parse(crowded_object(bytes, count, count * *larger));
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error(), "too many names of an object have the same hash");
 }
 
 TEST(LazyJson, CountsValuesAndMembers) {
@@ -192,12 +193,10 @@ TEST(LazyJson, AcceptsExactlyWhatCanBeParsed) {
                            "\t{}\n",
                            "-0",
                            "1.5"}) {
-    json::value value;
-    std::string error;
-    std::string lazy_error;
-    const bool is_parsed = parse_json(text, value, error);
-    EXPECT_EQ(LazyDocument::parse(text, lazy_error) != nullptr, is_parsed) << text;
-    EXPECT_EQ(lazy_error, error) << text;
+    const ParsedJson value = parse_json(text);
+    const auto document = LazyDocument::parse(text);
+    EXPECT_EQ(document.has_value(), value.has_value()) << text;
+    EXPECT_EQ(document ? "" : document.error(), value ? "" : value.error()) << text;
   }
 }
 

@@ -5,6 +5,7 @@
 #include "framework/system/files.h"
 #include "pkg/local/mappings.h"
 #include "pkg/local/unpacking.h"
+#include "tests/cause.h"
 #include "tests/links.h"
 #include "tests/manager_fixture.h"
 #include "tests/stopwatch.h"
@@ -293,12 +294,10 @@ TEST_F(LocalFilesTest, LimitsAreCountedWhileBytesArrive) {
     fs::remove_all(folder_ / "target");
     fs::create_directory(folder_ / "target");
     write_text(folder_ / "x.zip", zip);
-    framework::IoError error;
-    const auto target = framework::Folder::open(folder_ / "target", error);
-    pkg::local::unpacker unpacker(*target, unmarked, limits);
-    const auto stream = framework::open_file(folder_ / "x.zip", error);
-    unpacker.add_member(stream, "x.zip", framework::sha256(zip), error);
-    return error.text;
+    const auto target = framework::Folder::open(folder_ / "target");
+    pkg::local::unpacker unpacker(**target, unmarked, limits);
+    const auto stream = framework::open_file(folder_ / "x.zip");
+    return cause_of(unpacker.add_member(*stream, "x.zip", framework::sha256(zip)));
   };
   const std::string inner = make_zip({{"a", std::string(1000, 'a')}});
   const std::string zip = make_zip({{"n.zip", inner}, {"b", std::string(1000, 'b')}});

@@ -20,16 +20,14 @@ namespace zendro::pkg {
 namespace {
 
 pkgs_available_t list_of(std::string_view text) {
-  std::string cause;
-  std::optional<pkgs_available_t> list = parse_list(std::string(text), cause);
-  EXPECT_TRUE(list) << cause;
+  read_list_t list = parse_list(std::string(text));
+  EXPECT_TRUE(list) << list.error();
   return list ? std::move(*list) : pkgs_available_t();
 }
 
 std::string failure_of(std::string_view text) {
-  std::string cause;
-  EXPECT_FALSE(parse_list(std::string(text), cause));
-  return cause;
+  const read_list_t list = parse_list(std::string(text));
+  return list ? "" : list.error();
 }
 
 std::string best(const pkgs_available_t& list, const char* key) {
@@ -166,10 +164,9 @@ TEST(PackageList, KeepsNumbers) {
     if (std::isfinite(value)) values.push_back(value);
   }
   const std::string text = json::serialize(json::object{{"_META", json::object{{"x", values}}}});
-  std::string error;
-  json::value back;
-  ASSERT_TRUE(framework::parse_json(text, back, error)) << error;
-  EXPECT_EQ(back.at("_META").at("x").as_array(), values);
+  const framework::ParsedJson back = framework::parse_json(text);
+  ASSERT_TRUE(back) << back.error();
+  EXPECT_EQ(back->at("_META").at("x").as_array(), values);
 }
 
 TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {

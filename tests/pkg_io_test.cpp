@@ -25,11 +25,11 @@ class PkgIOTest : public ManagerTest {
   void TearDown() override { framework::set_io_callback(previous_); }
 
   static std::string read(const std::string& url) {
-    framework::IoError error;
-    std::string text;
-    const auto stream = framework::open_url(url, error);
-    if (!stream || !framework::read_all(*stream, text, 0, 1000, error)) return "! " + error.text;
-    return text;
+    const auto text = framework::open_url(url).and_then(
+        [](const std::shared_ptr<framework::IOImpl_base>& stream) {
+          return framework::read_all(*stream, 0, 1000);
+        });
+    return text ? *text : "! " + text.error().text;
   }
 
   std::shared_ptr<json::object> shared_;

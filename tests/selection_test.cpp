@@ -67,9 +67,8 @@ class Desk : public SelectionQuestions, public ParentUI {
 };
 
 pkg::pkgs_available_t list(std::string_view text) {
-  std::string cause;
-  auto list = pkg::parse_list(std::string(text.empty() ? "{}" : text), cause);
-  EXPECT_TRUE(list) << cause;
+  auto list = pkg::parse_list(std::string(text.empty() ? "{}" : text));
+  EXPECT_TRUE(list) << list.error();
   return std::move(*list);
 }
 

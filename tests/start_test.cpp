@@ -84,12 +84,11 @@ TEST_F(StartTest, AMachineWithoutAListAsksTheStoreFirst) {
 TEST_F(StartTest, AnotherManagerIsWaitedFor) {
   start_with({});
   const std::string path = write_package_file();
-  framework::IoError error;
-  auto lock = lock_at(cache_file("operation.lock"), error);
-  ASSERT_NE(lock, nullptr) << error.text;
+  auto lock = lock_at(cache_file("operation.lock"));
+  ASSERT_TRUE(lock) << cause_of(lock);
   auto started = std::async(std::launch::async, [&] { return start_with_file(path); });
   EXPECT_EQ(started.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
-  lock.reset();
+  lock->reset();
   EXPECT_TRUE(started.get().preselection);
   EXPECT_THAT(shown_, ElementsAre(StartsWith("Waiting"), StartsWith("Reading")));
 }
@@ -207,8 +206,7 @@ TEST_F(PkgFrontendAppTest, ArgumentsAreIdentifiersOrAPackageFile) {
 TEST_F(PkgFrontendAppTest, AWaitThatIsStoppedOpensNothing) {
   start_with({});
   const std::string path = write_package_file();
-  framework::IoError error;
-  const auto lock = lock_at(cache_file("operation.lock"), error);
+  const auto lock = lock_at(cache_file("operation.lock"));
   const auto before = snapshot();
   run({path});
   EXPECT_THAT(windows_.dialogs, IsEmpty());

@@ -4,6 +4,7 @@
 #include "app/options/options.h"
 #include "framework/system/folder.h"
 #include "framework/system/handle_win32.h"
+#include "tests/cause.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
@@ -94,14 +95,12 @@ TEST_F(TrustWin32Test, MembersWithImpossibleNamesAreNamed) {
 
 // The standard library's removal does not reach as deep.
 void empty(const framework::Folder& folder) {
-  framework::IoError error;
-  std::vector<framework::Folder::Entry> entries;
-  ASSERT_TRUE(folder.list(entries, error)) << error.text;
-  for (const auto& [name, kind] : entries) {
+  const auto entries = folder.list();
+  ASSERT_TRUE(entries) << cause_of(entries);
+  for (const auto& [name, kind] : *entries) {
     const bool is_folder = kind == framework::EntryKind::folder;
-    if (is_folder) empty(*folder.open_folder(name, error));
-    EXPECT_TRUE(is_folder ? folder.remove_folder(name, error) : folder.remove_file(name, error))
-        << error.text;
+    if (is_folder) empty(**folder.open_folder(name));
+    EXPECT_EQ(cause_of(is_folder ? folder.remove_folder(name) : folder.remove_file(name)), "");
   }
 }
 
@@ -116,10 +115,9 @@ TEST_F(TrustWin32Test, InstallsBelowALongRoot) {
   EXPECT_TRUE(cache().uninstall({"a"}));
   EXPECT_THAT(take_messages(), IsEmpty());
   EXPECT_THAT(take_log(), Contains(testing::EndsWith("/xsd/a-1.0.0/.")));
-  framework::IoError error;
-  const auto top = framework::Folder::open(folder_.path(), error);
-  ASSERT_TRUE(top) << error.text;
-  empty(*top);
+  const auto top = framework::Folder::open(folder_.path());
+  ASSERT_TRUE(top) << cause_of(top);
+  empty(**top);
 }
 
 }  // namespace

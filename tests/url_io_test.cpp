@@ -11,6 +11,7 @@
 #include "framework/system/files.h"
 #include "framework/url/memory_stream.h"
 #include "framework/url/zip.h"
+#include "tests/cause.h"
 #include "tests/temp_folder.h"
 #include "tests/zip_builder.h"
 
@@ -20,6 +21,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
+using tests::cause_of;
 using tests::make_zip;
 using tests::TempFolder;
 using tests::ZipEntry;
@@ -30,12 +32,11 @@ std::shared_ptr<const std::string> shared(std::string bytes) {
 
 /// The bytes behind a URL, or "error: <text>".
 std::string fetch(const std::string& url, std::uint64_t limit = 1 << 24) {
-  IoError error;
-  std::string bytes;
-  const auto stream = open_url(url, error);
-  if (stream && read_all(*stream, bytes, 0, limit, error, url)) return bytes;
-  EXPECT_THAT(error.text, HasSubstr(": "));
-  return "error: " + error.text;
+  const auto stream = open_url(url);
+  const auto bytes = stream ? read_all(**stream, 0, limit, url) : tl::unexpected(stream.error());
+  if (bytes) return *bytes;
+  EXPECT_THAT(bytes.error().text, HasSubstr(": "));
+  return "error: " + bytes.error().text;
 }
 
 std::string member_of(const std::string& archive, const std::string& name) {
@@ -55,7 +56,6 @@ std::string sample(std::size_t size) {
 }
 
 TEST(MemoryFileTest, IsReadableWhileRegisteredAndKeepsOpenStreams) {
-  IoError error;
   std::shared_ptr<IOImpl_base> stream;
   std::string url;
   {
@@ -69,8 +69,9 @@ TEST(MemoryFileTest, IsReadableWhileRegisteredAndKeepsOpenStreams) {
     EXPECT_EQ(fetch(second.url()), "second");
     EXPECT_EQ(fetch(odd.url()), "odd");
     url = first.url();
-    stream = open_url(url, error);
-    ASSERT_TRUE(stream) << error.text;
+    const auto opened = open_url(url);
+    ASSERT_TRUE(opened) << opened.error().text;
+    stream = *opened;
   }
   EXPECT_EQ(fetch(url), "error: " + url + ": no such file in memory");
 
@@ -102,10 +103,9 @@ TEST(MemoryFileTest, RegistersFromManyThreads) {
 
 TEST(UrlIoTest, OpensPathsFileUrlsAndMembersOfBoth) {
   const TempFolder folder;
-  IoError error;
   const std::string archive = make_zip({{"m.xsd", "member"}});
-  ASSERT_EQ(write_file(folder / "a%20b.zip", archive, error), WriteOutcome::written);
-  ASSERT_EQ(write_file(folder / "a b.zip", "plain", error), WriteOutcome::written);
+  ASSERT_TRUE(write_file(folder / "a%20b.zip", archive));
+  ASSERT_TRUE(write_file(folder / "a b.zip", "plain"));
   const std::string base = folder.path().string();
   EXPECT_EQ(fetch(base + "/a%20b.zip"), archive) << "a path is not percent-decoded";
   const std::string path = folder.path().generic_string();
@@ -124,9 +124,9 @@ TEST(ZipTest, ReadsMembersForwardsAndBackwards) {
   const std::string text = sample(200000);
   for (const bool deflated : {true, false}) {
     const MemoryFile file("zip", shared(make_zip({{"dir/t.txt", text, deflated}})));
-    IoError error;
-    const auto stream = open_url(file.url() + "%7Czip/dir/t.txt", error);
-    ASSERT_TRUE(stream) << error.text;
+    const auto opened = open_url(file.url() + "%7Czip/dir/t.txt");
+    ASSERT_TRUE(opened) << opened.error().text;
+    const auto& stream = *opened;
     EXPECT_TRUE(stream->seekable());
     EXPECT_EQ(stream->size(), 200000);
     std::string tail(1000, '\0');
@@ -135,9 +135,7 @@ TEST(ZipTest, ReadsMembersForwardsAndBackwards) {
     EXPECT_EQ(tail, text.substr(199000));
     EXPECT_EQ(stream->seek(100, SeekOrigin::begin), 100);
     EXPECT_EQ(stream->seek(23, SeekOrigin::current), 123);
-    std::string rest;
-    EXPECT_TRUE(read_all(*stream, rest, 0, 200000, error)) << error.text;
-    EXPECT_EQ(rest, text.substr(123));
+    EXPECT_EQ(read_all(*stream, 0, 200000), text.substr(123));
     EXPECT_EQ(stream->seek(1, SeekOrigin::current), -1);
     EXPECT_EQ(stream->write("x", 1), -1);
     stream->close();
@@ -171,15 +169,14 @@ TEST(ZipTest, FindsNamesAsGivenThenDecodedAndTheFirstOfSeveral) {
 TEST(ZipTest, OpensManyMembersOfOneArchive) {
   const std::string a = sample(100000);
   const std::string b = sample(70000);
-  IoError error;
   auto archive = ZipArchive::open(
-      make_memory_stream(shared(make_zip({{"a", a}, {"b", b, false}})), "mem"), "mem", error);
-  ASSERT_TRUE(archive) << error.text;
-  const auto first = archive->open_member("a", error);
-  const auto second = archive->open_member("b", error);
-  EXPECT_FALSE(archive->open_member("c", error));
-  EXPECT_EQ(error.text, "mem%7Czip/c: the archive holds no such member");
-  archive.reset();
+      make_memory_stream(shared(make_zip({{"a", a}, {"b", b, false}})), "mem"), "mem");
+  ASSERT_TRUE(archive) << cause_of(archive);
+  const auto first = *(*archive)->open_member("a");
+  const auto second = *(*archive)->open_member("b");
+  EXPECT_EQ(cause_of((*archive)->open_member("c")),
+            "mem%7Czip/c: the archive holds no such member");
+  archive->reset();
   std::string read_a;
   std::string read_b;
   std::string block(777, '\0');
@@ -206,23 +203,21 @@ TEST(ZipTest, RefusesHostileMembersWithTheirCause) {
     ZipEntry entry{"m", text};
     entry.size = size;
     EXPECT_THAT(member_of(make_zip({entry}), "m").substr(0, 100), HasSubstr("size")) << size;
-    IoError error;
     const auto stream =
-        open_zip_member(make_memory_stream(shared(make_zip({entry})), "mem"), "m", "mem", error);
-    EXPECT_EQ(stream != nullptr, size != UINT64_MAX);
+        open_zip_member(make_memory_stream(shared(make_zip({entry})), "mem"), "m", "mem");
+    EXPECT_EQ(stream.has_value(), size != UINT64_MAX);
     if (stream && size > text.size()) {
-      EXPECT_EQ(stream->size(), static_cast<std::int64_t>(size));
-      EXPECT_EQ(stream->seek(0, SeekOrigin::end), -1);
+      EXPECT_EQ((*stream)->size(), static_cast<std::int64_t>(size));
+      EXPECT_EQ((*stream)->seek(0, SeekOrigin::end), -1);
     }
   }
   ZipEntry understated{"m", std::string(1 << 20, 'x')};
   understated.size = 10;
-  IoError error;
-  const auto stream = open_zip_member(make_memory_stream(shared(make_zip({understated})), "mem"),
-                                      "m", "mem", error);
-  ASSERT_TRUE(stream) << error.text;
+  const auto stream =
+      open_zip_member(make_memory_stream(shared(make_zip({understated})), "mem"), "m", "mem");
+  ASSERT_TRUE(stream) << cause_of(stream);
   std::string block(1000, '\0');
-  EXPECT_EQ(stream->read(block.data(), block.size()), -1) << "not only at the end";
+  EXPECT_EQ((*stream)->read(block.data(), block.size()), -1) << "not only at the end";
   ZipEntry encrypted{"m", text};
   encrypted.flags |= 1;
   EXPECT_THAT(member_of(make_zip({encrypted}), "m"), HasSubstr("encrypted"));
@@ -282,13 +277,12 @@ class FailingStream : public StreamBase {
 
 TEST(ZipTest, TellsTheCauseOfTheStreamBelow) {
   const std::string archive = make_zip({{"m", sample(300000)}});
-  IoError error;
-  EXPECT_FALSE(ZipArchive::open(std::make_shared<FailingStream>(archive, 1 << 30), "a.zip", error));
-  EXPECT_EQ(error.text, "a.zip: disk: is on fire");
+  EXPECT_EQ(cause_of(ZipArchive::open(std::make_shared<FailingStream>(archive, 1 << 30), "a.zip")),
+            "a.zip: disk: is on fire");
   // The directory at the end can be read, the member cannot.
-  EXPECT_FALSE(
-      open_zip_member(std::make_shared<FailingStream>(archive, 70000), "m", "a.zip", error));
-  EXPECT_EQ(error.text, "a.zip%7Czip/m: disk: is on fire");
+  EXPECT_EQ(
+      cause_of(open_zip_member(std::make_shared<FailingStream>(archive, 70000), "m", "a.zip")),
+      "a.zip%7Czip/m: disk: is on fire");
 }
 
 TEST(UrlIoTest, OpensArchivesInsideArchivesToALimit) {
@@ -312,11 +306,9 @@ TEST(UrlIoTest, OpensArchivesInsideArchivesToALimit) {
 
 /// What a path inside an archive in memory leads to, or "error: <text>".
 std::string inside(const std::string& archive, std::string_view path) {
-  IoError error;
-  std::string bytes;
-  const auto stream = open_archive_path(make_memory_stream(shared(archive), "a"), path, "a", error);
-  if (stream && read_all(*stream, bytes, 0, 1 << 24, error)) return bytes;
-  return "error: " + error.text;
+  const auto stream = open_archive_path(make_memory_stream(shared(archive), "a"), path, "a");
+  const auto bytes = stream ? read_all(**stream, 0, 1 << 24) : tl::unexpected(stream.error());
+  return bytes ? *bytes : "error: " + bytes.error().text;
 }
 
 TEST(UrlIoTest, PathsInsideAnOpenArchiveHaveTheSameLimits) {

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "framework/system/files.h"
+#include "tests/cause.h"
 
 namespace zendro::tests {
 
@@ -15,10 +16,9 @@ constexpr std::uint64_t kNoLimit = UINT64_MAX;
 
 /// A test failure where the file cannot be read.
 inline std::string contents(const std::filesystem::path& path) {
-  std::string bytes;
-  framework::IoError error;
-  EXPECT_TRUE(framework::read_file(path, bytes, kNoLimit, error)) << error.text;
-  return bytes;
+  const auto bytes = framework::read_file(path, kNoLimit);
+  EXPECT_EQ(cause_of(bytes), "");
+  return bytes.value_or("");
 }
 
 }  // namespace zendro::tests

@@ -38,7 +38,7 @@ void check_value(std::string_view key, const json::value& value) {
   if (key == option::member_size_limit) to_size_limit(value);
 }
 
-std::optional<json::object> options_of(const json::value& document, std::string& error) {
+tl::expected<json::object, std::string> options_of(const json::value& document) {
   std::string_view where;
   try {
     json::object options;
@@ -50,8 +50,8 @@ std::optional<json::object> options_of(const json::value& document, std::string&
     }
     return options;
   } catch (const framework::JsonError& problem) {
-    error = where.empty() ? problem.what() : std::string(where) + ": " + problem.what();
-    return std::nullopt;
+    return tl::unexpected(where.empty() ? problem.what()
+                                        : std::string(where) + ": " + problem.what());
   }
 }
 
@@ -62,22 +62,16 @@ std::string options_file_path() {
   return folder.empty() ? std::string() : folder + std::string(kFileName);
 }
 
-std::optional<json::object> read_options_file(std::string_view path, std::string& error) {
+tl::expected<json::object, std::string> read_options_file(std::string_view path) {
   const std::filesystem::path file = framework::path_from_utf8(path);
   if (path.empty() || framework::is_missing(file)) return json::object();
 
-  std::string text;
-  framework::IoError io_error;
-  if (!framework::read_file(file, text, kFileLimit, io_error)) {
-    error = io_error.text;
-    return std::nullopt;
-  }
+  const framework::Result<std::string> text = framework::read_file(file, kFileLimit);
+  if (!text) return tl::unexpected(text.error().text);
   // Editors on Windows begin a file with a byte order mark.
-  std::string_view json_text = text;
+  std::string_view json_text = *text;
   if (json_text.starts_with(kByteOrderMark)) json_text.remove_prefix(kByteOrderMark.size());
-  json::value document;
-  if (!framework::parse_json(json_text, document, error)) return std::nullopt;
-  return options_of(document, error);
+  return framework::parse_json(json_text).and_then(options_of);
 }
 
 }  // namespace zendro::app

@@ -14,9 +14,9 @@ int download(Session& session) {
   std::string path = arguments.output;
   if (!path.ends_with(extension)) {
     const std::filesystem::path folder = framework::path_from_utf8(path);
-    framework::IoError error;
-    if (!framework::create_folders(folder, error)) {
-      session.output().message({{}, {}, msg::Severity::error, named(L"", error.text).second});
+    if (const auto made = framework::create_folders(folder); !made) {
+      const std::string& cause = made.error().text;
+      session.output().message({{}, {}, msg::Severity::error, named(L"", cause).second});
       return kFailed;
     }
     const std::string name = arguments.filters.front() + extension;

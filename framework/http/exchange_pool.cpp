@@ -30,7 +30,12 @@ ExchangePool::ExchangePool(const TransportSettings& settings) : settings_(settin
   curl_share_setopt(sessions_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kMaxConnections);
   if (!settings_.ca_file.empty()) {
-    read_file(settings_.ca_file, ca_certificates_, kMaxCaFile, ca_error_);
+    Result<std::string> certificates = read_file(settings_.ca_file, kMaxCaFile);
+    if (certificates) {
+      ca_certificates_ = std::move(*certificates);
+    } else {
+      ca_error_ = certificates.error();
+    }
   }
 }
 

@@ -52,10 +52,9 @@ void ReadAhead::expect(const std::vector<std::string>& urls) {
   forget();
   expected_.clear();
   for (const std::string& url : urls) {
-    std::string cause;
-    std::string encoded = http_request_url(url, cause);
-    if (!cause.empty()) break;
-    expected_.push_back(std::move(encoded));
+    RequestUrl encoded = http_request_url(url);
+    if (!encoded) break;
+    expected_.push_back(std::move(*encoded));
   }
 }
 

@@ -15,21 +15,20 @@ bool leads_elsewhere(long status, bool is_post) {
   return !is_post && (status == 301 || status == 302 || status == 303);
 }
 
-std::string redirect_target(const Transfer& answer, int redirects, std::string& cause) {
+tl::expected<std::string, std::string> redirect_target(const Transfer& answer, int redirects) {
   const auto location = answer.headers.find("Location");
   if (location == answer.headers.end()) {
-    cause = "redirect without a location";
-    return {};
+    return tl::unexpected<std::string>("redirect without a location");
   }
-  std::string target = http_request_url(resolve_url(answer.url, location->second), cause);
+  RequestUrl target = http_request_url(resolve_url(answer.url, location->second));
   if (redirects == kMaxRedirects) {
-    cause = "more than " + std::to_string(kMaxRedirects) + " redirects";
-  } else if (!target.empty() && is_https(answer.url) && !is_https(target)) {
-    cause = "https must not lead to http";
+    target = tl::unexpected("more than " + std::to_string(kMaxRedirects) + " redirects");
+  } else if (target && is_https(answer.url) && !is_https(*target)) {
+    target = tl::unexpected<std::string>("https must not lead to http");
   }
-  if (!cause.empty())
-    cause = "redirect to \"" + loggable_url(location->second) + "\" refused: " + cause;
-  return target;
+  return std::move(target).map_error([&location](const std::string& cause) {
+    return "redirect to \"" + loggable_url(location->second) + "\" refused: " + cause;
+  });
 }
 
 }  // namespace zendro::framework

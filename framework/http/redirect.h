@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include <tl/expected.hpp>
+
 #include "framework/http/transfer.h"
 
 namespace zendro::framework {
@@ -12,9 +14,8 @@ namespace zendro::framework {
 /// a GET, it asks for another one.
 bool leads_elsewhere(long status, bool is_post);
 
-/// The encoded URL to which an answer leads after so many `redirects` before it. Not to be followed
-/// where `cause` gets a reason: after 10 redirects, from https to http, and to anything but http
-/// and https.
-std::string redirect_target(const Transfer& answer, int redirects, std::string& cause);
+/// The encoded URL to which an answer leads after so many `redirects` before it, or why it is not
+/// to be followed: after 10 redirects, from https to http, and to anything but http and https.
+tl::expected<std::string, std::string> redirect_target(const Transfer& answer, int redirects);
 
 }  // namespace zendro::framework

@@ -34,14 +34,14 @@ SendResult RequestSender::send(const HttpRequest& request, const std::string_vie
                                IoError& error) {
   end();
   driver_.begin_request();
-  std::string cause;
-  const std::string url = http_request_url(request.url, cause);
+  const RequestUrl url = http_request_url(request.url);
   const bool is_plain = body == nullptr && request.headers.empty() && request.trace_log == nullptr;
-  const bool is_sent = is_plain && cause.empty() && take_early(url);
+  const bool is_sent = is_plain && url && take_early(*url);
   if (!is_sent) {
     if (request.trace_log != nullptr) current_->trace_to(request.trace_log, request.trace_level);
-    current_->prepare(url.empty() ? request.url : url);
+    current_->prepare(url.value_or(request.url));
   }
+  std::string cause = url ? "" : url.error();
   if (cause.empty() && have_control_characters(request.headers)) {
     cause = "a request header has control characters";
   }
@@ -89,11 +89,10 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
       result.status = status;
       return {};
     }
-    std::string cause;
-    const std::string target = redirect_target(answer, redirects, cause);
+    const auto target = redirect_target(answer, redirects);
     drain(result.until.value_or(TransferDriver::kNever));
-    if (!cause.empty()) return cause;
-    current_->prepare(target);
+    if (!target) return target.error();
+    current_->prepare(*target);
   }
 }
 

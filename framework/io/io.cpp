@@ -7,37 +7,33 @@
 
 namespace zendro::framework {
 
-bool read_all(IOImpl_base& stream, std::string& out, std::size_t initial_capacity,
-              std::uint64_t limit, IoError& error, std::string_view label) {
-  const auto fail = [&error, label](std::string_view cause) {
-    error.text =
-        label.empty() ? std::string(cause) : std::string(label) + ": " + std::string(cause);
-    return false;
+Result<std::string> read_all(IOImpl_base& stream, std::size_t initial_capacity, std::uint64_t limit,
+                             std::string_view label) {
+  const auto failed = [label](const std::string& cause) {
+    return tl::unexpected(IoError{label.empty() ? cause : std::string(label) + ": " + cause});
   };
   try {
     // A size is a hint only: what is read may come to more or less than was said.
     const std::int64_t size = stream.size();
     const bool plausible = size >= 0 && static_cast<std::uint64_t>(size) <= limit;
-    out.reserve(out.size() +
-                std::max(initial_capacity, plausible ? static_cast<std::size_t>(size) : 0));
+    std::string bytes;
+    bytes.reserve(std::max(initial_capacity, plausible ? static_cast<std::size_t>(size) : 0));
     std::array<char, kIoBlock> block;
     std::uint64_t total = 0;
     for (;;) {
       const std::int64_t count = stream.read(block.data(), block.size());
-      if (count == 0) return true;
+      if (count == 0) return bytes;
       if (count < 0) {
-        if (!stream.error()) return fail("cannot be read");
-        error = stream.error();
-        return false;
+        return stream.error() ? tl::unexpected(stream.error()) : failed("cannot be read");
       }
       total += static_cast<std::uint64_t>(count);
-      if (total > limit) return fail("holds more than " + std::to_string(limit) + " bytes");
-      out.append(block.data(), static_cast<std::size_t>(count));
+      if (total > limit) return failed("holds more than " + std::to_string(limit) + " bytes");
+      bytes.append(block.data(), static_cast<std::size_t>(count));
     }
   } catch (const std::bad_alloc&) {
-    return fail("does not fit into memory");
+    return failed("does not fit into memory");
   } catch (const std::length_error&) {
-    return fail("does not fit into memory");
+    return failed("does not fit into memory");
   }
 }
 

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include <tl/expected.hpp>
+
 namespace zendro::framework {
 
 /// Why an I/O operation failed; an empty text means that no error has been recorded.
@@ -18,6 +20,10 @@ struct IoError {
   std::string text;  ///< "<URL or path>: <cause>", UTF-8
   explicit operator bool() const { return !text.empty(); }
 };
+
+/// What an operation came to: its value, or why it failed. The error always has a text.
+template <typename Value>
+using Result = tl::expected<Value, IoError>;
 
 /// Where a reposition counts from.
 enum class SeekOrigin { begin, current, end };
@@ -49,14 +55,16 @@ class IOImpl_base : public std::enable_shared_from_this<IOImpl_base> {
   [[nodiscard]] virtual bool seekable() = 0;
 };
 
+/// A stream that was opened, never null.
+using OpenedStream = Result<std::shared_ptr<IOImpl_base>>;
+
 /// Bytes read and copied at a time.
 inline constexpr std::size_t kIoBlock = 65536;
 
-/// Reads `stream` to its end and appends to `out`, whose capacity starts at the size of the stream
-/// where that is known, else at `initial_capacity` bytes. False, with the cause in `error`, when
-/// reading fails or more than `limit` bytes arrive; `label` names the stream in the text of the
-/// latter. What arrived before stays in `out`.
-bool read_all(IOImpl_base& stream, std::string& out, std::size_t initial_capacity,
-              std::uint64_t limit, IoError& error, std::string_view label = {});
+/// Reads `stream` to its end, into a text whose capacity starts at the size of the stream where
+/// that is known, else at `initial_capacity` bytes. It fails when reading does or more than `limit`
+/// bytes arrive; `label` names the stream in the text of the latter.
+Result<std::string> read_all(IOImpl_base& stream, std::size_t initial_capacity, std::uint64_t limit,
+                             std::string_view label = {});
 
 }  // namespace zendro::framework

@@ -89,24 +89,19 @@ bool write_all(int file, std::string_view bytes) {
   return true;
 }
 
-Descriptor open_regular(int folder, const std::string& name, OpenHow how, int more,
-                        std::string_view label, IoError& error) {
+Result<Descriptor> open_regular(int folder, const std::string& name, OpenHow how, int more,
+                                std::string_view label) {
   // The system would take the part before a NUL for the whole name.
-  if (name.find('\0') != std::string::npos) {
-    error = system_error(label, EINVAL);
-    return Descriptor();
-  }
+  if (name.find('\0') != std::string::npos) return tl::unexpected(system_error(label, EINVAL));
   const int flags = flags_of(how) | more | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   Descriptor file(retry_interrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
   struct stat status {};
   if (!file || fstat(file.get(), &status) != 0) {
-    error = system_error(label, errno);
-    return Descriptor();
+    return tl::unexpected(system_error(label, errno));
   }
+  if (S_ISDIR(status.st_mode)) return tl::unexpected(system_error(label, EISDIR));
   if (!S_ISREG(status.st_mode)) {
-    error = S_ISDIR(status.st_mode) ? system_error(label, EISDIR)
-                                    : IoError{std::string(label) + ": is not a regular file"};
-    return Descriptor();
+    return tl::unexpected(IoError{std::string(label) + ": is not a regular file"});
   }
   return file;
 }

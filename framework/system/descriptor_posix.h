@@ -49,9 +49,8 @@ auto retry_interrupted(Call call) {
 bool write_all(int file, std::string_view bytes);
 
 /// Opens `name`, relative to the open folder `folder` (or AT_FDCWD); `more` may be O_NOFOLLOW. Only
-/// a regular file is accepted, and a pipe never blocks. Empty, with the cause in `error`, on
-/// failure.
-Descriptor open_regular(int folder, const std::string& name, OpenHow how, int more,
-                        std::string_view label, IoError& error);
+/// a regular file is accepted, and a pipe never blocks.
+Result<Descriptor> open_regular(int folder, const std::string& name, OpenHow how, int more,
+                                std::string_view label);
 
 }  // namespace zendro::framework

@@ -21,48 +21,45 @@ bool has_prefix(std::string_view text, std::string_view prefix) {
 
 }  // namespace
 
-std::shared_ptr<IOImpl_base> open_file(const fs::path& path, IoError& error) {
-  SystemFile file = SystemFile::open(path, OpenHow::read, error);
-  if (!file) return nullptr;
-  return make_file_stream(std::move(file), FileAccess::read, path_to_utf8(path));
+OpenedStream open_file(const fs::path& path) {
+  Result<SystemFile> file = SystemFile::open(path, OpenHow::read);
+  if (!file) return tl::unexpected(file.error());
+  return make_file_stream(std::move(*file), FileAccess::read, path_to_utf8(path));
 }
 
-std::shared_ptr<IOImpl_base> create_file(const fs::path& path, IoError& error) {
+OpenedStream create_file(const fs::path& path) {
   // Truncated only once it is known to be a regular file.
-  SystemFile file = SystemFile::open(path, OpenHow::write, error);
-  if (!file) return nullptr;
-  if (!file.set_length(0)) {
-    error.text = path_to_utf8(path) + ": " + file.cause();
-    return nullptr;
+  Result<SystemFile> file = SystemFile::open(path, OpenHow::write);
+  if (!file) return tl::unexpected(file.error());
+  if (!file->set_length(0)) {
+    return tl::unexpected(IoError{path_to_utf8(path) + ": " + file->cause()});
   }
-  return make_file_stream(std::move(file), FileAccess::write, path_to_utf8(path));
+  return make_file_stream(std::move(*file), FileAccess::write, path_to_utf8(path));
 }
 
-bool read_file(const fs::path& path, std::string& out, std::uint64_t limit, IoError& error) {
-  out.clear();
-  const auto stream = open_file(path, error);
-  return stream && read_all(*stream, out, 0, limit, error, path_to_utf8(path));
+Result<std::string> read_file(const fs::path& path, std::uint64_t limit) {
+  const OpenedStream stream = open_file(path);
+  if (!stream) return tl::unexpected(stream.error());
+  return read_all(**stream, 0, limit, path_to_utf8(path));
 }
 
-WriteOutcome write_file(const fs::path& path, std::string_view bytes, IoError& error) {
-  IoError ignored;
-  SystemFile file = SystemFile::open(path, OpenHow::write_new, ignored);
-  const bool created = static_cast<bool>(file);
-  if (!created) file = SystemFile::open(path, OpenHow::write, error);
-  if (!file) return WriteOutcome::not_opened;
-  if (file.replace_contents(bytes)) return WriteOutcome::written;
-  error.text = path_to_utf8(path) + ": " + file.cause();
-  file.close();  // what is open cannot be removed everywhere
+WriteResult write_file(const fs::path& path, std::string_view bytes) {
+  Result<SystemFile> file = SystemFile::open(path, OpenHow::write_new);
+  const bool created = file.has_value();
+  if (!created) file = SystemFile::open(path, OpenHow::write);
+  if (!file) return tl::unexpected(WriteError{file.error(), false});
+  if (file->replace_contents(bytes)) return {};
+  WriteError error{{path_to_utf8(path) + ": " + file->cause()}, true};
+  file->close();  // what is open cannot be removed everywhere
   if (created) SystemFile::remove(path);
-  return WriteOutcome::not_written;
+  return tl::unexpected(std::move(error));
 }
 
-bool create_folders(const fs::path& path, IoError& error) {
-  if (path.empty()) return true;
+Result<void> create_folders(const fs::path& path) {
+  if (path.empty()) return {};
   const std::string cause = make_folders(path);
-  if (cause.empty()) return true;
-  error.text = path_to_utf8(path) + ": " + cause;
-  return false;
+  if (cause.empty()) return {};
+  return tl::unexpected(IoError{path_to_utf8(path) + ": " + cause});
 }
 
 fs::path path_from_file_url(std::string_view url) {

@@ -37,33 +37,29 @@ std::filesystem::path path_from_file_url(std::string_view url);
 /// The file: URL of an absolute path (RFC 8089), encoded as append_encoded_path() does.
 std::string file_url(const std::filesystem::path& path);
 
-/// Opens a regular file for reading; null, with the cause in `error`, on failure. Anything but a
-/// regular file is refused without waiting for it.
-std::shared_ptr<IOImpl_base> open_file(const std::filesystem::path& path, IoError& error);
+/// Opens a regular file for reading. Anything but a regular file is refused without waiting for it.
+OpenedStream open_file(const std::filesystem::path& path);
 
-/// Opens a regular file for writing: created when missing, emptied otherwise. Null, with the cause
-/// in `error`, on failure.
-std::shared_ptr<IOImpl_base> create_file(const std::filesystem::path& path, IoError& error);
+/// Opens a regular file for writing: created when missing, emptied otherwise.
+OpenedStream create_file(const std::filesystem::path& path);
 
-/// Reads a whole regular file of at most `limit` bytes into `out`, replacing what it held; false,
-/// with the cause in `error`.
-bool read_file(const std::filesystem::path& path, std::string& out, std::uint64_t limit,
-               IoError& error);
+/// Reads a whole regular file of at most `limit` bytes.
+Result<std::string> read_file(const std::filesystem::path& path, std::uint64_t limit);
 
 /// Replaces the contents of a regular file in place, created when missing: reserves the space,
-/// writes from the beginning, cuts the file to its new length, flushes to storage and closes. A
-/// failure of any of these is not_written; a file that was created is removed again then.
+/// writes from the beginning, cuts the file to its new length, flushes to storage and closes. When
+/// any of these fails, a file that was created is removed again.
 ///
 /// Where there is no room (a full disk, a quota, a limit on the size of files), the reservation
 /// fails and the old contents stay as they are. File systems of local disks can reserve space.
 /// Others cannot, and those that copy on write may run out of room in spite of the reservation. A
 /// failure after the reservation, or a crash, leaves a mixture: new contents at the beginning, old
 /// ones behind.
-WriteOutcome write_file(const std::filesystem::path& path, std::string_view bytes, IoError& error);
+WriteResult write_file(const std::filesystem::path& path, std::string_view bytes);
 
-/// Creates a folder with its missing parents; true when it exists afterwards. The empty path is the
-/// current folder.
-bool create_folders(const std::filesystem::path& path, IoError& error);
+/// Creates a folder with its missing parents; no failure when it exists already. The empty path is
+/// the current folder.
+Result<void> create_folders(const std::filesystem::path& path);
 
 /// Whether a regular file stands there, reached through links or not.
 bool file_exists(const std::filesystem::path& path);

@@ -58,66 +58,59 @@ bool is_plain_or_device_name(std::string_view name) {
   return true;
 }
 
-std::shared_ptr<IOImpl_base> Folder::open_file(std::string_view name, IoError& error) const {
-  bool is_foreign = false;
-  SystemFile file = open_entry(name, OpenHow::read, is_foreign, error);
-  return file ? make_file_stream(std::move(file), FileAccess::read, label(name)) : nullptr;
+OpenedStream Folder::open_file(std::string_view name) const {
+  auto file = open_entry(name, OpenHow::read);
+  if (!file) return tl::unexpected(file.error().cause);
+  return make_file_stream(std::move(*file), FileAccess::read, label(name));
 }
 
-std::shared_ptr<IOImpl_base> Folder::create_file(std::string_view name, IoError& error) const {
-  bool is_new = false;
-  SystemFile file = open_own(name, OpenHow::write, is_new, error);
-  if (!file) return nullptr;
-  if (!file.set_length(0)) {
-    error.text = label(name) + ": " + file.cause();
-    return nullptr;
+OpenedStream Folder::create_file(std::string_view name) const {
+  Result<OwnFile> own = open_own(name, OpenHow::write);
+  if (!own) return tl::unexpected(own.error());
+  if (!own->file.set_length(0)) {
+    return tl::unexpected(IoError{label(name) + ": " + own->file.cause()});
   }
-  return make_file_stream(std::move(file), FileAccess::write, label(name));
+  return make_file_stream(std::move(own->file), FileAccess::write, label(name));
 }
 
-std::shared_ptr<IOImpl_base> Folder::create_new_file(std::string_view name, IoError& error) const {
-  bool is_foreign = false;
-  SystemFile file = open_entry(name, OpenHow::write_new, is_foreign, error);
-  return file ? make_file_stream(std::move(file), FileAccess::write, label(name)) : nullptr;
+OpenedStream Folder::create_new_file(std::string_view name) const {
+  auto file = open_entry(name, OpenHow::write_new);
+  if (!file) return tl::unexpected(file.error().cause);
+  return make_file_stream(std::move(*file), FileAccess::write, label(name));
 }
 
-std::shared_ptr<IOImpl_base> Folder::append_file(std::string_view name, IoError& error) const {
-  bool is_new = false;
-  SystemFile file = open_own(name, OpenHow::append, is_new, error);
-  return file ? make_file_stream(std::move(file), FileAccess::write, label(name)) : nullptr;
+OpenedStream Folder::append_file(std::string_view name) const {
+  Result<OwnFile> own = open_own(name, OpenHow::append);
+  if (!own) return tl::unexpected(own.error());
+  return make_file_stream(std::move(own->file), FileAccess::write, label(name));
 }
 
-bool Folder::read_file(std::string_view name, std::string& out, std::uint64_t limit,
-                       IoError& error) const {
-  out.clear();
-  const auto stream = open_file(name, error);
-  return stream && read_all(*stream, out, 0, limit, error, label(name));
+Result<std::string> Folder::read_file(std::string_view name, std::uint64_t limit) const {
+  const OpenedStream stream = open_file(name);
+  if (!stream) return tl::unexpected(stream.error());
+  return read_all(**stream, 0, limit, label(name));
 }
 
-WriteOutcome Folder::write_file(std::string_view name, std::string_view bytes,
-                                IoError& error) const {
-  bool is_foreign = false;
-  IoError ignored;
-  SystemFile file = open_entry(name, OpenHow::write_new, is_foreign, ignored);
-  bool is_new = static_cast<bool>(file);
-  if (!is_new) file = open_own(name, OpenHow::write, is_new, error);
-  if (!file) return WriteOutcome::not_opened;
-  if (file.replace_contents(bytes)) return WriteOutcome::written;
-  error.text = label(name) + ": " + file.cause();
-  file.close();  // what is open cannot be removed everywhere
-  if (is_new) remove_file(name, ignored);
-  return WriteOutcome::not_written;
+WriteResult Folder::write_file(std::string_view name, std::string_view bytes) const {
+  auto made = open_entry(name, OpenHow::write_new);
+  Result<OwnFile> own = made ? OwnFile{std::move(*made), true} : open_own(name, OpenHow::write);
+  if (!own) return tl::unexpected(WriteError{own.error(), false});
+  if (own->file.replace_contents(bytes)) return {};
+  WriteError error{{label(name) + ": " + own->file.cause()}, true};
+  own->file.close();  // what is open cannot be removed everywhere
+  if (own->is_new) static_cast<void>(remove_file(name));
+  return tl::unexpected(std::move(error));
 }
 
-SystemFile Folder::open_lock(std::string_view name, IoError& error) const {
-  bool is_foreign = false;
-  SystemFile file = open_entry(name, OpenHow::read_write, is_foreign, error);
-  if (file || is_foreign) return file;
-  // Another user's file may be locked without the right to write it.
-  IoError ignored;
-  file = open_entry(name, OpenHow::read, is_foreign, ignored);
-  if (file) error = {};
-  return file;
+Result<SystemFile> Folder::open_lock(std::string_view name) const {
+  auto file = open_entry(name, OpenHow::read_write);
+  if (file) return std::move(*file);
+  if (!file.error().is_foreign) {
+    // Another user's file may be locked without the right to write it.
+    auto readable = open_entry(name, OpenHow::read);
+    if (readable) return std::move(*readable);
+  }
+  return tl::unexpected(file.error().cause);
 }
 
 std::uint64_t Folder::stamp_of(std::string_view name) const {
@@ -132,14 +125,16 @@ std::string Folder::label(std::string_view name) const {
   return path_to_utf8(path() / path_from_utf8(name));
 }
 
-SystemFile Folder::open_own(std::string_view name, OpenHow how, bool& is_new,
-                            IoError& error) const {
-  bool is_foreign = false;
-  SystemFile file = open_entry(name, how, is_foreign, error);
-  is_new = is_foreign && remove_file(name, error);
-  if (!is_new) return file;
-  error = {};
-  return open_entry(name, how, is_foreign, error);
+Result<Folder::OwnFile> Folder::open_own(std::string_view name, OpenHow how) const {
+  auto file = open_entry(name, how);
+  if (file) return OwnFile{std::move(*file), false};
+  if (!file.error().is_foreign) return tl::unexpected(file.error().cause);
+  if (const Result<void> removed = remove_file(name); !removed) {
+    return tl::unexpected(removed.error());
+  }
+  file = open_entry(name, how);
+  if (!file) return tl::unexpected(file.error().cause);
+  return OwnFile{std::move(*file), true};
 }
 
 }  // namespace zendro::framework

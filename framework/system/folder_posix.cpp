@@ -42,20 +42,17 @@ class PosixFolder : public Folder {
     return is_one_component(name) ? kind_at(std::string(name)) : EntryKind::other;
   }
 
-  bool list(std::vector<Entry>& out, IoError& error) const override {
-    out.clear();
+  [[nodiscard]] Result<std::vector<Entry>> list() const override {
     // A new descriptor has a reading position of its own; that of a duplicate is shared.
     Descriptor copy(retry_interrupted([this] { return openat(folder_.get(), ".", kOpenFolder); }));
     DIR* const opened = copy ? fdopendir(copy.get()) : nullptr;
-    if (opened == nullptr) {
-      error = system_error(path_.native(), errno);
-      return false;
-    }
+    if (opened == nullptr) return tl::unexpected(system_error(path_.native(), errno));
     copy.release();
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opened, closedir);
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opened, closedir);
+    std::vector<Entry> entries;
     for (;;) {
       errno = 0;
-      const dirent* entry = readdir(entries.get());
+      const dirent* entry = readdir(directory.get());
       if (entry == nullptr) break;
       std::string name = entry->d_name;
       if (name == "." || name == "..") continue;
@@ -63,105 +60,92 @@ class PosixFolder : public Folder {
       if (entry->d_type == DT_REG) kind = EntryKind::file;
       if (entry->d_type == DT_DIR) kind = EntryKind::folder;
       if (entry->d_type == DT_UNKNOWN) kind = kind_at(name);
-      if (kind != EntryKind::absent) out.push_back({std::move(name), kind});
+      if (kind != EntryKind::absent) entries.push_back({std::move(name), kind});
     }
-    if (errno != 0) {
-      error = system_error(path_.native(), errno);
-      return false;
-    }
-    std::sort(out.begin(), out.end(),
+    if (errno != 0) return tl::unexpected(system_error(path_.native(), errno));
+    std::sort(entries.begin(), entries.end(),
               [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    return true;
+    return entries;
   }
 
-  std::unique_ptr<Folder> open_folder(std::string_view name, IoError& error) const override {
-    if (!accept(name, error)) return nullptr;
+  [[nodiscard]] Result<std::unique_ptr<Folder>> open_folder(std::string_view name) const override {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
     const std::string entry(name);
     Descriptor folder(retry_interrupted(
         [&] { return openat(folder_.get(), entry.c_str(), kOpenFolder | O_NOFOLLOW); }));
-    if (!folder) {
-      error = system_error(label(name), errno);
-      tell_of_link(entry, error);
-      return nullptr;
-    }
+    if (!folder) return tl::unexpected(link_or(system_error(label(name), errno), entry));
     return std::make_unique<PosixFolder>(std::move(folder), path_ / entry);
   }
 
-  bool create_folder(std::string_view name, IoError& error) const override {
-    if (!accept(name, error)) return false;
+  [[nodiscard]] Result<void> create_folder(std::string_view name) const override {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
     const std::string entry(name);
-    if (mkdirat(folder_.get(), entry.c_str(), 0777) == 0) return true;
+    if (mkdirat(folder_.get(), entry.c_str(), 0777) == 0) return {};
     const int code = errno;
-    if (code == EEXIST && kind_at(entry) == EntryKind::folder) return true;
-    error = system_error(label(name), code);
-    tell_of_link(entry, error);
-    return false;
+    if (code == EEXIST && kind_at(entry) == EntryKind::folder) return {};
+    return tl::unexpected(link_or(system_error(label(name), code), entry));
   }
 
-  bool rename_file(std::string_view name, std::string_view new_name,
-                   IoError& error) const override {
-    if (!accept(name, error) || !accept(new_name, error)) return false;
+  [[nodiscard]] Result<void> rename_file(std::string_view name,
+                                         std::string_view new_name) const override {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
+    if (!is_one_component(new_name)) return tl::unexpected(no_entry(new_name));
     const std::string from(name);
     const std::string to(new_name);
     // A file does not replace a folder, but a folder takes every free name.
     const bool is_folder = kind_at(from) == EntryKind::folder;
     if (!is_folder && renameat(folder_.get(), from.c_str(), folder_.get(), to.c_str()) == 0) {
-      return true;
+      return {};
     }
-    error = system_error(label(new_name), is_folder ? EISDIR : errno);
-    return false;
+    return tl::unexpected(system_error(label(new_name), is_folder ? EISDIR : errno));
   }
 
-  bool link_file(std::string_view name, const Folder& target, std::string_view new_name,
-                 IoError& error) const override {
+  [[nodiscard]] Result<void> link_file(std::string_view name, const Folder& target,
+                                       std::string_view new_name) const override {
     const auto* there = dynamic_cast<const PosixFolder*>(&target);
-    if (there == nullptr || !accept(name, error) || !there->accept(new_name, error)) return false;
+    if (there == nullptr) return tl::unexpected(system_error(label(name), EXDEV));
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
+    if (!is_one_component(new_name)) return tl::unexpected(there->no_entry(new_name));
     const std::string from(name);
     const std::string to(new_name);
     if (linkat(folder_.get(), from.c_str(), there->folder_.get(), to.c_str(), 0) != 0) {
-      error = system_error(there->label(new_name), errno);
-      return false;
+      return tl::unexpected(system_error(there->label(new_name), errno));
     }
-    if (there->kind_at(to) == EntryKind::file) return true;
+    if (there->kind_at(to) == EntryKind::file) return {};
     // A link, or a pipe, has got a second name.
-    error.text = label(name) + ": is not a file";
     unlinkat(there->folder_.get(), to.c_str(), 0);
-    return false;
+    return tl::unexpected(IoError{label(name) + ": is not a file"});
   }
 
-  bool remove_file(std::string_view name, IoError& error) const override {
-    return accept(name, error) && remove(name, 0, error);
+  [[nodiscard]] Result<void> remove_file(std::string_view name) const override {
+    return remove(name, 0);
   }
 
-  bool remove_folder(std::string_view name, IoError& error) const override {
-    return accept(name, error) && remove(name, AT_REMOVEDIR, error);
+  [[nodiscard]] Result<void> remove_folder(std::string_view name) const override {
+    return remove(name, AT_REMOVEDIR);
   }
 
  private:
-  SystemFile open_entry(std::string_view name, OpenHow how, bool& is_foreign,
-                        IoError& error) const override {
-    is_foreign = false;
-    if (!accept(name, error)) return SystemFile();
+  [[nodiscard]] tl::expected<SystemFile, NotOpened> open_entry(std::string_view name,
+                                                               OpenHow how) const override {
+    if (!is_one_component(name)) return tl::unexpected(NotOpened{no_entry(name)});
     const std::string entry(name);
-    Descriptor file;
-    if (how != OpenHow::read && how != OpenHow::write_new) {
+    const bool may_exist = how != OpenHow::read && how != OpenHow::write_new;
+    if (may_exist) {
       // What is made here is known here alone.
-      IoError exists;
-      file = open_regular(folder_.get(), entry, how, O_NOFOLLOW | O_EXCL, label(name), exists);
-      if (file) return SystemFile(file.release());
+      auto made = open_regular(folder_.get(), entry, how, O_NOFOLLOW | O_EXCL, label(name));
+      if (made) return SystemFile(made->release());
     }
-    file = open_regular(folder_.get(), entry, how, O_NOFOLLOW, label(name), error);
+    auto file = open_regular(folder_.get(), entry, how, O_NOFOLLOW, label(name));
     if (!file) {
       struct stat here {};
-      is_foreign = look_at(entry, here) && kind_of_mode(here.st_mode) == EntryKind::other;
-      tell_of_link(entry, error);
-      return SystemFile();
+      const bool is_foreign =
+          look_at(entry, here) && kind_of_mode(here.st_mode) == EntryKind::other;
+      return tl::unexpected(NotOpened{link_or(std::move(file.error()), entry), is_foreign});
     }
-    is_foreign = how != OpenHow::read && how != OpenHow::write_new &&
-                 !is_known_here_alone(file.get(), entry);
-    if (!is_foreign) return SystemFile(file.release());
-    error.text = label(name) + ": is a file with another name elsewhere";
-    return SystemFile();
+    if (!may_exist || is_known_here_alone(file->get(), entry)) return SystemFile(file->release());
+    return tl::unexpected(
+        NotOpened{{label(name) + ": is a file with another name elsewhere"}, true});
   }
 
   [[nodiscard]] std::vector<std::uint64_t> stamp_values(std::string_view name) const override {
@@ -172,10 +156,8 @@ class PosixFolder : public Folder {
             static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_ino)};
   }
 
-  bool accept(std::string_view name, IoError& error) const {
-    if (is_one_component(name)) return true;
-    error.text = path_.native() + ": '" + std::string(name) + "' is not the name of an entry";
-    return false;
+  [[nodiscard]] IoError no_entry(std::string_view name) const {
+    return {path_.native() + ": '" + std::string(name) + "' is not the name of an entry"};
   }
 
   bool look_at(const std::string& name, struct stat& status) const {
@@ -229,15 +211,16 @@ class PosixFolder : public Folder {
   }
 
   // The system's text for a link is hard to tell from that for other things.
-  void tell_of_link(const std::string& name, IoError& error) const {
+  [[nodiscard]] IoError link_or(IoError error, const std::string& name) const {
     struct stat status {};
-    if (look_at(name, status) && S_ISLNK(status.st_mode)) error.text = label(name) + ": is a link";
+    const bool is_link = look_at(name, status) && S_ISLNK(status.st_mode);
+    return is_link ? IoError{label(name) + ": is a link"} : std::move(error);
   }
 
-  bool remove(std::string_view name, int flags, IoError& error) const {
-    if (unlinkat(folder_.get(), std::string(name).c_str(), flags) == 0) return true;
-    error = system_error(label(name), errno);
-    return false;
+  [[nodiscard]] Result<void> remove(std::string_view name, int flags) const {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
+    if (unlinkat(folder_.get(), std::string(name).c_str(), flags) == 0) return {};
+    return tl::unexpected(system_error(label(name), errno));
   }
 
   Descriptor folder_;
@@ -246,15 +229,12 @@ class PosixFolder : public Folder {
 
 }  // namespace
 
-std::unique_ptr<Folder> Folder::open(const fs::path& path, IoError& error) {
+Result<std::unique_ptr<Folder>> Folder::open(const fs::path& path) {
   // The constructor of a path keeps embedded NULs, which would shorten it here.
   Descriptor folder(path.native().find('\0') == std::string::npos
                         ? retry_interrupted([&] { return ::open(path.c_str(), kOpenFolder); })
                         : (errno = EINVAL, -1));
-  if (!folder) {
-    error = system_error(path.native(), errno);
-    return nullptr;
-  }
+  if (!folder) return tl::unexpected(system_error(path.native(), errno));
   return std::make_unique<PosixFolder>(std::move(folder), path);
 }
 

@@ -180,8 +180,8 @@ class Win32Folder : public Folder {
     return is_absence(entry.code()) ? EntryKind::absent : EntryKind::other;
   }
 
-  bool list(std::vector<Folder::Entry>& out, IoError& error) const override {
-    out.clear();
+  [[nodiscard]] Result<std::vector<Folder::Entry>> list() const override {
+    std::vector<Folder::Entry> entries;
     alignas(FILE_ID_BOTH_DIR_INFO) std::array<char, 65536> block;
     FILE_INFO_BY_HANDLE_CLASS next = FileIdBothDirectoryRestartInfo;
     while (GetFileInformationByHandleEx(folder_.get(), next, block.data(), block.size()) != 0) {
@@ -190,7 +190,7 @@ class Win32Folder : public Folder {
         const auto* info = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO*>(block.data() + at);
         std::string name = to_utf8({info->FileName, info->FileNameLength / sizeof(wchar_t)});
         if (name != "." && name != "..") {
-          out.push_back({std::move(name), kind_of_attributes(info->FileAttributes)});
+          entries.push_back({std::move(name), kind_of_attributes(info->FileAttributes)});
         }
         if (info->NextEntryOffset == 0) break;
         at += info->NextEntryOffset;
@@ -199,38 +199,36 @@ class Win32Folder : public Folder {
     const DWORD code = GetLastError();
     // An empty root of a drive has no entry at all, not even that of itself.
     if (code != ERROR_NO_MORE_FILES && code != ERROR_FILE_NOT_FOUND) {
-      error = system_error(path_to_utf8(path_), static_cast<int>(code));
-      return false;
+      return tl::unexpected(system_error(path_to_utf8(path_), static_cast<int>(code)));
     }
-    std::sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
-    return true;
+    std::sort(entries.begin(), entries.end(),
+              [](const auto& a, const auto& b) { return a.name < b.name; });
+    return entries;
   }
 
-  std::unique_ptr<Folder> open_folder(std::string_view name, IoError& error) const override {
-    if (!accept(name, error)) return nullptr;
+  [[nodiscard]] Result<std::unique_ptr<Folder>> open_folder(std::string_view name) const override {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
     OpenEntry entry(folder_.get(), name, kFolderAccess, FILE_OPEN);
     if (!entry) {
-      error = open_error(label(name), entry.code(), INVALID_FILE_ATTRIBUTES, false);
-      return nullptr;
+      return tl::unexpected(open_error(label(name), entry.code(), INVALID_FILE_ATTRIBUTES, false));
     }
     if (kind_of_attributes(entry.attributes()) != EntryKind::folder) {
-      error = not_a_folder(name, entry.attributes());
-      return nullptr;
+      return tl::unexpected(not_a_folder(name, entry.attributes()));
     }
     return std::make_unique<Win32Folder>(entry.take(), path_ / path_from_utf8(name));
   }
 
-  bool create_folder(std::string_view name, IoError& error) const override {
-    if (!accept_new(name, error)) return false;
+  [[nodiscard]] Result<void> create_folder(std::string_view name) const override {
+    if (!is_plain_name(name)) return tl::unexpected(no_possible_name(name));
     const OpenEntry entry(folder_.get(), name, 0, FILE_CREATE, FILE_DIRECTORY_FILE);
-    if (entry || kind_of(name) == EntryKind::folder) return true;
-    error = system_error(label(name), static_cast<int>(entry.code()));
-    return false;
+    if (entry || kind_of(name) == EntryKind::folder) return {};
+    return tl::unexpected(system_error(label(name), static_cast<int>(entry.code())));
   }
 
-  bool rename_file(std::string_view name, std::string_view new_name,
-                   IoError& error) const override {
-    if (!accept(name, error) || !accept_new(new_name, error)) return false;
+  [[nodiscard]] Result<void> rename_file(std::string_view name,
+                                         std::string_view new_name) const override {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
+    if (!is_plain_name(new_name)) return tl::unexpected(no_possible_name(new_name));
     const OpenEntry entry(folder_.get(), name, DELETE, FILE_OPEN);
     DWORD code = entry.code();
     if (entry) {
@@ -239,17 +237,16 @@ class Win32Folder : public Folder {
                  ? ERROR_DIRECTORY
                  : name_opened(entry.get(), folder_.get(), to_wide(new_name), kRenameInformation);
     }
-    if (code == ERROR_SUCCESS) return true;
-    error = system_error(label(new_name), static_cast<int>(code));
-    return false;
+    if (code == ERROR_SUCCESS) return {};
+    return tl::unexpected(system_error(label(new_name), static_cast<int>(code)));
   }
 
-  bool link_file(std::string_view name, const Folder& target, std::string_view new_name,
-                 IoError& error) const override {
+  [[nodiscard]] Result<void> link_file(std::string_view name, const Folder& target,
+                                       std::string_view new_name) const override {
     const auto* there = dynamic_cast<const Win32Folder*>(&target);
-    if (there == nullptr || !accept(name, error) || !there->accept_new(new_name, error)) {
-      return false;
-    }
+    if (there == nullptr) return tl::unexpected(system_error(label(name), ERROR_NOT_SAME_DEVICE));
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
+    if (!is_plain_name(new_name)) return tl::unexpected(there->no_possible_name(new_name));
     const OpenEntry entry(folder_.get(), name, FILE_WRITE_ATTRIBUTES, FILE_OPEN);
     DWORD code = entry.code();
     if (entry) {
@@ -258,25 +255,26 @@ class Win32Folder : public Folder {
                       : name_opened(entry.get(), there->folder_.get(), to_wide(new_name),
                                     kLinkInformation);
     }
-    if (code == ERROR_SUCCESS) return true;
-    error = system_error(there->label(new_name), static_cast<int>(code));
-    return false;
+    if (code == ERROR_SUCCESS) return {};
+    return tl::unexpected(system_error(there->label(new_name), static_cast<int>(code)));
   }
 
-  bool remove_file(std::string_view name, IoError& error) const override {
-    return accept(name, error) && remove(name, EntryKind::file, error);
+  [[nodiscard]] Result<void> remove_file(std::string_view name) const override {
+    return remove(name, EntryKind::file);
   }
 
-  bool remove_folder(std::string_view name, IoError& error) const override {
-    return accept(name, error) && remove(name, EntryKind::folder, error);
+  [[nodiscard]] Result<void> remove_folder(std::string_view name) const override {
+    return remove(name, EntryKind::folder);
   }
 
  private:
-  SystemFile open_entry(std::string_view name, OpenHow how, bool& is_foreign,
-                        IoError& error) const override {
-    is_foreign = false;
+  [[nodiscard]] tl::expected<SystemFile, NotOpened> open_entry(std::string_view name,
+                                                               OpenHow how) const override {
     const bool for_writing = how != OpenHow::read;
-    if (for_writing ? !accept_new(name, error) : !accept(name, error)) return SystemFile();
+    if (for_writing && !is_plain_name(name)) {
+      return tl::unexpected(NotOpened{no_possible_name(name)});
+    }
+    if (!is_one_component(name)) return tl::unexpected(NotOpened{no_entry(name)});
     const auto [access, disposition] = mode_of(how);
     // While a file is written none of its names can be taken away, so that the only name of one
     // that has no other is the name here.
@@ -284,25 +282,24 @@ class Win32Folder : public Folder {
                     for_writing ? kShareAll & ~FILE_SHARE_DELETE : kShareAll);
     if (!entry) {
       const OpenEntry found(folder_.get(), name, 0, FILE_OPEN);
-      is_foreign = found && kind_of_attributes(found.attributes()) == EntryKind::other;
-      error = open_error(label(name), entry.code(), found.attributes(), for_writing);
-      return SystemFile();
+      const bool is_foreign = found && kind_of_attributes(found.attributes()) == EntryKind::other;
+      return tl::unexpected(NotOpened{
+          open_error(label(name), entry.code(), found.attributes(), for_writing), is_foreign});
     }
-    if (!accept_regular(entry.attributes(), label(name), error)) {
-      is_foreign = kind_of_attributes(entry.attributes()) == EntryKind::other;
-      return SystemFile();
+    if (const auto regular = accept_regular(entry.attributes(), label(name)); !regular) {
+      const bool is_foreign = kind_of_attributes(entry.attributes()) == EntryKind::other;
+      return tl::unexpected(NotOpened{regular.error(), is_foreign});
     }
     BY_HANDLE_FILE_INFORMATION info{};
     if (for_writing && GetFileInformationByHandle(entry.get(), &info) == 0) {
-      error = system_error(label(name), static_cast<int>(GetLastError()));
-      return SystemFile();
+      const DWORD code = GetLastError();
+      return tl::unexpected(NotOpened{system_error(label(name), static_cast<int>(code))});
     }
-    is_foreign = info.nNumberOfLinks > 1;
-    if (!is_foreign) {
-      return SystemFile(reinterpret_cast<SystemFile::Native>(entry.take().release()));
+    if (info.nNumberOfLinks > 1) {
+      return tl::unexpected(
+          NotOpened{{label(name) + ": is a file with another name elsewhere"}, true});
     }
-    error.text = label(name) + ": is a file with another name elsewhere";
-    return SystemFile();
+    return SystemFile(reinterpret_cast<SystemFile::Native>(entry.take().release()));
   }
 
   [[nodiscard]] std::vector<std::uint64_t> stamp_values(std::string_view name) const override {
@@ -316,17 +313,13 @@ class Win32Folder : public Folder {
             joined(info.nFileIndexHigh, info.nFileIndexLow)};
   }
 
-  bool accept(std::string_view name, IoError& error) const {
-    if (is_one_component(name)) return true;
-    error.text = path_to_utf8(path_) + ": '" + std::string(name) + "' is not the name of an entry";
-    return false;
+  [[nodiscard]] IoError no_entry(std::string_view name) const {
+    return {path_to_utf8(path_) + ": '" + std::string(name) + "' is not the name of an entry"};
   }
 
   // What is there may have any name; nothing is made that other programs could not open.
-  bool accept_new(std::string_view name, IoError& error) const {
-    if (is_plain_name(name)) return true;
-    error.text = path_to_utf8(path_) + ": '" + std::string(name) + "' is no possible name here";
-    return false;
+  [[nodiscard]] IoError no_possible_name(std::string_view name) const {
+    return {path_to_utf8(path_) + ": '" + std::string(name) + "' is no possible name here"};
   }
 
   [[nodiscard]] IoError not_a_folder(std::string_view name, DWORD attributes) const {
@@ -335,21 +328,18 @@ class Win32Folder : public Folder {
   }
 
   // `kind` is folder for a folder itself, and file for everything else.
-  bool remove(std::string_view name, EntryKind kind, IoError& error) const {
+  [[nodiscard]] Result<void> remove(std::string_view name, EntryKind kind) const {
+    if (!is_one_component(name)) return tl::unexpected(no_entry(name));
     const OpenEntry entry(folder_.get(), name, DELETE, FILE_OPEN);
-    if (!entry) {
-      error = system_error(label(name), static_cast<int>(entry.code()));
-      return false;
-    }
+    if (!entry) return tl::unexpected(system_error(label(name), static_cast<int>(entry.code())));
     const bool is_folder = kind_of_attributes(entry.attributes()) == EntryKind::folder;
     if (is_folder != (kind == EntryKind::folder)) {
-      error = is_folder ? IoError{label(name) + ": is a folder"}
-                        : not_a_folder(name, entry.attributes());
-      return false;
+      return tl::unexpected(is_folder ? IoError{label(name) + ": is a folder"}
+                                      : not_a_folder(name, entry.attributes()));
     }
-    if (remove_opened(entry.get())) return true;
-    error = open_error(label(name), GetLastError(), is_folder ? 0 : entry.attributes(), true);
-    return false;
+    if (remove_opened(entry.get())) return {};
+    const DWORD code = GetLastError();
+    return tl::unexpected(open_error(label(name), code, is_folder ? 0 : entry.attributes(), true));
   }
 
   Handle folder_;
@@ -358,7 +348,7 @@ class Win32Folder : public Folder {
 
 }  // namespace
 
-std::unique_ptr<Folder> Folder::open(const fs::path& path, IoError& error) {
+Result<std::unique_ptr<Folder>> Folder::open(const fs::path& path) {
   const std::wstring name = api_path(path);
   Handle folder;
   DWORD code = ERROR_INVALID_NAME;
@@ -372,8 +362,7 @@ std::unique_ptr<Folder> Folder::open(const fs::path& path, IoError& error) {
     code = ERROR_DIRECTORY;
   }
   if (!folder) {
-    error = system_error(path_to_utf8(path), static_cast<int>(code));
-    return nullptr;
+    return tl::unexpected(system_error(path_to_utf8(path), static_cast<int>(code)));
   }
   return std::make_unique<Win32Folder>(std::move(folder), path);
 }

@@ -31,7 +31,7 @@ DWORD attributes_of(HANDLE file) {
   return info.FileAttributes;
 }
 
-bool accept_regular(DWORD attributes, std::string_view label, IoError& error) {
+Result<void> accept_regular(DWORD attributes, std::string_view label) {
   const char* fault = nullptr;
   if ((attributes & FILE_ATTRIBUTE_DEVICE) != 0) {
     fault = "is not a regular file";
@@ -40,8 +40,8 @@ bool accept_regular(DWORD attributes, std::string_view label, IoError& error) {
   } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     fault = "is a folder";
   }
-  if (fault != nullptr) error.text = std::string(label) + ": " + fault;
-  return fault == nullptr;
+  if (fault == nullptr) return {};
+  return tl::unexpected(IoError{std::string(label) + ": " + fault});
 }
 
 IoError open_error(std::string_view label, DWORD code, DWORD attributes, bool for_writing) {

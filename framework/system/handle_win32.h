@@ -44,8 +44,8 @@ inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHA
 /// The attributes of what is open; a device has none and counts as such (FILE_ATTRIBUTE_DEVICE).
 DWORD attributes_of(HANDLE file);
 
-/// Whether a regular file is open, as its attributes tell; if not, what it is goes to `error`.
-bool accept_regular(DWORD attributes, std::string_view label, IoError& error);
+/// Whether a regular file is open, as its attributes tell; if not, what it is.
+Result<void> accept_regular(DWORD attributes, std::string_view label);
 
 /// Why opening something failed with `code`: where the attributes of what stands there say more
 /// than the system's text, they decide.

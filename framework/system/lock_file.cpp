@@ -17,12 +17,11 @@ constexpr std::chrono::milliseconds kPause(50);
 
 }  // namespace
 
-std::unique_ptr<LockFile> LockFile::acquire(const Folder& folder, std::string_view name,
-                                            std::string_view note, const LockWait& wait,
-                                            IoError& error) {
-  SystemFile file = folder.open_lock(name, error);
-  if (!file) return nullptr;
-  std::unique_ptr<LockFile> lock(new LockFile(std::move(file)));
+TakenLock LockFile::acquire(const Folder& folder, std::string_view name, std::string_view note,
+                            const LockWait& wait) {
+  Result<SystemFile> file = folder.open_lock(name);
+  if (!file) return tl::unexpected(NoLock{file.error()});
+  std::unique_ptr<LockFile> lock(new LockFile(std::move(*file)));
   const std::string label = path_to_utf8(folder.path() / path_from_utf8(name));
   const Clock::time_point told_at = Clock::now() + kLongWait;
   bool told = !wait.on_long_wait;
@@ -30,15 +29,15 @@ std::unique_ptr<LockFile> LockFile::acquire(const Folder& folder, std::string_vi
   std::condition_variable_any stopped;
   std::unique_lock pause(nothing);
   for (;;) {
-    const Attempt attempt = lock->try_lock(label, error);
-    if (attempt == Attempt::failed) return nullptr;
-    if (attempt == Attempt::taken) break;
+    const Result<bool> taken = lock->try_lock(label);
+    if (!taken) return tl::unexpected(NoLock{taken.error()});
+    if (*taken) break;
     if (!told && Clock::now() >= told_at) {
       told = true;
       wait.on_long_wait(lock->read_note());
     }
     stopped.wait_for(pause, wait.stop, kPause, [] { return false; });
-    if (wait.stop.stop_requested()) return nullptr;
+    if (wait.stop.stop_requested()) return tl::unexpected(NoLock());
   }
   lock->leave_note(note);
   return lock;

@@ -23,6 +23,16 @@ struct LockWait {
   std::function<void(std::string_view note)> on_long_wait;
 };
 
+/// Why a lock was not taken.
+struct NoLock {
+  /// Empty where the wait was stopped.
+  IoError cause;
+  [[nodiscard]] bool was_stopped() const { return !cause; }
+};
+
+class LockFile;
+using TakenLock = tl::expected<std::unique_ptr<LockFile>, NoLock>;
+
 class LockFile {
  public:
   static constexpr std::chrono::seconds kLongWait{1};
@@ -31,23 +41,19 @@ class LockFile {
 
   /// Takes the lock, waiting for other holders, and leaves the note in the file for as long as it
   /// is held, where the file may be written. The file `name` is created when it is missing and
-  /// stays. Null when the wait was stopped, or, with the cause in `error`, when the file cannot be
-  /// opened (see Folder::open_lock) or locked. The lock ends with the object, also when the process
-  /// is killed.
-  static std::unique_ptr<LockFile> acquire(const Folder& folder, std::string_view name,
-                                           std::string_view note, const LockWait& wait,
-                                           IoError& error);
+  /// stays. It fails when the wait was stopped, and when the file cannot be opened (see
+  /// Folder::open_lock) or locked. The lock ends with the object, also when the process is killed.
+  static TakenLock acquire(const Folder& folder, std::string_view name, std::string_view note,
+                           const LockWait& wait);
   LockFile(const LockFile&) = delete;
   LockFile& operator=(const LockFile&) = delete;
   ~LockFile();
 
  private:
-  enum class Attempt { taken, held_by_another, failed };
-
   explicit LockFile(SystemFile file) : file_(std::move(file)) {}
   // Supplied by the operating system. The lock belongs to the open file, not to the process, so
-  // it also holds between threads; closing the file ends it.
-  Attempt try_lock(std::string_view label, IoError& error);
+  // it also holds between threads; closing the file ends it. False while another holds it.
+  Result<bool> try_lock(std::string_view label);
 
   std::string read_note();
   void leave_note(std::string_view note);

@@ -8,12 +8,11 @@
 
 namespace zendro::framework {
 
-LockFile::Attempt LockFile::try_lock(std::string_view label, IoError& error) {
+Result<bool> LockFile::try_lock(std::string_view label) {
   const auto file = static_cast<int>(file_.native());
-  if (retry_interrupted([&] { return flock(file, LOCK_EX | LOCK_NB); }) == 0) return Attempt::taken;
-  if (errno == EWOULDBLOCK) return Attempt::held_by_another;
-  error = system_error(label, errno);
-  return Attempt::failed;
+  if (retry_interrupted([&] { return flock(file, LOCK_EX | LOCK_NB); }) == 0) return true;
+  if (errno == EWOULDBLOCK) return false;
+  return tl::unexpected(system_error(label, errno));
 }
 
 }  // namespace zendro::framework

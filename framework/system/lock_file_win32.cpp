@@ -11,17 +11,16 @@ constexpr DWORD kLockedByte = 1U << 30;
 
 }  // namespace
 
-LockFile::Attempt LockFile::try_lock(std::string_view label, IoError& error) {
+Result<bool> LockFile::try_lock(std::string_view label) {
   OVERLAPPED place{};
   place.Offset = kLockedByte;
   if (LockFileEx(reinterpret_cast<HANDLE>(file_.native()),
                  LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0) {
-    return Attempt::taken;
+    return true;
   }
   const DWORD code = GetLastError();
-  if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return Attempt::held_by_another;
-  error = system_error(label, static_cast<int>(code));
-  return Attempt::failed;
+  if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return false;
+  return tl::unexpected(system_error(label, static_cast<int>(code)));
 }
 
 }  // namespace zendro::framework

@@ -15,12 +15,12 @@ namespace zendro::framework {
 using RemovalSink = std::function<void(const std::string& path, bool is_folder, bool was_gone)>;
 
 /// Removes what a folder holds. `path` is the folder's, with a separator at its end, for the sink,
-/// which may be empty. False, with the cause, as soon as something cannot be removed, and where
-/// folders are nested deeper than `levels`.
-bool remove_contents(const Folder& folder, const std::string& path, int levels,
-                     const RemovalSink& sink, IoError& error);
+/// which may be empty. Fails as soon as something cannot be removed, and where folders are nested
+/// deeper than `levels`.
+Result<void> remove_contents(const Folder& folder, const std::string& path, int levels,
+                             const RemovalSink& sink);
 
-/// Removes whatever stands under a name, a folder with its contents; true also where nothing does.
-bool remove_all(const Folder& parent, std::string_view name, int levels, IoError& error);
+/// Removes whatever stands under a name, a folder with its contents; no failure where nothing does.
+Result<void> remove_all(const Folder& parent, std::string_view name, int levels);
 
 }  // namespace zendro::framework

@@ -24,8 +24,12 @@ enum class OpenHow {
   read_write,  ///< created when missing, contents kept
 };
 
-/// What a failed replacement of a file's contents had come to.
-enum class WriteOutcome { written, not_opened, not_written };
+/// Why the contents of a file were not replaced.
+struct WriteError {
+  IoError cause;
+  bool was_opened;  ///< it could be opened for writing; what follows failed
+};
+using WriteResult = tl::expected<void, WriteError>;
 
 class SystemFile {
  public:
@@ -33,8 +37,8 @@ class SystemFile {
   using Native = std::intptr_t;
 
   /// Opens a file by its path, links in the path included. Anything but a regular file is refused
-  /// without waiting for it. Empty, with the cause in `error`, on failure.
-  static SystemFile open(const std::filesystem::path& path, OpenHow how, IoError& error);
+  /// without waiting for it.
+  static Result<SystemFile> open(const std::filesystem::path& path, OpenHow how);
   /// Removes a file by its path, if that is possible.
   static void remove(const std::filesystem::path& path);
 

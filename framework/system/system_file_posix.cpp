@@ -39,9 +39,11 @@ bool reserve_space(int file, std::size_t size) {
 
 }  // namespace
 
-SystemFile SystemFile::open(const std::filesystem::path& path, OpenHow how, IoError& error) {
+Result<SystemFile> SystemFile::open(const std::filesystem::path& path, OpenHow how) {
   const std::string& label = path.native();
-  return SystemFile(open_regular(AT_FDCWD, label, how, 0, label, error).release());
+  return open_regular(AT_FDCWD, label, how, 0, label).map([](Descriptor&& file) {
+    return SystemFile(file.release());
+  });
 }
 
 void SystemFile::remove(const std::filesystem::path& path) { unlink(path.c_str()); }

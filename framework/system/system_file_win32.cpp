@@ -45,25 +45,23 @@ bool is_lack_of_room(DWORD code) {
 
 }  // namespace
 
-SystemFile SystemFile::open(const std::filesystem::path& path, OpenHow how, IoError& error) {
+Result<SystemFile> SystemFile::open(const std::filesystem::path& path, OpenHow how) {
   const std::string label = path_to_utf8(path);
   const std::wstring name = api_path(path);
-  if (name.empty()) {
-    error = system_error(label, ERROR_INVALID_NAME);
-    return SystemFile();
-  }
+  if (name.empty()) return tl::unexpected(system_error(label, ERROR_INVALID_NAME));
   const auto [access, disposition] = mode_of(how);
   Handle file(CreateFileW(name.c_str(), access, kShareAll, nullptr, disposition,
                           FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) {
     const DWORD code = GetLastError();
-    error = open_error(label, code, GetFileAttributesW(name.c_str()), how != OpenHow::read);
-    return SystemFile();
+    return tl::unexpected(
+        open_error(label, code, GetFileAttributesW(name.c_str()), how != OpenHow::read));
   }
   // Links have been followed; what else is marked so are files in special storage.
   const DWORD attributes = attributes_of(file.get()) & ~DWORD{FILE_ATTRIBUTE_REPARSE_POINT};
-  if (!accept_regular(attributes, label, error)) return SystemFile();
-  return SystemFile(reinterpret_cast<Native>(file.release()));
+  return accept_regular(attributes, label).map([&file] {
+    return SystemFile(reinterpret_cast<Native>(file.release()));
+  });
 }
 
 void SystemFile::remove(const std::filesystem::path& path) { DeleteFileW(api_path(path).c_str()); }

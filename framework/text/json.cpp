@@ -200,16 +200,15 @@ class ValueBuilder : public Checker {
 
 // Runs a parser over one whole document.
 template <typename Handler>
-bool run(json::basic_parser<Handler>& parser, std::string_view text, std::string& error) {
+tl::expected<void, std::string> run(json::basic_parser<Handler>& parser, std::string_view text) {
   json::error_code code;
   const std::size_t used = parser.write_some(false, text.data(), text.size(), code);
   if (!code && used < text.size()) code = json::error::extra_data;
-  if (code) {
-    error = code == json::error::too_deep ? "nested deeper than " + std::to_string(kMaxDepth)
-                                          : code.message();
-    error += " at byte " + std::to_string(used);
-  }
-  return !code;
+  if (!code) return {};
+  const std::string cause = code == json::error::too_deep
+                                ? "nested deeper than " + std::to_string(kMaxDepth)
+                                : code.message();
+  return tl::unexpected(cause + " at byte " + std::to_string(used));
 }
 
 json::parse_options parse_options() {
@@ -226,22 +225,18 @@ const Result& cast(const Result* pointer, const char* failure) {
 
 }  // namespace
 
-std::optional<std::size_t> check_json(std::string_view text, std::string& error) {
+tl::expected<std::size_t, std::string> check_json(std::string_view text) {
   json::basic_parser<Checker> parser(parse_options());
-  if (!run(parser, text, error)) return std::nullopt;
-  return parser.handler().values;
+  return run(parser, text).map([&parser] { return parser.handler().values; });
 }
 
-bool parse_json(std::string_view text, json::value& out, std::string& error) {
+ParsedJson parse_json(std::string_view text, json::storage_ptr storage) {
   try {
     json::basic_parser<ValueBuilder> parser(parse_options());
-    parser.handler().set_storage(out.storage());
-    if (!run(parser, text, error)) return false;
-    out = parser.handler().take();
-    return true;
+    parser.handler().set_storage(std::move(storage));
+    return run(parser, text).map([&parser] { return parser.handler().take(); });
   } catch (const std::exception& exception) {
-    error = exception.what();
-    return false;
+    return tl::unexpected<std::string>(exception.what());
   }
 }
 

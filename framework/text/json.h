@@ -2,12 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include <boost/json.hpp>
+#include <tl/expected.hpp>
 
 namespace zendro::framework {
 
@@ -19,21 +19,24 @@ class JsonError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Parses one JSON document into `out`, whose storage holds all that the document needs: give it a
-/// monotonic_resource for large ones. Never throws; false, with the cause in `error`, for anything
-/// that is not JSON, is nested deeper than 32, holds invalid UTF-8 or a number beyond a double's
-/// range, and for an object whose names were chosen to make finding them slow.
+/// A document, or why a text is none.
+using ParsedJson = tl::expected<json::value, std::string>;
+
+/// Parses one JSON document; `storage` holds all that it needs: give it a monotonic_resource for
+/// large ones. Never throws; it fails for anything that is not JSON, is nested deeper than 32,
+/// holds invalid UTF-8 or a number beyond a double's range, and for an object whose names were
+/// chosen to make finding them slow.
 ///
 /// Kept are the order of members (of several with one name, the last value), the text of strings,
 /// and numbers: exactly, where they are integers of 64 bits, and as the nearest double otherwise
 /// (larger integers, fractions, exponents, and -0, which no integer type tells from 0). JsonWriter
 /// writes the shortest digits that give the same double again.
-bool parse_json(std::string_view text, json::value& out, std::string& error);
+ParsedJson parse_json(std::string_view text, json::storage_ptr storage = {});
 
 /// The number of values in a document, the document itself and those that a later one of the same
-/// name replaces included; takes a fraction of the time of parse_json(). Nothing, with the cause,
-/// where that would fail, save for chosen names.
-std::optional<std::size_t> check_json(std::string_view text, std::string& error);
+/// name replaces included; takes a fraction of the time of parse_json(), and fails where that
+/// would, save for chosen names.
+tl::expected<std::size_t, std::string> check_json(std::string_view text);
 
 inline constexpr const char* kNoMap = "Cannot cast value to JSON map!";
 inline constexpr const char* kNoArray = "Cannot cast value to JSON array!";

@@ -87,9 +87,10 @@ void for_each_member(std::string_view object, const Visit& visit) {
 bool has_escape(std::string_view text) { return text.find('\\') != std::string_view::npos; }
 
 // Parses text that check_json() has accepted.
-void parse_checked(std::string_view text, json::value& out) {
-  std::string error;
-  if (!parse_json(text, out, error)) throw JsonError(error);
+json::value parse_checked(std::string_view text, json::storage_ptr storage = {}) {
+  ParsedJson parsed = parse_json(text, std::move(storage));
+  if (!parsed) throw JsonError(parsed.error());
+  return std::move(*parsed);
 }
 
 // Of several members with one name the last value counts, at the place of the first. They are
@@ -138,10 +139,9 @@ const json::object& LazyObject::values() const {
   if (const json::object* values = values_.load(std::memory_order_relaxed)) return *values;
   std::map<const LazyObject*, std::string>& refused = document_.refused_;
   if (const auto known = refused.find(this); known != refused.end()) throw JsonError(known->second);
-  json::value& value = document_.values_.emplace_back(json::storage_ptr(&document_.arena_));
-  if (std::string cause; !parse_json(text_, value, cause)) {
-    throw JsonError(refused[this] = std::move(cause));
-  }
+  ParsedJson parsed = parse_json(text_, &document_.arena_);
+  if (!parsed) throw JsonError(refused[this] = std::move(parsed.error()));
+  const json::value& value = document_.values_.emplace_back(std::move(*parsed));
   values_.store(&value.get_object(), std::memory_order_release);
   return value.get_object();
 }
@@ -171,18 +171,16 @@ void LazyObject::append_to(JsonWriter& writer) const {
   }
   std::array<unsigned char, kScratchSize> scratch;  // NOLINT: filled by whoever takes from it
   json::monotonic_resource arena(scratch.data(), scratch.size());
-  json::value value(nullptr, &arena);
-  std::string cause;
-  if (parse_json(text_, value, cause)) {
-    writer.append(value.get_object());
+  if (const ParsedJson parsed = parse_json(text_, &arena)) {
+    writer.append(parsed->get_object());
   } else {
     writer.append_json(text_);
   }
 }
 
-std::shared_ptr<LazyDocument> LazyDocument::parse(std::string text, std::string& error) {
-  const std::optional<std::size_t> count = check_json(text, error);
-  if (!count) return nullptr;
+tl::expected<std::shared_ptr<LazyDocument>, std::string> LazyDocument::parse(std::string text) {
+  const auto count = check_json(text);
+  if (!count) return tl::unexpected(count.error());
   auto document = std::make_shared<LazyDocument>();
   document->value_count_ = *count;
   document->text_ = std::move(text);
@@ -203,8 +201,7 @@ std::vector<LazyDocument::Member> LazyDocument::members(std::string_view object,
   for_each_member(object, [&](std::string_view name, std::string_view value, std::size_t inside) {
     if (++count > most) return;
     if (has_escape(name)) {
-      json::value plain;
-      parse_checked(std::string_view(name.data() - 1, name.size() + 2), plain);
+      const json::value plain = parse_checked(std::string_view(name.data() - 1, name.size() + 2));
       name = names_.emplace_back(as_string(plain));
     }
     members.push_back({name, value, inside});

@@ -49,8 +49,8 @@ class LazyDocument {
     std::size_t values = 0;  ///< inside the value, at all depths
   };
 
-  /// Null, with the cause in `error`, for what check_json() refuses.
-  static std::shared_ptr<LazyDocument> parse(std::string text, std::string& error);
+  /// Fails for what check_json() refuses.
+  static tl::expected<std::shared_ptr<LazyDocument>, std::string> parse(std::string text);
 
   /// See check_json().
   [[nodiscard]] std::size_t value_count() const { return value_count_; }

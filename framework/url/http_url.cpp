@@ -83,32 +83,25 @@ std::string percent_encode_url(std::string_view text) {
   return out;
 }
 
-std::string http_request_url(std::string_view text, std::string& cause) {
+RequestUrl http_request_url(std::string_view text) {
   if (std::any_of(text.begin(), text.end(), is_control)) {
-    cause = "a URL has no control characters";
-    return {};
+    return tl::unexpected<std::string>("a URL has no control characters");
   }
   std::string url = percent_encode_url(text);
-  if (url.size() > kMaxUrlLength) {
-    cause = url_too_long();
-    return {};
-  }
+  if (url.size() > kMaxUrlLength) return tl::unexpected(url_too_long());
   const CurlUrl parsed = parse(url);
   const std::string scheme = parsed ? url_part(parsed.get(), CURLUPART_SCHEME) : std::string();
   if ((scheme != "http" && scheme != "https") || url_authority(url).empty()) {
-    cause = "not an http or https URL";
-    return {};
+    return tl::unexpected<std::string>("not an http or https URL");
   }
   return url;
 }
 
-std::string http_request_url(std::string_view base, std::string_view reference,
-                             std::string& cause) {
+RequestUrl http_request_url(std::string_view base, std::string_view reference) {
   const std::string url = resolve_url(base, reference);
-  if (!url.empty()) return http_request_url(url, cause);
+  if (!url.empty()) return http_request_url(url);
   const std::size_t longer = std::max(base.size(), reference.size());
-  cause = longer > kMaxUrlLength ? url_too_long() : "not a URL";
-  return {};
+  return tl::unexpected(longer > kMaxUrlLength ? url_too_long() : "not a URL");
 }
 
 bool is_https(std::string_view url) { return url_scheme(url).size() == 5; }

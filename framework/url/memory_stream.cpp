@@ -81,14 +81,13 @@ std::shared_ptr<IOImpl_base> make_memory_stream(std::shared_ptr<const std::strin
   return std::make_shared<MemoryStream>(std::move(bytes), std::move(label));
 }
 
-std::shared_ptr<IOImpl_base> open_memory_file(std::string_view url, IoError& error) {
+OpenedStream open_memory_file(std::string_view url) {
   std::string key(url);
   Registry& files = registry();
   const std::lock_guard lock(files.mutex);
   const auto found = files.files.find(key);
   if (found == files.files.end()) {
-    error.text = key + ": no such file in memory";
-    return nullptr;
+    return tl::unexpected(IoError{key + ": no such file in memory"});
   }
   return make_memory_stream(found->second, std::move(key));
 }

@@ -13,8 +13,7 @@ namespace zendro::framework {
 std::shared_ptr<IOImpl_base> make_memory_stream(std::shared_ptr<const std::string> bytes,
                                                 std::string label);
 
-/// Opens the registered in-memory file with the URL `url` (see MemoryFile); null, with the cause in
-/// `error`, when there is none. Thread-safe.
-std::shared_ptr<IOImpl_base> open_memory_file(std::string_view url, IoError& error);
+/// Opens the registered in-memory file with the URL `url` (see MemoryFile). Thread-safe.
+OpenedStream open_memory_file(std::string_view url);
 
 }  // namespace zendro::framework

@@ -36,60 +36,59 @@ std::string lower_case_scheme(std::string_view url) {
 }
 
 // The bytes of `stream` as a stream in memory.
-std::shared_ptr<IOImpl_base> unpacked(IOImpl_base& stream, std::string_view label, IoError& error) {
-  auto bytes = std::make_shared<std::string>();
-  if (!read_all(stream, *bytes, 0, kMaxNestedArchive, error, label)) return nullptr;
-  return make_memory_stream(std::move(bytes), std::string(label));
+OpenedStream unpacked(IOImpl_base& stream, std::string_view label) {
+  return read_all(stream, 0, kMaxNestedArchive, label).map([label](std::string&& bytes) {
+    return make_memory_stream(std::make_shared<std::string>(std::move(bytes)), std::string(label));
+  });
 }
 
-std::shared_ptr<IOImpl_base> fail(std::string_view url, std::string_view cause, IoError& error) {
-  error.text = std::string(url) + ": " + std::string(cause);
-  return nullptr;
+tl::unexpected<IoError> failure(std::string_view url, std::string_view cause) {
+  return tl::unexpected(IoError{std::string(url) + ": " + std::string(cause)});
 }
 
 // Opens a URL that is no member of an archive and that no callback knows.
-std::shared_ptr<IOImpl_base> open_plain(std::string_view url, const std::string& scheme,
-                                        IoError& error) {
-  if (scheme == "memory") return open_memory_file(url, error);
+OpenedStream open_plain(std::string_view url, const std::string& scheme) {
+  if (scheme == "memory") return open_memory_file(url);
   if (scheme == "file") {
     const auto path = path_from_file_url(url);
-    return path.empty() ? fail(url, "names no file of this machine", error)
-                        : open_file(path, error);
+    return path.empty() ? failure(url, "names no file of this machine") : open_file(path);
   }
-  if (scheme.empty()) return open_file(path_from_utf8(url), error);
-  if (scheme == "http" || scheme == "https") return fail(url, "is not a local file", error);
-  return fail(url, "nothing can open URLs of the scheme '" + scheme + "'", error);
+  if (scheme.empty()) return open_file(path_from_utf8(url));
+  if (scheme == "http" || scheme == "https") return failure(url, "is not a local file");
+  return failure(url, "nothing can open URLs of the scheme '" + scheme + "'");
 }
 
-std::shared_ptr<IOImpl_base> open_any(std::string_view url, IoError& error) {
+// Opens a stream that a callback has made for a URL.
+OpenedStream open_made(std::shared_ptr<IOImpl_base> stream, std::string_view url) {
+  if (stream->open(url)) return stream;
+  return stream->error() ? tl::unexpected(stream->error()) : failure(url, "cannot be opened");
+}
+
+OpenedStream open_any(std::string_view url) {
   const std::string scheme = lower_case_scheme(url);
   const bool own_scheme = scheme.empty() || scheme == "file" || scheme == "memory";
   const auto callback = own_scheme ? nullptr : io_callback();
   // A callback may know members of its own archives, so it sees the URL before it is taken apart.
   std::string_view base = url;
-  std::shared_ptr<IOImpl_base> stream;
+  OpenedStream stream;
   for (int depth = 0;; ++depth) {
-    if (callback && (stream = callback->create(base))) {
-      if (stream->open(base)) break;
-      if (!stream->error()) return fail(base, "cannot be opened", error);
-      error = stream->error();
-      return nullptr;
+    if (auto made = callback ? callback->create(base) : nullptr) {
+      stream = open_made(std::move(made), base);
+      break;
     }
     const std::size_t separator = base.rfind(kZipSeparator);
     if (separator == std::string_view::npos) {
-      stream = open_plain(base, scheme, error);
+      stream = open_plain(base, scheme);
       break;
     }
-    if (depth == kMaxArchiveDepth) return fail(url, kTooDeep, error);
+    if (depth == kMaxArchiveDepth) return failure(url, kTooDeep);
     base = base.substr(0, separator);
   }
   if (!stream || base.size() == url.size()) return stream;
-  if (base.find(kZipSeparator) != std::string_view::npos) {
-    stream = unpacked(*stream, base, error);
-    if (!stream) return nullptr;
-  }
-  return open_archive_path(std::move(stream), url.substr(base.size() + kZipSeparator.size()), base,
-                           error);
+  if (base.find(kZipSeparator) != std::string_view::npos) stream = unpacked(**stream, base);
+  if (!stream) return stream;
+  return open_archive_path(std::move(*stream), url.substr(base.size() + kZipSeparator.size()),
+                           base);
 }
 
 }  // namespace
@@ -99,27 +98,27 @@ std::shared_ptr<IoCallback> set_io_callback(std::shared_ptr<IoCallback> callback
   return std::exchange(current_callback, std::move(callback));
 }
 
-std::shared_ptr<IOImpl_base> open_url(std::string_view url, IoError& error) {
+OpenedStream open_url(std::string_view url) {
   try {
-    return open_any(url, error);
-  } catch (const std::exception& failure) {  // of a callback, or no memory left
-    return fail(url, exception_text(failure), error);
+    return open_any(url);
+  } catch (const std::exception& thrown) {  // of a callback, or no memory left
+    return failure(url, exception_text(thrown));
   }
 }
 
-std::shared_ptr<IOImpl_base> open_archive_path(std::shared_ptr<IOImpl_base> archive,
-                                               std::string_view path_inside, std::string_view label,
-                                               IoError& error) {
+OpenedStream open_archive_path(std::shared_ptr<IOImpl_base> archive, std::string_view path_inside,
+                               std::string_view label) {
   std::string name(label);
   for (int depth = 1;; ++depth) {
     const std::size_t end = path_inside.find(kZipSeparator);
     const std::string_view member_name = path_inside.substr(0, end);
-    auto member = open_zip_member(std::move(archive), member_name, name, error);
+    OpenedStream member = open_zip_member(std::move(archive), member_name, name);
     if (!member || end == std::string_view::npos) return member;
     name.append(kZipSeparator).append(member_name);
-    if (depth == kMaxArchiveDepth) return fail(name, kTooDeep, error);
-    archive = unpacked(*member, name, error);
-    if (!archive) return nullptr;
+    if (depth == kMaxArchiveDepth) return failure(name, kTooDeep);
+    OpenedStream inner = unpacked(**member, name);
+    if (!inner) return inner;
+    archive = std::move(*inner);
     path_inside.remove_prefix(end + kZipSeparator.size());
   }
 }

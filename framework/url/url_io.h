@@ -30,16 +30,14 @@ class IoCallback {
 /// Makes `callback` the current one (null: none) and returns the previous one. Thread-safe.
 std::shared_ptr<IoCallback> set_io_callback(std::shared_ptr<IoCallback> callback);
 
-/// Opens `url` for reading; null, with the cause in `error`, on failure.
-std::shared_ptr<IOImpl_base> open_url(std::string_view url, IoError& error);
+/// Opens `url` for reading.
+OpenedStream open_url(std::string_view url);
 
 /// Opens what `path_inside` names inside an archive: "<member>" or, through archives inside it,
 /// "<member>%7Czip/<member of that>" and so on, with the limits that hold for URLs. `archive` is
-/// seekable and used by nobody else meanwhile; `label` names it in error texts. Null, with the
-/// cause in `error`, on failure.
-std::shared_ptr<IOImpl_base> open_archive_path(std::shared_ptr<IOImpl_base> archive,
-                                               std::string_view path_inside, std::string_view label,
-                                               IoError& error);
+/// seekable and used by nobody else meanwhile; `label` names it in error texts.
+OpenedStream open_archive_path(std::shared_ptr<IOImpl_base> archive, std::string_view path_inside,
+                               std::string_view label);
 
 /// A file in memory, readable through its URL for as long as the registration lives.
 class MemoryFile {

@@ -283,13 +283,12 @@ class LibzipArchive : public ZipArchive {
  public:
   explicit LibzipArchive(std::shared_ptr<OpenArchive> archive) : archive_(std::move(archive)) {}
 
-  std::shared_ptr<IOImpl_base> open_member(std::string_view name, IoError& error) override {
+  OpenedStream open_member(std::string_view name) override {
     zip_t* const zip = archive_->zip.get();
     auto index = locate(zip, std::string(name));
     if (!index) index = locate(zip, percent_decode(name));
-    if (index) return open_at(*index, name, error);
-    error.text = label_of(name) + ": the archive holds no such member";
-    return nullptr;
+    if (index) return open_at(*index, name);
+    return tl::unexpected(IoError{label_of(name) + ": the archive holds no such member"});
   }
 
   [[nodiscard]] std::vector<ArchiveEntry> entries() const override {
@@ -305,9 +304,9 @@ class LibzipArchive : public ZipArchive {
     return entries;
   }
 
-  std::shared_ptr<IOImpl_base> open_entry(std::size_t place, IoError& error) override {
+  OpenedStream open_entry(std::size_t place) override {
     const char* const name = zip_get_name(archive_->zip.get(), place, 0);
-    return open_at(place, name == nullptr ? "" : name, error);
+    return open_at(place, name == nullptr ? "" : name);
   }
 
  private:
@@ -318,11 +317,10 @@ class LibzipArchive : public ZipArchive {
     return label;
   }
 
-  std::shared_ptr<IOImpl_base> open_at(zip_uint64_t index, std::string_view name, IoError& error) {
+  OpenedStream open_at(zip_uint64_t index, std::string_view name) {
     const std::string label = label_of(name);
-    const auto fail = [&](const std::string& cause) {
-      error.text = label + ": " + cause;
-      return nullptr;
+    const auto fail = [&label](const std::string& cause) {
+      return tl::unexpected(IoError{label + ": " + cause});
     };
     zip_t* const zip = archive_->zip.get();
     zip_stat_t status;
@@ -346,8 +344,7 @@ class LibzipArchive : public ZipArchive {
     const auto size = static_cast<std::int64_t>(status.size);
     auto member = std::make_shared<ZipMemberStream>(archive_, index, size, label);
     if (member->restart()) return member;
-    error = member->error();
-    return nullptr;
+    return tl::unexpected(member->error());
   }
 
   std::shared_ptr<OpenArchive> archive_;
@@ -355,14 +352,14 @@ class LibzipArchive : public ZipArchive {
 
 }  // namespace
 
-std::unique_ptr<ZipArchive> ZipArchive::open(std::shared_ptr<IOImpl_base> stream,
-                                             std::string_view label, IoError& error) {
+Result<std::unique_ptr<ZipArchive>> ZipArchive::open(std::shared_ptr<IOImpl_base> stream,
+                                                     std::string_view label) {
   auto archive = std::make_shared<OpenArchive>();
   archive->label = label;
   archive->stream = stream;
   if (!stream->seekable()) {
-    error.text = archive->label + ": an archive can be read only from a stream with positions";
-    return nullptr;
+    return tl::unexpected(
+        IoError{archive->label + ": an archive can be read only from a stream with positions"});
   }
 
   auto state = std::make_unique<ArchiveSource>(std::move(stream));
@@ -382,21 +379,21 @@ std::unique_ptr<ZipArchive> ZipArchive::open(std::shared_ptr<IOImpl_base> stream
     }
   }
   if (!archive->zip) {
-    error.text = archive->label + ": " +
-                 (too_many ? "has more than " + std::to_string(kMaxMembers) + " members"
-                           : archive->cause(zip_error_strerror(&zip_error)));
+    IoError error{archive->label + ": " +
+                  (too_many ? "has more than " + std::to_string(kMaxMembers) + " members"
+                            : archive->cause(zip_error_strerror(&zip_error)))};
     zip_error_fini(&zip_error);
-    return nullptr;
+    return tl::unexpected(std::move(error));
   }
   zip_error_fini(&zip_error);
   return std::make_unique<LibzipArchive>(std::move(archive));
 }
 
-std::shared_ptr<IOImpl_base> open_zip_member(std::shared_ptr<IOImpl_base> archive,
-                                             std::string_view name, std::string_view label,
-                                             IoError& error) {
-  const auto opened = ZipArchive::open(std::move(archive), label, error);
-  return opened ? opened->open_member(name, error) : nullptr;
+OpenedStream open_zip_member(std::shared_ptr<IOImpl_base> archive, std::string_view name,
+                             std::string_view label) {
+  return ZipArchive::open(std::move(archive), label)
+      .and_then(
+          [name](const std::unique_ptr<ZipArchive>& opened) { return opened->open_member(name); });
 }
 
 }  // namespace zendro::framework

@@ -27,29 +27,27 @@ struct ArchiveEntry {
 class ZipArchive {
  public:
   /// Opens the archive that `stream` (seekable, read from its beginning, used by nobody else
-  /// meanwhile) holds; null, with the cause in `error`, on failure. It may have 65,535 members.
-  /// `label` names the archive in error texts.
-  static std::unique_ptr<ZipArchive> open(std::shared_ptr<IOImpl_base> stream,
-                                          std::string_view label, IoError& error);
+  /// meanwhile) holds. It may have 65,535 members. `label` names the archive in error texts.
+  static Result<std::unique_ptr<ZipArchive>> open(std::shared_ptr<IOImpl_base> stream,
+                                                  std::string_view label);
   virtual ~ZipArchive() = default;
 
   /// Opens the member `name`, the first of that name; a name that the archive does not hold is
   /// tried once more percent-decoded. The stream unpacks as it is read; a wrong CRC shows as a
   /// failed read at the end, so what was read counts only once 0 has been returned. Its size() is
-  /// what the archive claims. Seeking back unpacks from the beginning again. Null, with the cause
-  /// in `error`, on failure, also for a folder, for an encrypted member, and for any compression
-  /// but deflate. No byte of the archive is read for two members: it fails for the second one.
-  virtual std::shared_ptr<IOImpl_base> open_member(std::string_view name, IoError& error) = 0;
+  /// what the archive claims. Seeking back unpacks from the beginning again. It fails also for a
+  /// folder, for an encrypted member, and for any compression but deflate. No byte of the archive
+  /// is read for two members: it fails for the second one.
+  virtual OpenedStream open_member(std::string_view name) = 0;
 
   /// All members in the order of the directory, which may name one twice.
   [[nodiscard]] virtual std::vector<ArchiveEntry> entries() const = 0;
   /// Opens the member at a place of entries(), as open_member() does.
-  virtual std::shared_ptr<IOImpl_base> open_entry(std::size_t place, IoError& error) = 0;
+  virtual OpenedStream open_entry(std::size_t place) = 0;
 };
 
 /// Opens one member of an archive, see ZipArchive.
-std::shared_ptr<IOImpl_base> open_zip_member(std::shared_ptr<IOImpl_base> archive,
-                                             std::string_view name, std::string_view label,
-                                             IoError& error);
+OpenedStream open_zip_member(std::shared_ptr<IOImpl_base> archive, std::string_view name,
+                             std::string_view label);
 
 }  // namespace zendro::framework

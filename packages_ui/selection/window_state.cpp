@@ -57,16 +57,12 @@ std::int64_t common_area(const Area& one, const Area& other) {
 }  // namespace
 
 std::optional<WindowState> read_window_state(const std::filesystem::path& file) {
-  std::string text;
-  framework::IoError no_file;
-  json::value document;
-  std::string no_json;
-  if (!framework::read_file(file, text, kFileLimit, no_file) ||
-      !framework::parse_json(text, document, no_json)) {
-    return std::nullopt;
-  }
+  const framework::Result<std::string> text = framework::read_file(file, kFileLimit);
+  if (!text) return std::nullopt;
+  const framework::ParsedJson document = framework::parse_json(*text);
+  if (!document) return std::nullopt;
   try {
-    return state_of(document);
+    return state_of(*document);
   } catch (const framework::JsonError&) {
     return std::nullopt;
   }
@@ -84,9 +80,7 @@ bool write_window_state(const std::filesystem::path& file, const WindowState& st
   std::string text;
   framework::JsonWriter(text).append(object);
   text += '\n';
-  framework::IoError error;
-  return framework::create_folders(file.parent_path(), error) &&
-         framework::write_file(file, text, error) == framework::WriteOutcome::written;
+  return framework::create_folders(file.parent_path()) && framework::write_file(file, text);
 }
 
 Area fitted(const Area& wanted, std::span<const Area> screens) {

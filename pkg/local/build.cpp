@@ -16,6 +16,9 @@ namespace {
 
 using framework::Folder;
 using framework::IoError;
+using framework::OpenedStream;
+using framework::Result;
+using OpenedFolder = Result<std::unique_ptr<Folder>>;
 
 // The files that the keys of a package take for archives.
 std::set<std::string> marked_archives(const package_t& package) {
@@ -30,80 +33,92 @@ std::set<std::string> marked_archives(const package_t& package) {
   return marked;
 }
 
-bool write_new(const Folder& folder, const file_t& file, IoError& error) {
-  const auto stream = folder.create_new_file(file.name, error);
-  if (!stream) return false;
-  stream->write(file.text.data(), file.text.size());
-  stream->close();
-  error = stream->error();
-  return !error;
+Result<void> write_new(const Folder& folder, const file_t& file) {
+  const OpenedStream stream = folder.create_new_file(file.name);
+  if (!stream) return tl::unexpected(stream.error());
+  (*stream)->write(file.text.data(), file.text.size());
+  (*stream)->close();
+  if ((*stream)->error()) return tl::unexpected((*stream)->error());
+  return {};
 }
 
-std::unique_ptr<Folder> new_folder(const Folder& parent, std::string_view name, IoError& error) {
-  if (!framework::remove_all(parent, name, kMostLevels, error)) return nullptr;
-  return parent.create_folder(name, error) ? parent.open_folder(name, error) : nullptr;
+OpenedFolder new_folder(const Folder& parent, std::string_view name) {
+  return framework::remove_all(parent, name, kMostLevels)
+      .and_then([&] { return parent.create_folder(name); })
+      .and_then([&] { return parent.open_folder(name); });
+}
+
+tl::unexpected<IoError> refused(const member_t& member, const char* cause) {
+  return tl::unexpected(IoError{member.file + ": " + cause});
 }
 
 class builder {
  public:
-  builder(const Folder& zips, const package_t& package) : zips_(zips), package_(package) {}
+  builder(const Folder& zips, const package_t& package, const std::string& source)
+      : zips_(zips), package_(package) {
+    stamp_.source = source;
+  }
 
-  bool run(const Folder& own, const std::string& root, stamp_t& stamp, IoError& error) {
-    members_ = package_.open(error);
-    const std::unique_ptr<Folder> files = members_ ? new_folder(own, kFilesFolder, error) : nullptr;
-    if (!files) return false;
+  Result<stamp_t> run(const Folder& own, const std::string& root) {
+    OpenedFolder members = package_.open();
+    if (!members) return tl::unexpected(members.error());
+    members_ = std::move(*members);
+    const OpenedFolder files = new_folder(own, kFilesFolder);
+    if (!files) return tl::unexpected(files.error());
     const std::set<std::string> marked = marked_archives(package_);
-    unpacker unpacked(*files, marked);
+    unpacker unpacked(**files, marked);
     for (const member_t& member : package_.members) {
-      if (!add(member, unpacked, stamp, error)) return false;
+      if (const auto added = add(member, unpacked); !added) return tl::unexpected(added.error());
     }
     for (const file_t& file : catalogs_of(package_, unpacked, root)) {
-      if (file.name.starts_with(kNamespacesStem)) stamp.has_namespaces = true;
-      if (!write_new(own, file, error)) return false;
+      if (file.name.starts_with(kNamespacesStem)) stamp_.has_namespaces = true;
+      if (const auto made = write_new(own, file); !made) return tl::unexpected(made.error());
     }
-    return true;
+    return write_stamp(own, stamp_).map([this] { return stamp_; });
   }
 
  private:
-  bool add(const member_t& member, unpacker& unpacked, stamp_t& stamp, IoError& error) {
+  Result<void> add(const member_t& member, unpacker& unpacked) {
     // What is written meanwhile, or replaced, has not been proved.
     const std::uint64_t state = members_->stamp_of(member.file);
-    const auto stream = members_->open_file(member.file, error);
-    if (!stream || !unpacked.add_member(stream, member.path, member.digest, error)) return false;
-    if (unpacked.is_taxonomy_package() &&
-        !add_zip(member, state, zip_name(package_.identity, ++stamp.zips), error)) {
-      return false;
+    const OpenedStream stream = members_->open_file(member.file);
+    if (!stream) return tl::unexpected(stream.error());
+    Result<void> added = unpacked.add_member(*stream, member.path, member.digest);
+    if (added && unpacked.is_taxonomy_package()) {
+      added = add_zip(member, state, zip_name(package_.identity, ++stamp_.zips));
     }
-    if (members_->stamp_of(member.file) == state) return true;
-    error.text = member.file + ": was changed meanwhile";
-    return false;
+    if (added && members_->stamp_of(member.file) != state) {
+      return refused(member, "was changed meanwhile");
+    }
+    return added;
   }
 
-  bool add_zip(const member_t& member, std::uint64_t state, const std::string& name,
-               IoError& error) {
-    if (!framework::remove_all(zips_, name, kMostLevels, error)) return false;
-    IoError ignored;
-    if (members_->link_file(member.file, zips_, name, ignored)) {
-      // The same file in the same state.
-      if (zips_.stamp_of(name) == state) return true;
-      error.text = member.file + ": was changed meanwhile";
-      return false;
+  Result<void> add_zip(const member_t& member, std::uint64_t state, const std::string& name) {
+    if (Result<void> removed = framework::remove_all(zips_, name, kMostLevels); !removed) {
+      return removed;
     }
-    const auto source = members_->open_file(member.file, error);
-    const auto target = source ? zips_.create_new_file(name, error) : nullptr;
-    if (!target) return false;
+    if (members_->link_file(member.file, zips_, name)) {
+      // The same file in the same state.
+      if (zips_.stamp_of(name) == state) return {};
+      return refused(member, "was changed meanwhile");
+    }
+    const OpenedStream source = members_->open_file(member.file);
+    if (!source) return tl::unexpected(source.error());
+    const OpenedStream target = zips_.create_new_file(name);
+    if (!target) return tl::unexpected(target.error());
     framework::Sha256 digest;
-    const bool is_copied = framework::HashedCopy().run(*source, *target, digest);
-    target->close();
-    error = source->error() ? source->error() : target->error();
-    if (!is_copied || error) return false;
-    if (digest.finish() == member.digest) return true;
-    error.text = member.file + ": has not the digest of its package";
-    return false;
+    framework::HashedCopy().run(**source, **target, digest);
+    (*target)->close();
+    for (const OpenedStream* stream : {&source, &target}) {
+      if ((**stream)->error()) return tl::unexpected((**stream)->error());
+    }
+    if (digest.finish() == member.digest) return {};
+    return refused(member, "has not the digest of its package");
   }
 
   const Folder& zips_;
   const package_t& package_;
+  stamp_t stamp_;
   std::unique_ptr<Folder> members_;
 };
 
@@ -113,18 +128,11 @@ std::string zip_name(const std::string& identity, int number) {
   return identity + (number == 1 ? "" : "." + std::to_string(number)) + ".zip";
 }
 
-tl::expected<stamp_t, IoError> build(const Folder& local, const Folder& zips,
-                                     const package_t& package, const std::string& root,
-                                     const std::string& source) {
-  IoError error;
-  stamp_t stamp;
-  stamp.source = source;
-  const std::unique_ptr<Folder> own = new_folder(local, package.identity, error);
-  if (own && builder(zips, package).run(*own, root, stamp, error) &&
-      write_stamp(*own, stamp, error)) {
-    return stamp;
-  }
-  return tl::unexpected(std::move(error));
+Result<stamp_t> build(const Folder& local, const Folder& zips, const package_t& package,
+                      const std::string& root, const std::string& source) {
+  const OpenedFolder own = new_folder(local, package.identity);
+  if (!own) return tl::unexpected(own.error());
+  return builder(zips, package, source).run(**own, root);
 }
 
 }  // namespace zendro::pkg::local

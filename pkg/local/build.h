@@ -3,8 +3,6 @@
 
 #include <string>
 
-#include <tl/expected.hpp>
-
 #include "framework/io/io.h"
 #include "framework/system/folder.h"
 #include "pkg/local/package.h"
@@ -22,9 +20,8 @@ std::string zip_name(const std::string& identity, int number);
 /// that is done; the catalogs; the stamp. Taxonomy packages go to `zips` as second names of their
 /// files, else as copies. What stood in the place of either is removed. After a failure something
 /// may stand there that has no stamp.
-tl::expected<stamp_t, framework::IoError> build(const framework::Folder& local,
-                                                const framework::Folder& zips,
-                                                const package_t& package, const std::string& root,
-                                                const std::string& source);
+framework::Result<stamp_t> build(const framework::Folder& local, const framework::Folder& zips,
+                                 const package_t& package, const std::string& root,
+                                 const std::string& source);
 
 }  // namespace zendro::pkg::local

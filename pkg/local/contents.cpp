@@ -17,24 +17,20 @@ bool contents_t::has_file(std::string_view path) const {
   return found != entries_.end() && found->second.is_file && found->second.path == path;
 }
 
-bool contents_t::add(std::string_view path, bool is_file, std::string& cause) {
+contents_t::noted contents_t::add(std::string_view path, bool is_file) {
   const auto [place, is_new] =
       entries_.try_emplace(without_case(path), entry_t{std::string(path), is_file});
   if (is_new) {
     const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos || add(path.substr(0, slash), false, cause);
+    return slash == std::string_view::npos ? noted() : add(path.substr(0, slash), false);
   }
   const entry_t& other = place->second;
   if (other.path != path) {
-    cause = "differs from " + other.path + " in case only";
-  } else if (other.is_file != is_file) {
-    cause = "is a file and a folder";
-  } else if (is_file) {
-    cause = "is there twice";
-  } else {
-    return true;
+    return tl::unexpected("differs from " + other.path + " in case only");
   }
-  return false;
+  if (other.is_file != is_file) return tl::unexpected<std::string>("is a file and a folder");
+  if (is_file) return tl::unexpected<std::string>("is there twice");
+  return {};
 }
 
 }  // namespace zendro::pkg::local

@@ -6,16 +6,21 @@
 #include <string>
 #include <string_view>
 
+#include <tl/expected.hpp>
+
 namespace zendro::pkg::local {
 
 /// Paths relative to one folder, with "/" between components.
 class contents_t {
  public:
-  /// Notes a file, or a folder, with the folders above it. False, with the cause, where something
-  /// else stands there, or in the place of such a folder: a file, or a name that differs in case
-  /// only, and for a file that is noted twice.
-  bool add_file(std::string_view path, std::string& cause) { return add(path, true, cause); }
-  bool add_folder(std::string_view path, std::string& cause) { return add(path, false, cause); }
+  /// Nothing, or why not.
+  using noted = tl::expected<void, std::string>;
+
+  /// Notes a file, or a folder, with the folders above it. Fails where something else stands there,
+  /// or in the place of such a folder: a file, or a name that differs in case only, and for a file
+  /// that is noted twice.
+  noted add_file(std::string_view path) { return add(path, true); }
+  noted add_folder(std::string_view path) { return add(path, false); }
 
   [[nodiscard]] bool has_file(std::string_view path) const;
   /// How many files and folders are noted.
@@ -27,7 +32,7 @@ class contents_t {
     bool is_file;
   };
 
-  bool add(std::string_view path, bool is_file, std::string& cause);
+  noted add(std::string_view path, bool is_file);
 
   std::map<std::string, entry_t, std::less<>> entries_;  ///< by path in a form without case
 };

@@ -33,8 +33,8 @@ struct package_t {
   std::string identity;
   std::vector<member_t> members;
   std::vector<key_t> keys;
-  /// Opens the folder with the local files; null, with the cause, where that fails.
-  std::function<std::unique_ptr<framework::Folder>(framework::IoError&)> open;
+  /// Opens the folder with the local files.
+  std::function<framework::Result<std::unique_ptr<framework::Folder>>()> open;
 };
 
 }  // namespace zendro::pkg::local

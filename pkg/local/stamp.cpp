@@ -41,27 +41,26 @@ std::string source_of(const package_t& package, const std::string& root) {
 }
 
 std::optional<stamp_t> read_stamp(const framework::Folder& folder) {
-  framework::IoError ignored;
-  std::string text;
-  if (!folder.read_file(kStampFile, text, kLongestStamp, ignored)) return std::nullopt;
+  const framework::Result<std::string> text = folder.read_file(kStampFile, kLongestStamp);
+  if (!text) return std::nullopt;
   stamp_t stamp;
-  std::istringstream words(text);
+  std::istringstream words(*text);
   std::string end;
   words >> stamp.source >> stamp.has_namespaces >> stamp.zips >> end;
   if (end != "end" || stamp.zips < 0) return std::nullopt;
   return stamp;
 }
 
-bool write_stamp(const framework::Folder& folder, const stamp_t& stamp, framework::IoError& error) {
+framework::Result<void> write_stamp(const framework::Folder& folder, const stamp_t& stamp) {
   std::ostringstream text;
   text << stamp.source << ' ' << stamp.has_namespaces << ' ' << stamp.zips << " end\n";
-  const auto file = folder.create_new_file(kStampFile, error);
-  if (!file) return false;
+  const framework::OpenedStream file = folder.create_new_file(kStampFile);
+  if (!file) return tl::unexpected(file.error());
   const std::string bytes = text.str();
-  file->write(bytes.data(), bytes.size());
-  file->close();
-  error = file->error();
-  return !error;
+  (*file)->write(bytes.data(), bytes.size());
+  (*file)->close();
+  if ((*file)->error()) return tl::unexpected((*file)->error());
+  return {};
 }
 
 }  // namespace zendro::pkg::local

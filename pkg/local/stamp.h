@@ -24,6 +24,6 @@ std::string source_of(const package_t& package, const std::string& root);
 
 /// The stamp of a package's folder; nothing where there is none, or none that can be read.
 std::optional<stamp_t> read_stamp(const framework::Folder& folder);
-bool write_stamp(const framework::Folder& folder, const stamp_t& stamp, framework::IoError& error);
+framework::Result<void> write_stamp(const framework::Folder& folder, const stamp_t& stamp);
 
 }  // namespace zendro::pkg::local

@@ -12,6 +12,7 @@ namespace {
 using framework::Folder;
 using framework::IoError;
 using framework::IOImpl_base;
+using framework::Result;
 using framework::Sha256;
 
 // An archive inside an archive is unpacked into memory, as its directory stands at its end.
@@ -19,9 +20,8 @@ constexpr std::uint64_t kMostInMemory = 256u << 20;
 constexpr std::string_view kFirstEntry = "PK\3\4";
 constexpr std::string_view kNoEntry = "PK\5\6";
 
-bool fail(std::string_view path, std::string_view cause, IoError& error) {
-  error.text = std::string(path) + ": " + std::string(cause);
-  return false;
+tl::unexpected<IoError> refused(std::string_view path, std::string_view cause) {
+  return tl::unexpected(IoError{std::string(path) + ": " + std::string(cause)});
 }
 
 // Whether a path in an archive says that it is a taxonomy package: in its only top level folder
@@ -32,20 +32,18 @@ bool tells_taxonomy_package(std::string_view path) {
 }
 
 // The first bytes of a stream, which is at its beginning again.
-bool peek(IOImpl_base& stream, std::string& bytes, IoError& error) {
-  bytes.resize(kFirstEntry.size());
+Result<std::string> peek(IOImpl_base& stream) {
+  std::string bytes(kFirstEntry.size(), '\0');
   std::size_t size = 0;
   while (size < bytes.size()) {
     const std::int64_t count = stream.read(bytes.data() + size, bytes.size() - size);
-    if (count < 0) error = stream.error();
-    if (count < 0) return false;
+    if (count < 0) return tl::unexpected(stream.error());
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
   }
   bytes.resize(size);
-  if (stream.seek(0, framework::SeekOrigin::begin) == 0) return true;
-  error = stream.error();
-  return false;
+  if (stream.seek(0, framework::SeekOrigin::begin) == 0) return bytes;
+  return tl::unexpected(stream.error());
 }
 
 }  // namespace
@@ -57,26 +55,26 @@ unpacker::unpacker(const Folder& files, const std::set<std::string>& marked, con
       left_(limits.bytes),
       block_(framework::kIoBlock) {}
 
-bool unpacker::add_member(const stream_t& stream, std::string_view path,
-                          const framework::Sha256Digest& digest, IoError& error) {
+Result<void> unpacker::add_member(const stream_t& stream, std::string_view path,
+                                  const framework::Sha256Digest& digest) {
   is_taxonomy_package_ = false;
   const std::string place(path);
-  std::string beginning;
-  if (!peek(*stream, beginning, error)) return false;
-  const bool has_archive = is_archive(place, beginning);
-  if (!note(place, !has_archive, error)) return false;
+  const Result<std::string> beginning = peek(*stream);
+  if (!beginning) return tl::unexpected(beginning.error());
+  const bool has_archive = is_archive(place, *beginning);
+  if (Result<void> noted = note(place, !has_archive); !noted) return noted;
   Sha256 hash;
   if (has_archive) {
     if (!framework::hash_stream(*stream, hash) ||
         stream->seek(0, framework::SeekOrigin::begin) != 0) {
-      error = stream->error();
-      return false;
+      return tl::unexpected(stream->error());
     }
-  } else if (!write_file(*stream, place, &hash, error)) {
-    return false;
+  } else if (Result<void> written = write_file(*stream, place, &hash); !written) {
+    return written;
   }
-  if (hash.finish() != digest) return fail(path, "has not the digest of its package", error);
-  return !has_archive || unpack(stream, {place, place + "%7Czip"}, 1, error);
+  if (hash.finish() != digest) return refused(path, "has not the digest of its package");
+  if (!has_archive) return {};
+  return unpack(stream, {place, place + "%7Czip"}, 1);
 }
 
 bool unpacker::is_archive(std::string_view path, std::string_view beginning) const {
@@ -84,88 +82,87 @@ bool unpacker::is_archive(std::string_view path, std::string_view beginning) con
          (has_archive_name(path) || marked_.contains(std::string(path)));
 }
 
-bool unpacker::unpack(stream_t stream, const unpacked_t& place, int depth, IoError& error) {
+Result<void> unpacker::unpack(stream_t stream, const unpacked_t& place, int depth) {
   if (depth > limits_.archives) {
-    return fail(place.path,
-                "more than " + std::to_string(limits_.archives) + " archives inside each other",
-                error);
+    return refused(place.path,
+                   "more than " + std::to_string(limits_.archives) + " archives inside each other");
   }
-  const auto archive = framework::ZipArchive::open(std::move(stream), place.path, error);
-  if (!archive || folder_of(place.path + "/", error) == nullptr) return false;
+  const auto archive = framework::ZipArchive::open(std::move(stream), place.path);
+  if (!archive) return tl::unexpected(archive.error());
+  if (const auto made = folder_of(place.path + "/"); !made) return tl::unexpected(made.error());
   archives_.push_back(place);
-  const std::vector<framework::ArchiveEntry> entries = archive->entries();
+  const std::vector<framework::ArchiveEntry> entries = (*archive)->entries();
   for (std::size_t at = 0; at < entries.size(); ++at) {
     std::string_view name = entries[at].name;
     const bool is_folder = name.ends_with('/');
     if (is_folder) name.remove_suffix(1);
     const std::string path = place.path + "/" + std::string(name);
-    if (entries[at].is_special) return fail(path, "is a link or the like", error);
+    if (entries[at].is_special) return refused(path, "is a link or the like");
     if (is_folder) {
-      if (!note(path, false, error) || folder_of(path + "/", error) == nullptr) return false;
+      if (Result<void> noted = note(path, false); !noted) return noted;
+      if (const auto made = folder_of(path + "/"); !made) return tl::unexpected(made.error());
       continue;
     }
-    const auto member = archive->open_entry(at, error);
-    if (!member) return false;
+    const framework::OpenedStream member = (*archive)->open_entry(at);
+    if (!member) return tl::unexpected(member.error());
     if (depth == 1 && tells_taxonomy_package(name)) is_taxonomy_package_ = true;
+    Result<void> added;
     if (has_archive_name(path) || marked_.contains(path)) {
       const std::string url_path = place.url_path + "/" + std::string(name);
-      if (!unpack_nested(*member, {path, url_path + "%7Czip"}, depth + 1, error)) return false;
-    } else if (!note(path, true, error) || !write_file(*member, path, nullptr, error)) {
-      return false;
+      added = unpack_nested(**member, {path, url_path + "%7Czip"}, depth + 1);
+    } else {
+      added = note(path, true).and_then([&] { return write_file(**member, path, nullptr); });
     }
+    if (!added) return added;
   }
-  return true;
+  return {};
 }
 
 // What has an archive's name may be none.
-bool unpacker::unpack_nested(IOImpl_base& stream, const unpacked_t& place, int depth,
-                             IoError& error) {
-  auto bytes = std::make_shared<std::string>();
+Result<void> unpacker::unpack_nested(IOImpl_base& stream, const unpacked_t& place, int depth) {
   const std::uint64_t most = std::min(left_, kMostInMemory);
-  if (!framework::read_all(stream, *bytes, framework::kIoBlock, most, error, place.path)) {
-    return false;
-  }
+  Result<std::string> read = framework::read_all(stream, framework::kIoBlock, most, place.path);
+  if (!read) return tl::unexpected(read.error());
+  const auto bytes = std::make_shared<const std::string>(std::move(*read));
   const bool has_archive = is_archive(place.path, std::string_view(*bytes).substr(0, 4));
   const stream_t memory = framework::make_memory_stream(bytes, place.path);
-  if (!note(place.path, !has_archive, error)) return false;
-  if (!has_archive) return write_file(*memory, place.path, nullptr, error);
-  return count(bytes->size(), place.path, error) && unpack(memory, place, depth, error);
+  if (Result<void> noted = note(place.path, !has_archive); !noted) return noted;
+  if (!has_archive) return write_file(*memory, place.path, nullptr);
+  return count(bytes->size(), place.path).and_then([&] { return unpack(memory, place, depth); });
 }
 
-bool unpacker::write_file(IOImpl_base& stream, const std::string& path, Sha256* digest,
-                          IoError& error) {
-  const Folder* folder = folder_of(path, error);
-  if (folder == nullptr) return false;
-  const auto file = folder->create_new_file(path.substr(path.rfind('/') + 1), error);
-  if (!file) return false;
+Result<void> unpacker::write_file(IOImpl_base& stream, const std::string& path, Sha256* digest) {
+  const Result<const Folder*> folder = folder_of(path);
+  if (!folder) return tl::unexpected(folder.error());
+  const framework::OpenedStream file = (*folder)->create_new_file(path.substr(path.rfind('/') + 1));
+  if (!file) return tl::unexpected(file.error());
   std::int64_t size = 0;
   while ((size = stream.read(block_.data(), block_.size())) > 0) {
     const auto bytes = static_cast<std::size_t>(size);
-    if (!count(bytes, path, error)) return false;
+    if (Result<void> counted = count(bytes, path); !counted) return counted;
     if (digest != nullptr) digest->update(block_.data(), bytes);
-    if (file->write(block_.data(), bytes) < 0) break;
+    if ((*file)->write(block_.data(), bytes) < 0) break;
   }
-  file->close();
-  error = stream.error() ? stream.error() : file->error();
-  return size == 0 && !error;
+  (*file)->close();
+  if (stream.error()) return tl::unexpected(stream.error());
+  if ((*file)->error()) return tl::unexpected((*file)->error());
+  return {};
 }
 
 // Notes a file or folder that is about to be made.
-bool unpacker::note(const std::string& path, bool is_file, IoError& error) {
-  if (!is_plain_path(path)) return fail(path, "is no path that can be made", error);
+Result<void> unpacker::note(const std::string& path, bool is_file) {
+  if (!is_plain_path(path)) return refused(path, "is no path that can be made");
   if (levels_of(path) > limits_.levels) {
-    return fail(path, "is deeper than " + std::to_string(limits_.levels) + " levels", error);
+    return refused(path, "is deeper than " + std::to_string(limits_.levels) + " levels");
   }
-  std::string cause;
-  const bool is_noted =
-      is_file ? contents_.add_file(path, cause) : contents_.add_folder(path, cause);
-  if (!is_noted) return fail(path, cause, error);
-  if (contents_.size() <= limits_.entries) return true;
-  return fail(path, "more than " + std::to_string(limits_.entries) + " files and folders", error);
+  const auto noted = is_file ? contents_.add_file(path) : contents_.add_folder(path);
+  if (!noted) return refused(path, noted.error());
+  if (contents_.size() <= limits_.entries) return {};
+  return refused(path, "more than " + std::to_string(limits_.entries) + " files and folders");
 }
 
 // The folder of a path, made where it is missing.
-const Folder* unpacker::folder_of(std::string_view path, IoError& error) {
+Result<const Folder*> unpacker::folder_of(std::string_view path) {
   const Folder* folder = &files_;
   std::size_t level = 0;
   for (std::size_t slash = 0; (slash = path.find('/')) != std::string_view::npos; ++level) {
@@ -173,10 +170,9 @@ const Folder* unpacker::folder_of(std::string_view path, IoError& error) {
     path.remove_prefix(slash + 1);
     if (level == open_.size() || open_[level].first != name) {
       open_.resize(level);
-      if (!folder->create_folder(name, error)) return nullptr;
-      auto inner = folder->open_folder(name, error);
-      if (!inner) return nullptr;
-      open_.emplace_back(name, std::move(inner));
+      auto inner = folder->create_folder(name).and_then([&] { return folder->open_folder(name); });
+      if (!inner) return tl::unexpected(inner.error());
+      open_.emplace_back(name, std::move(*inner));
     }
     folder = open_[level].second.get();
   }
@@ -184,12 +180,12 @@ const Folder* unpacker::folder_of(std::string_view path, IoError& error) {
   return folder;
 }
 
-bool unpacker::count(std::uint64_t bytes, std::string_view path, IoError& error) {
+Result<void> unpacker::count(std::uint64_t bytes, std::string_view path) {
   if (bytes > left_) {
-    return fail(path, "more than " + std::to_string(limits_.bytes) + " bytes in all", error);
+    return refused(path, "more than " + std::to_string(limits_.bytes) + " bytes in all");
   }
   left_ -= bytes;
-  return true;
+  return {};
 }
 
 }  // namespace zendro::pkg::local

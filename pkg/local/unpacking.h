@@ -41,11 +41,11 @@ class unpacker {
   unpacker(const framework::Folder& files, const std::set<std::string>& marked,
            const limits_t& limits = {});
 
-  /// Adds the member that `stream` reads from its beginning. False, with the cause, where it or
-  /// something in it is refused or cannot be written, and where it has not the digest: of an
-  /// archive that is found out before it is unpacked.
-  bool add_member(const std::shared_ptr<framework::IOImpl_base>& stream, std::string_view path,
-                  const framework::Sha256Digest& digest, framework::IoError& error);
+  /// Adds the member that `stream` reads from its beginning. Fails where it or something in it
+  /// is refused or cannot be written, and where it has not the digest: of an archive that is found
+  /// out before it is unpacked.
+  framework::Result<void> add_member(const std::shared_ptr<framework::IOImpl_base>& stream,
+                                     std::string_view path, const framework::Sha256Digest& digest);
 
   [[nodiscard]] const contents_t& contents() const { return contents_; }
   [[nodiscard]] const std::vector<unpacked_t>& archives() const { return archives_; }
@@ -56,14 +56,14 @@ class unpacker {
   using stream_t = std::shared_ptr<framework::IOImpl_base>;
 
   [[nodiscard]] bool is_archive(std::string_view path, std::string_view beginning) const;
-  bool unpack(stream_t archive, const unpacked_t& place, int depth, framework::IoError& error);
-  bool unpack_nested(framework::IOImpl_base& stream, const unpacked_t& place, int depth,
-                     framework::IoError& error);
-  bool write_file(framework::IOImpl_base& stream, const std::string& path,
-                  framework::Sha256* digest, framework::IoError& error);
-  bool note(const std::string& path, bool is_file, framework::IoError& error);
-  const framework::Folder* folder_of(std::string_view path, framework::IoError& error);
-  bool count(std::uint64_t bytes, std::string_view path, framework::IoError& error);
+  framework::Result<void> unpack(stream_t archive, const unpacked_t& place, int depth);
+  framework::Result<void> unpack_nested(framework::IOImpl_base& stream, const unpacked_t& place,
+                                        int depth);
+  framework::Result<void> write_file(framework::IOImpl_base& stream, const std::string& path,
+                                     framework::Sha256* digest);
+  framework::Result<void> note(const std::string& path, bool is_file);
+  framework::Result<const framework::Folder*> folder_of(std::string_view path);
+  framework::Result<void> count(std::uint64_t bytes, std::string_view path);
 
   const framework::Folder& files_;
   const std::set<std::string>& marked_;

@@ -24,6 +24,7 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 using framework::IoError;
+using framework::Result;
 
 constexpr std::string_view kZipsFolder = "zips";
 constexpr std::string_view kHowTo = "how-to.txt";
@@ -59,32 +60,30 @@ class updater {
 
  private:
   bool open_zips() {
-    IoError error;
     if (local_.kind_of(kZipsFolder) != EntryKind::folder) {
-      framework::remove_all(local_, kZipsFolder, kMostLevels, error);
+      static_cast<void>(framework::remove_all(local_, kZipsFolder, kMostLevels));
     }
-    error = {};
-    if (local_.create_folder(kZipsFolder, error)) zips_ = local_.open_folder(kZipsFolder, error);
+    auto zips = local_.create_folder(kZipsFolder).and_then([this] {
+      return local_.open_folder(kZipsFolder);
+    });
     names_.emplace(kZipsFolder);
-    if (zips_) return true;
-    reports_.trouble(error);
-    return false;
+    if (!zips) {
+      reports_.trouble(zips.error());
+      return false;
+    }
+    zips_ = std::move(*zips);
+    return true;
   }
 
   // Sees to the folder of a package. One that fails is not listed, and so is removed at the end.
   void provide(const package_t& package) {
     if (package.members.empty()) return;
-    std::string cause;
-    std::optional<stamp_t> stamp;
+    Result<stamp_t> stamp;
     framework::guarded(
-        [&] {
-          IoError error;
-          stamp = bring_up(package, error);
-          if (!stamp) cause = error.text;
-        },
-        [&cause](const std::string& failure) { cause = failure; });
+        [&] { stamp = bring_up(package); },
+        [&](const std::string& failure) { stamp = tl::unexpected(IoError{failure}); });
     if (!stamp) {
-      reports_.left_out(package.identity, cause);
+      reports_.left_out(package.identity, stamp.error().text);
       return;
     }
     names_.insert(package.identity);
@@ -98,26 +97,21 @@ class updater {
     add_prefixes(package, prefixes_);
   }
 
-  std::optional<stamp_t> bring_up(const package_t& package, IoError& error) {
+  Result<stamp_t> bring_up(const package_t& package) {
     const std::string name = framework::comparable_name(package.identity);
     if (!framework::is_plain_name(package.identity) || !identities_.insert(name).second) {
-      error.text = package.identity + ": no folder can have this name";
-      return std::nullopt;
+      return tl::unexpected(IoError{package.identity + ": no folder can have this name"});
     }
     const std::string source = source_of(package, root_);
-    if (std::optional<stamp_t> stamp = valid_stamp(package.identity, source)) return stamp;
-    tl::expected<stamp_t, IoError> built = build(local_, *zips_, package, root_, source);
-    if (built) return *built;
-    error = std::move(built.error());
-    return std::nullopt;
+    if (std::optional<stamp_t> stamp = valid_stamp(package.identity, source)) return *stamp;
+    return build(local_, *zips_, package, root_, source);
   }
 
   [[nodiscard]] std::optional<stamp_t> valid_stamp(const std::string& identity,
                                                    const std::string& source) const {
-    IoError ignored;
     if (local_.kind_of(identity) != EntryKind::folder) return std::nullopt;
-    const std::unique_ptr<Folder> folder = local_.open_folder(identity, ignored);
-    std::optional<stamp_t> stamp = folder ? read_stamp(*folder) : std::nullopt;
+    const Result<std::unique_ptr<Folder>> folder = local_.open_folder(identity);
+    std::optional<stamp_t> stamp = folder ? read_stamp(**folder) : std::nullopt;
     if (!stamp || stamp->source != source) return std::nullopt;
     for (int number = 1; number <= stamp->zips; ++number) {
       if (zips_->kind_of(zip_name(identity, number)) != EntryKind::file) return std::nullopt;
@@ -156,31 +150,26 @@ class updater {
   }
 
   void write(const file_t& file) {
-    IoError error;
-    std::string text;
     names_.insert(file.name);
-    if (local_.kind_of(file.name) == EntryKind::file &&
-        local_.read_file(file.name, text, file.text.size(), error) && text == file.text) {
-      return;
+    const EntryKind kind = local_.kind_of(file.name);
+    if (kind == EntryKind::file) {
+      const Result<std::string> text = local_.read_file(file.name, file.text.size());
+      if (text && *text == file.text) return;
     }
-    error = {};
-    if (local_.kind_of(file.name) == EntryKind::folder) {
-      framework::remove_all(local_, file.name, kMostLevels, error);
+    if (kind == EntryKind::folder) {
+      static_cast<void>(framework::remove_all(local_, file.name, kMostLevels));
     }
-    error = {};
-    if (local_.write_file(file.name, file.text, error) != framework::WriteOutcome::written) {
-      reports_.trouble(error);
-    }
+    const framework::WriteResult written = local_.write_file(file.name, file.text);
+    if (!written) reports_.trouble(written.error().cause);
   }
 
   void remove_others(const Folder& folder, const std::set<std::string, std::less<>>& names) {
-    std::vector<Folder::Entry> entries;
-    IoError error;
-    if (!folder.list(entries, error)) reports_.trouble(error);
-    for (const Folder::Entry& entry : entries) {
+    const auto entries = folder.list();
+    if (!entries) return reports_.trouble(entries.error());
+    for (const Folder::Entry& entry : *entries) {
       if (names.contains(entry.name)) continue;
-      error = {};
-      if (!framework::remove_all(folder, entry.name, kMostLevels, error)) reports_.trouble(error);
+      const Result<void> removed = framework::remove_all(folder, entry.name, kMostLevels);
+      if (!removed) reports_.trouble(removed.error());
     }
   }
 
