@@ -13,7 +13,6 @@ namespace zendro::pkg {
 namespace {
 
 using framework::EntryKind;
-using framework::Folder;
 using framework::IoError;
 using framework::Result;
 
