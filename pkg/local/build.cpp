@@ -81,9 +81,7 @@ class builder {
   Result<void> add(const member_t& member, unpacker& unpacked) {
     // What is written meanwhile, or replaced, has not been proved.
     const std::uint64_t state = members_->stamp_of(member.file);
-    const OpenedStream stream = members_->open_file(member.file);
-    if (!stream) return tl::unexpected(stream.error());
-    Result<void> added = unpacked.add_member(*stream, member.path, member.digest);
+    Result<void> added = unpack(member, unpacked);
     if (added && unpacked.is_taxonomy_package()) {
       added = add_zip(member, state, zip_name(package_.identity, ++stamp_.zips));
     }
@@ -91,6 +89,13 @@ class builder {
       return refused(member, "was changed meanwhile");
     }
     return added;
+  }
+
+  // It is closed again then: of a file that is open Windows removes no name.
+  Result<void> unpack(const member_t& member, unpacker& unpacked) {
+    const OpenedStream stream = members_->open_file(member.file);
+    if (!stream) return tl::unexpected(stream.error());
+    return unpacked.add_member(*stream, member.path, member.digest);
   }
 
   Result<void> add_zip(const member_t& member, std::uint64_t state, const std::string& name) {
