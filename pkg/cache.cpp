@@ -118,16 +118,20 @@ merged_view_t pkg_cache_t::load_view() {
 }
 
 std::optional<merged_view_t> pkg_cache_t::load_view_at_once() {
-  using View = std::optional<merged_view_t>;
-  return attempt(View(), [](core_context& context) -> View {
-    if (!context.is_initialised()) return merged_view_t();
+  std::optional<merged_view_t> view;
+  attempt(false, [&view](core_context& context) {
+    if (!context.is_initialised()) {
+      view.emplace();
+      return true;
+    }
     const borrowed_folder folder = context.cache_folder().open();
     const framework::TakenLock turn =
         folder ? operation_turn::take_at_once(**folder, kLockFile)
                : tl::unexpected(framework::NoLock{folder.error().cause()});
-    if (!turn && turn.error().was_stopped()) return std::nullopt;
-    return read_view(context);
+    if (turn || !turn.error().was_stopped()) view = read_view(context);
+    return view.has_value();
   });
+  return view;
 }
 
 bool pkg_cache_t::apply(std::span<const filter_action> pairs, int action) {
