@@ -1,14 +1,17 @@
 ; The installer, one file for all users of a machine:
 ;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
 ;
-; Switches: /S installs or uninstalls without a window. The uninstaller leaves what the managers have
-; installed; with /PACKAGES (or when chosen in its window) it removes that as well.
-; Exit codes: 0 done, 1 cancelled, 2 failed, 3 one of the managers is running.
+; Switches: /S installs or uninstalls without a window. The installer adds the programs to the machine's
+; Path with /PATH (or when chosen in its window), and when an earlier one has done so. The uninstaller
+; leaves what the managers have installed; with /PACKAGES (or when chosen in its window) it removes that
+; as well.
+; Exit codes: 0 done, 1 cancelled, 2 failed, 3 one of the managers is running, 4 done save for Path.
 
 Unicode true
 Target amd64-unicode
 !include LogicLib.nsh
 !include FileFunc.nsh
+!include Sections.nsh
 !include WinVer.nsh
 
 !define PRODUCT "Zendro Package Manager"
@@ -42,12 +45,14 @@ VIAddVersionKey /LANG=0 LegalCopyright ""
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
 !define MUI_ABORTWARNING
+!define MUI_COMPONENTSPAGE_NODESC
 !define MUI_WELCOMEPAGE_TEXT "This installs version ${VERSION} of the managers for XML Schemas and \
 XBRL Taxonomies for all users of this computer.$\r$\n$\r$\nPackages that are installed already stay \
 as they are.$\r$\n$\r$\n$_CLICK"
 !define MUI_FINISHPAGE_TEXT "The managers are in the start menu, and a package file opens the right \
 one.$\r$\n$\r$\nClick Finish to close Setup."
 !insertmacro MUI_PAGE_WELCOME
+!insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_INSTFILES
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
@@ -145,16 +150,10 @@ where another user has it open, and try again." /SD IDCANCEL IDRETRY again
   System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
 !macroend
 
-Function .onInit
-  ${IfNot} ${AtLeastWin10}
-    MessageBox MB_OK|MB_ICONSTOP "${PRODUCT} needs Windows 10 or later." /SD IDOK
-    SetErrorLevel 2
-    Quit
-  ${EndIf}
-  Call Start
-FunctionEnd
+!include path_entry.nsh
 
 Section "The managers" managers
+  SectionIn RO
   ; Programs that everybody starts are written by administrators alone.
   !insertmacro MakeFolder "${PROGRAM_FOLDER}"
   !insertmacro SetRights "${PROGRAM_FOLDER}" \
@@ -205,6 +204,36 @@ Section "The managers" managers
   WriteRegDWORD HKLM "${UNINSTALL_KEY}" "NoRepair" 1
 SectionEnd
 
+Section /o "zendro on the Path of all users" on_path
+  Call AddToPath
+SectionEnd
+
+; A choice that is taken back.
+Section
+  ${IfNot} ${SectionIsSelected} ${on_path}
+    Call RemoveFromPath
+  ${EndIf}
+SectionEnd
+
+Function .onInit
+  ${IfNot} ${AtLeastWin10}
+    MessageBox MB_OK|MB_ICONSTOP "${PRODUCT} needs Windows 10 or later." /SD IDOK
+    SetErrorLevel 2
+    Quit
+  ${EndIf}
+  Call Start
+  ReadRegDWORD $0 HKLM "${UNINSTALL_KEY}" "${ENTRY_IS_OURS}"
+  ${If} $0 = 1
+    !insertmacro SelectSection ${on_path}
+  ${EndIf}
+  ${GetParameters} $0
+  ClearErrors
+  ${GetOptions} $0 "/PATH" $1
+  ${IfNot} ${Errors}
+    !insertmacro SelectSection ${on_path}
+  ${EndIf}
+FunctionEnd
+
 Section "un.The managers"
   SectionIn RO
   Delete "${START_MENU}\XML Schema Manager.lnk"
@@ -218,6 +247,7 @@ Section "un.The managers"
   Delete "${PROGRAM_FOLDER}\zendro.exe"
   Delete "${PROGRAM_FOLDER}\${UNINSTALLER}"
   RMDir "${PROGRAM_FOLDER}"
+  Call un.RemoveFromPath
   DeleteRegKey HKLM "${UNINSTALL_KEY}"
 
   ; Options that nobody has changed, where there is nothing that they are for.
