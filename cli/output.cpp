@@ -47,7 +47,7 @@ void Output::result(std::string_view name, json::value value) {
   if (is_json_) result_[name] = std::move(value);
 }
 
-void Output::event(std::string_view name, json::object members) {
+void Output::event(std::string_view name, const json::object& members) {
   if (is_json_) write_event(name, members);
 }
 

@@ -37,7 +37,7 @@ class Output {
   /// A member of the object that ends the run; only with JSON.
   void result(std::string_view name, json::value value);
   /// An object of its own; only with JSON.
-  void event(std::string_view name, json::object members);
+  void event(std::string_view name, const json::object& members);
 
   void message(const msg::Message& message);
   void error(Text text, const msg::Arguments& arguments = {});

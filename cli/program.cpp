@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <string>
 
 #include <tl/expected.hpp>
@@ -65,7 +66,7 @@ int run(const Arguments& arguments) {
 }  // namespace
 
 int run_program(const std::vector<std::string>& arguments) {
-  const Console console;
+  const std::shared_ptr<void> console = set_console_up();
   framework::ignore_broken_pipes();
   int status = kFailed;
   framework::guarded(

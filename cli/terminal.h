@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -15,17 +16,9 @@ bool is_terminal(Stream stream);
 std::size_t columns(Stream stream);
 /// Whether it is a terminal with colours that the user wants (NO_COLOR, TERM).
 bool has_colours(Stream stream);
-/// For the run of the program: UTF-8 on the console, bytes as they are in files and pipes.
-class Console {
- public:
-  Console();
-  ~Console();
-  Console(const Console&) = delete;
-  Console& operator=(const Console&) = delete;
-
- private:
-  unsigned int previous_ = 0;
-};
+/// UTF-8 on the console, bytes as they are in files and pipes, until the last copy of what is
+/// returned goes.
+[[nodiscard]] std::shared_ptr<void> set_console_up();
 
 /// A line that the user types; nothing at the end of the input.
 std::optional<std::string> read_line();

@@ -15,8 +15,7 @@ std::size_t columns(Stream stream) {
   return known ? size.ws_col : usual;
 }
 
-Console::Console() = default;
-Console::~Console() = default;
+std::shared_ptr<void> set_console_up() { return nullptr; }
 
 void end_at_once(int status) { _exit(status); }
 

@@ -28,7 +28,8 @@ std::size_t columns(Stream stream) {
   return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
 }
 
-Console::Console() : previous_(GetConsoleOutputCP()) {
+std::shared_ptr<void> set_console_up() {
+  const UINT previous = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
   for (FILE* file : {stdout, stderr}) _setmode(_fileno(file), _O_BINARY);
   // Colours and erased lines, as terminals elsewhere.
@@ -38,10 +39,9 @@ Console::Console() : previous_(GetConsoleOutputCP()) {
       SetConsoleMode(handle_of(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     }
   }
-}
-
-Console::~Console() {
-  if (previous_ != 0) SetConsoleOutputCP(previous_);
+  return {nullptr, [previous](void*) {
+            if (previous != 0) SetConsoleOutputCP(previous);
+          }};
 }
 
 void end_at_once(int status) {

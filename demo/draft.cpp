@@ -17,12 +17,13 @@ constexpr std::size_t kDescriptionLength = 300;
 /// Some documents ask for a file beside them that their source ships elsewhere.
 void take_copies(const SourceFolders& folders, Draft& draft) {
   const PackageRecipe& recipe = draft.recipe;
-  for (const auto& [path, source] : recipe.copies) {
+  for (const auto& copy : recipe.copies) {
+    const std::string& path = copy.first;
     if (find_file(draft.files, path) != nullptr) {
       throw std::runtime_error("the copy " + path + " is there already");
     }
     SourceFile file =
-        collect_files(folders.unpacked / recipe.source, recipe.folder, {source}).front();
+        collect_files(folders.unpacked / recipe.source, recipe.folder, {copy.second}).front();
     file.path = path;
     const auto after = std::find_if(draft.files.begin(), draft.files.end(),
                                     [&](const SourceFile& each) { return each.path > path; });

@@ -223,7 +223,7 @@ void pkgs_available_t::keep_vanished(std::span<const package_t* const> packages)
 void pkgs_available_t::set_deprecated(std::string text) {
   auto parsed = framework::LazyDocument::parse(std::move(text));
   if (!parsed) throw framework::JsonError(parsed.error());  // nested deeper than before
-  const std::shared_ptr<framework::LazyDocument>& document = *parsed;
+  std::shared_ptr<framework::LazyDocument> document = std::move(*parsed);
   const member_t member{kDeprecated, &document->object(document->root()), false};
   const auto old = std::find_if(members_.begin(), members_.end(), [](const member_t& one) {
     return !one.is_package && one.key == kDeprecated;
