@@ -46,7 +46,9 @@ class Scenario : public packages_ui::SelectionQuestions, public packages_ui::Par
     json::object options = {{app::option::store_bootstrap_url, server_address_ + "bootstrap"},
                             {app::option::telemetry_url, server_address_ + "telemetry"},
                             {app::option::install_root, root.string()},
-                            {app::option::cache_root, (root / ".xsd_cache").string()}};
+                            {app::option::cache_root, (root / ".xsd_cache").string()},
+                            // They take most of the time, and nothing depends on them.
+                            {app::option::local_files, seed % 8 == 0}};
     cache_ = std::make_shared<pkg::pkg_cache_t>("xsd", options);
     cache_->set_transport_factory([this] { return server_.make_transport(); });
     work_ = std::make_unique<packages_ui::BackgroundWork>(
