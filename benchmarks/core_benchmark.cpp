@@ -40,13 +40,9 @@ void write_text(const std::filesystem::path& path, const std::string& text) {
 // Takes every report of an installation and has nothing to give.
 class TelemetrySink : public framework::HttpTransport {
  public:
-  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest&,
-                                               framework::IoError&) override {
-    std::abort();
-  }
-  framework::SendOutcome post(const framework::HttpRequest&, std::string_view,
-                              framework::IoError&) override {
-    return framework::SendOutcome::sent;
+  framework::HttpAnswer get(const framework::HttpRequest&) override { std::abort(); }
+  framework::PostResult post(const framework::HttpRequest&, std::string_view) override {
+    return {};
   }
 };
 

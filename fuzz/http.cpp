@@ -137,16 +137,16 @@ void get(HttpTransport& transport, const std::string& url, std::size_t most,
   HttpRequest request;
   request.url = url;
   request.size_limit = kSizeLimit;
-  IoError error;
-  const auto response = transport.get(request, error);
-  require((response != nullptr) != static_cast<bool>(error), "an answer or a cause");
-  check_text(error.text, input);
-  if (!response) return;
-  for (const auto& [name, value] : response->headers()) {
+  const framework::HttpAnswer response = transport.get(request);
+  if (!response) {
+    require(static_cast<bool>(response.error()), "an answer or a cause");
+    return check_text(response.error().text, input);
+  }
+  for (const auto& [name, value] : (*response)->headers()) {
     require(name.find_first_of(":\r\n") == std::string::npos, "a header's name is one");
     require(value.find_first_of("\r\n") == std::string::npos, "a header's value is one line");
   }
-  read(*response, most, input);
+  read(**response, most, input);
 }
 
 // The first byte says what is asked; the rest are answers.
@@ -169,20 +169,17 @@ void run(std::string_view input) {
   if (has(2)) {
     HttpRequest request;
     request.url = hostile.url("/post");
-    IoError error;
-    const auto outcome = transport->post(request, has(3) ? "body" : "", error);
-    require((outcome == framework::SendOutcome::sent) != static_cast<bool>(error),
-            "sent or a cause");
-    check_text(error.text, input);
+    const framework::PostResult sent = transport->post(request, has(3) ? "body" : "");
+    require(sent || sent.error().cause, "sent or a cause");
+    if (!sent) check_text(sent.error().cause.text, input);
   }
   get(*transport, hostile.url("/d"), most, input);
 
   HttpRequest request;
   request.url = good.url("/good");
-  IoError error;
-  const auto response = transport->get(request, error);
-  require(response != nullptr, "another server is reached as ever");
-  require(read(*response, kSizeLimit, input) == "good", "and its answer is its own");
+  const framework::HttpAnswer response = transport->get(request);
+  require(response.has_value(), "another server is reached as ever");
+  require(read(**response, kSizeLimit, input) == "good", "and its answer is its own");
 }
 
 }  // namespace

@@ -53,9 +53,10 @@ framework::HttpTransport& core_context::http() {
   return *transport_;
 }
 
-std::shared_ptr<framework::HttpResponse> core_context::get(const framework::HttpRequest& request,
-                                                           framework::IoError& error) {
-  return progress_.watch(http().get(request, error));
+framework::HttpAnswer core_context::get(const framework::HttpRequest& request) {
+  framework::HttpAnswer answer = http().get(request);
+  if (answer) *answer = progress_.watch(std::move(*answer));
+  return answer;
 }
 
 std::string core_context::cache_file(std::string_view name) const {

@@ -67,8 +67,7 @@ class core_context {
   /// The transport of the operation, made when first asked for.
   framework::HttpTransport& http();
   /// GETs through that transport. Reading the answer counts as progress.
-  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
-                                               framework::IoError& error);
+  framework::HttpAnswer get(const framework::HttpRequest& request);
 
   /// Whether the cache root and the install root are known. Where one is not, all paths below are
   /// empty, so that nothing is ever read from, or written to, the current folder.

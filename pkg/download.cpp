@@ -220,10 +220,7 @@ class package_download {
     request.url = std::move(*url);
     request.size_limit = size_limit_;
     request.trace_log = open_trace_log();
-    IoError error;
-    auto answer = context_.get(request, error);
-    if (!answer) return tl::unexpected(std::move(error));
-    return answer;
+    return context_.get(request);
   }
 
   [[nodiscard]] msg::Arguments mismatch(std::string_view member) const {

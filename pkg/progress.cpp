@@ -71,7 +71,7 @@ void progress_reporter::transferred(std::int64_t count) {
 
 std::shared_ptr<framework::HttpResponse> progress_reporter::watch(
     std::shared_ptr<framework::HttpResponse> response) {
-  if ((!sink_ && !stop_.stop_possible()) || !response) return response;
+  if (!sink_ && !stop_.stop_possible()) return response;
   begin_transfer(response->size());
   return std::make_shared<watched_response>(std::move(response), *this);
 }

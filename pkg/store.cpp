@@ -59,17 +59,16 @@ std::optional<std::string> fetch_archive(core_context& context, const std::strin
   request.url = url;
   request.trace_log = open_remote_io_log(context, "update");
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
-  IoError error;
-  const auto response = context.get(request, error);
+  const framework::HttpAnswer response = context.get(request);
   Result<std::string> archive =
-      response ? framework::read_all(*response, kArchiveBuffer, kArchiveLimit, shown_url)
-               : tl::unexpected(error);
+      response ? framework::read_all(**response, kArchiveBuffer, kArchiveLimit, shown_url)
+               : tl::unexpected(response.error());
   if (!archive) {
     context.reporter().report(archive.error());
     context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
     return std::nullopt;
   }
-  if (!is_proven(context, response->headers(), shown_url, *archive)) return std::nullopt;
+  if (!is_proven(context, (*response)->headers(), shown_url, *archive)) return std::nullopt;
   return std::move(*archive);
 }
 
@@ -144,13 +143,14 @@ std::optional<std::string> bootstrap_store(core_context& context) {
   request.trace_log = open_remote_io_log(context, "bootstrap");
   if (app::is_staging()) request.trace_level = framework::kTraceStatusOnly;
   const std::string shown_url = framework::loggable_url(request.url);
-  IoError error;
-  const auto response = context.get(request, error);
-  context.reporter().report(error);
-  if (!response) return failed(msg::Code::connect_pkg_store);
+  const framework::HttpAnswer response = context.get(request);
+  if (!response) {
+    context.reporter().report(response.error());
+    return failed(msg::Code::connect_pkg_store);
+  }
 
   const Result<std::string> body =
-      framework::read_all(*response, kBootstrapBuffer, kBootstrapLimit, shown_url);
+      framework::read_all(**response, kBootstrapBuffer, kBootstrapLimit, shown_url);
   if (!body) {
     context.reporter().report(body.error());
     return failed(msg::Code::fetch_pkg_store_info);

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "framework/http/http.h"
 #include "framework/system/system_file.h"
 
 namespace zendro::tests {
@@ -14,6 +15,10 @@ std::string cause_of(const framework::Result<Value>& result) {
 }
 
 inline std::string cause_of(const framework::WriteResult& result) {
+  return result ? std::string() : result.error().cause.text;
+}
+
+inline std::string cause_of(const framework::PostResult& result) {
   return result ? std::string() : result.error().cause.text;
 }
 

@@ -212,15 +212,13 @@ TEST_F(DownloadTest, TellsHowFarItIs) {
 class SilentlyFailing : public framework::HttpTransport {
  public:
   explicit SilentlyFailing(bool& asked) : asked_(asked) {}
-  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
-                                               framework::IoError& error) override {
-    if (request.url.ends_with("bootstrap")) return real_->get(request, error);
+  framework::HttpAnswer get(const framework::HttpRequest& request) override {
+    if (request.url.ends_with("bootstrap")) return real_->get(request);
     asked_ = true;
-    return nullptr;
+    return tl::unexpected(framework::IoError());
   }
-  framework::SendOutcome post(const framework::HttpRequest&, std::string_view,
-                              framework::IoError&) override {
-    return framework::SendOutcome::sent;
+  framework::PostResult post(const framework::HttpRequest&, std::string_view) override {
+    return {};
   }
 
  private:

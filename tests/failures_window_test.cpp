@@ -35,14 +35,13 @@ class ThrowingTransport : public framework::HttpTransport {
  public:
   ThrowingTransport(std::string text, std::function<void()> fail)
       : text_(std::move(text)), fail_(std::move(fail)) {}
-  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
-                                               framework::IoError& error) override {
+  framework::HttpAnswer get(const framework::HttpRequest& request) override {
     if (request.url.find(text_) != std::string::npos) fail_();
-    return inner_->get(request, error);
+    return inner_->get(request);
   }
-  framework::SendOutcome post(const framework::HttpRequest& request, std::string_view body,
-                              framework::IoError& error) override {
-    return inner_->post(request, body, error);
+  framework::PostResult post(const framework::HttpRequest& request,
+                             std::string_view body) override {
+    return inner_->post(request, body);
   }
 
  private:
@@ -270,10 +269,8 @@ TEST_F(FailuresWindowTest, TelemetryThatFailsIsAWarning) {
   class Deaf : public ThrowingTransport {
    public:
     Deaf() : ThrowingTransport("nothing", [] {}) {}
-    framework::SendOutcome post(const framework::HttpRequest& request, std::string_view,
-                                framework::IoError& error) override {
-      error.text = request.url + ": broken off";
-      return framework::SendOutcome::not_sent;
+    framework::PostResult post(const framework::HttpRequest& request, std::string_view) override {
+      return tl::unexpected(framework::NotSent{{request.url + ": broken off"}, true});
     }
   };
   window_cache_->set_transport_factory([] { return std::make_unique<Deaf>(); });

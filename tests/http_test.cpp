@@ -23,6 +23,7 @@
 #include "framework/system/folder.h"
 #include "framework/url/http_url.h"
 #include "framework/url/loggable.h"
+#include "tests/cause.h"
 #include "tests/environment.h"
 #include "tests/links.h"
 #include "tests/memory.h"
@@ -42,6 +43,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
+using tests::cause_of;
 
 // What the client is told of a reset; Wine closes connections in good order instead.
 const char* const kReset = tests::is_wine() ? "" : "reset";
@@ -76,9 +78,10 @@ struct Fetched {
 
 Fetched fetch(HttpTransport& transport, const HttpRequest& request) {
   Fetched fetched;
-  const auto response = transport.get(request, fetched.error);
-  fetched.began = response != nullptr;
-  if (!response) return fetched;
+  const HttpAnswer answer = transport.get(request);
+  fetched.began = answer.has_value();
+  if (!answer) return {"", answer.error(), false};
+  const std::shared_ptr<HttpResponse>& response = *answer;
   char block[512];
   std::int64_t count = 0;
   while ((count = response->read(block, sizeof block)) > 0) {
@@ -86,6 +89,13 @@ Fetched fetch(HttpTransport& transport, const HttpRequest& request) {
   }
   if (count < 0) fetched.error = response->error();
   return fetched;
+}
+
+/// The answer to a GET; null after a failure, which fails the test.
+std::shared_ptr<HttpResponse> answer_of(HttpTransport& transport, const HttpRequest& request) {
+  const HttpAnswer answer = transport.get(request);
+  EXPECT_EQ(cause_of(answer), "");
+  return answer.value_or(nullptr);
 }
 
 Fetched fetch(HttpTransport& transport, const std::string& url) {
@@ -130,9 +140,8 @@ TEST_F(HttpTest, DeliversBodyAndHeadersAsTheyWereSent) {
                                                   {"X-Folded", "he\rad\r\n  tail"}}));
   HttpRequest request = request_for(server_.url("a b.zip?q=\xC3\xA9"));
   request.headers = {{"X-Asked", "yes"}, {"X-Empty", ""}};
-  IoError error;
-  const auto response = transport_->get(request, error);
-  ASSERT_TRUE(response) << error.text;
+  const auto response = answer_of(*transport_, request);
+  ASSERT_TRUE(response);
   EXPECT_EQ(response->headers().find("x-amz-meta-sha256")->second, "AbC");
   EXPECT_EQ(response->headers().find("X-LIST")->second, "one, two");
   EXPECT_EQ(response->headers().find("x-folded")->second, "he ad tail");
@@ -167,13 +176,12 @@ TEST_F(HttpTest, BodiesOfUnknownLengthEndWithTheirConnectionOrLastChunk) {
   EXPECT_EQ(fetch(*transport_, server_.url("chunked")).body, "in 2 chunks");
   EXPECT_TRUE(fetch(*transport_, server_.url("empty")).began);
 
-  IoError error;
-  const auto response = transport_->get(request_for(server_.url("interim")), error);
-  ASSERT_TRUE(response) << error.text;
+  const auto response = answer_of(*transport_, request_for(server_.url("interim")));
+  ASSERT_TRUE(response);
   EXPECT_EQ(response->headers().count("X-Early"), 0U) << "headers are those of the final answer";
   EXPECT_EQ(response->size(), 5);
-  const auto chunked = transport_->get(request_for(server_.url("chunked")), error);
-  ASSERT_TRUE(chunked) << error.text;
+  const auto chunked = answer_of(*transport_, request_for(server_.url("chunked")));
+  ASSERT_TRUE(chunked);
   EXPECT_EQ(chunked->headers().count("X-Trailer"), 0U) << "and not its trailers";
 }
 
@@ -341,9 +349,8 @@ TEST_F(HttpTest, FaultyAnswersFailTheGetWithTheirCause) {
 
 TEST_F(HttpTest, ASlowReaderOrAMomentOfSilenceIsNoStall) {
   server_.serve("/x", Reply::bytes(std::string(8'000'000, 'x')));
-  IoError error;
-  const auto response = transport_->get(request_for(server_.url("x")), error);
-  ASSERT_TRUE(response) << error.text;
+  const auto response = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(response);
   std::string block(kIoBlock, '\0');
   std::size_t total = 0;
   for (int i = 0; i < 2; ++i) {
@@ -421,10 +428,7 @@ TEST_F(HttpTest, AnAnswerThatBeginsWithAFoldedLineIsTakenForItself) {
       [&] {
         transport_->expect({server_.url("folded"), server_.url("good")});
       },
-      [&] {
-        IoError error;
-        transport_->post(request_for(server_.url("good")), "x", error);
-      }};
+      [&] { EXPECT_EQ(cause_of(transport_->post(request_for(server_.url("good")), "x")), ""); }};
   for (const auto& prepare : before) {
     for (const char* path : {"folded", "moved"}) {
       prepare();
@@ -439,36 +443,35 @@ TEST_F(HttpTest, AnAnswerThatBeginsWithAFoldedLineIsTakenForItself) {
 TEST_F(HttpTest, AnswersEndWithTheNextRequestOrTheirTransport) {
   server_.serve("/x", Reply::bytes(std::string(8'000'000, 'x')));
   char byte = 0;
-  IoError error;
-  auto first = transport_->get(request_for(server_.url("x")), error);
-  ASSERT_TRUE(first) << error.text;
+  auto first = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(first);
   EXPECT_EQ(first->read(&byte, 1), 1);
   expect_still_working();
   EXPECT_EQ(first->read(&byte, 1), -1) << "superseded";
   EXPECT_EQ(first->error().text, server_.url("x") + ": the answer is closed");
 
-  auto second = transport_->get(request_for(server_.url("x")), error);
-  ASSERT_TRUE(second) << error.text;
+  auto second = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(second);
   first.reset();
   EXPECT_EQ(second->read(&byte, 1), 1) << "an older answer's end is no concern of a newer one";
   second->close();
   EXPECT_EQ(second->read(&byte, 1), -1);
 
-  auto third = transport_->get(request_for(server_.url("x")), error);
-  ASSERT_TRUE(third) << error.text;
+  auto third = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(third);
   third.reset();
   expect_still_working();
 
-  auto fourth = transport_->get(request_for(server_.url("x")), error);
+  auto fourth = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(fourth);
   transport_.reset();
   EXPECT_EQ(fourth->read(&byte, 1), -1);
 }
 
 TEST_F(HttpTest, ABodyOfAnySizeNeedsConstantMemory) {
   server_.set_fault("/x", Fault::endless());
-  IoError error;
-  const auto response = transport_->get(request_for(server_.url("x")), error);
-  ASSERT_TRUE(response) << error.text;
+  const auto response = answer_of(*transport_, request_for(server_.url("x")));
+  ASSERT_TRUE(response);
   EXPECT_EQ(response->size(), -1);
   std::string block(kIoBlock, '\0');
   std::size_t total = 0;
@@ -491,9 +494,7 @@ TEST_F(HttpTest, PostTellsHowFarItCame) {
   server_.serve("/telemetry", Reply::with_status(204));
   HttpRequest request = request_for(server_.url("telemetry"));
   request.headers = {{"Content-Type", "application/json; charset=utf-8"}};
-  IoError error;
-  ASSERT_EQ(transport_->post(request, "{\"a\":1}", error), SendOutcome::sent) << error.text;
-  EXPECT_EQ(error.text, "");
+  ASSERT_EQ(cause_of(transport_->post(request, "{\"a\":1}")), "");
   const demo::ServedRequest served = server_.requests().front();
   EXPECT_EQ(served.method, "POST");
   EXPECT_EQ(served.body, "{\"a\":1}");
@@ -501,21 +502,21 @@ TEST_F(HttpTest, PostTellsHowFarItCame) {
 
   // Larger than any buffer on the way.
   const std::string large(8'000'000, 'p');
-  EXPECT_EQ(transport_->post(request, large, error), SendOutcome::sent) << error.text;
+  EXPECT_EQ(cause_of(transport_->post(request, large)), "");
   EXPECT_TRUE(server_.requests().back().body == large);
   EXPECT_EQ(server_.requests().back().headers.count("Expect"), 0U);
-  EXPECT_EQ(transport_->post(request, "", error), SendOutcome::sent) << error.text;
+  EXPECT_EQ(cause_of(transport_->post(request, "")), "");
   EXPECT_EQ(server_.connections(), 1U);
 
   server_.serve("/moved", Reply::redirect("/telemetry", 307));
-  EXPECT_EQ(transport_->post(request_for(server_.url("moved")), "again", error), SendOutcome::sent);
+  EXPECT_EQ(cause_of(transport_->post(request_for(server_.url("moved")), "again")), "");
   EXPECT_EQ(server_.requests().back().body, "again");
 
   for (const char* url : {"", "ftp://127.0.0.1/x", "telemetry", "http://127.0.0.1:1/refused",
                           "http://no-such-host.invalid/"}) {
-    error = {};
-    EXPECT_EQ(transport_->post(request_for(url), "x", error), SendOutcome::not_opened) << url;
-    EXPECT_THAT(error.text, StartsWith(url + std::string(": ")));
+    const PostResult sent = transport_->post(request_for(url), "x");
+    EXPECT_THAT(cause_of(sent), StartsWith(url + std::string(": ")));
+    EXPECT_FALSE(sent || sent.error().was_connected) << url;
   }
 }
 
@@ -540,13 +541,11 @@ TEST_F(HttpTest, TheAnswerToABodyIsNotJudgedAndNotWaitedForLong) {
   for (const Fault& fault : faults) {
     SCOPED_TRACE(static_cast<int>(fault.kind));
     server_.set_fault("/x", fault);
-    IoError error;
     // What else the machine does may make one of them longer.
     bool is_short = false;
     for (int attempt = 0; attempt < 3 && !is_short; ++attempt) {
       const auto start = steady_clock::now();
-      EXPECT_EQ(transport_->post(request, "told", error), SendOutcome::sent);
-      EXPECT_EQ(error.text, "");
+      EXPECT_EQ(cause_of(transport_->post(request, "told")), "");
       is_short = steady_clock::now() - start < std::chrono::milliseconds(2900);
     }
     EXPECT_TRUE(is_short);
@@ -566,10 +565,9 @@ TEST_F(HttpTest, ABodyIsNotSentWhereItIsAnsweredOrBrokenOffBeforeItsEnd) {
       asio::ip::tcp::socket socket = hasty.accept();
       asio::write(socket, asio::buffer(answer));
     });
-    IoError error;
-    EXPECT_EQ(transport_->post(request_for(url), std::string(50'000'000, 'p'), error),
-              SendOutcome::not_sent);
-    EXPECT_THAT(error.text, StartsWith(url + ": "));
+    const PostResult sent = transport_->post(request_for(url), std::string(50'000'000, 'p'));
+    EXPECT_THAT(cause_of(sent), StartsWith(url + ": "));
+    EXPECT_TRUE(!sent && sent.error().was_connected);
     server.join();
   }
 }
@@ -733,9 +731,8 @@ TEST_F(ProxyTest, OneThatLetsTheUserOfTheSystemInIsAskedAgain) {
                      {"X-Refused", "1"}};
   server_.set_fault("http://store.invalid/x", Fault::replaced(refusal).first(1));
   tests::set_variable("http_proxy", address_.c_str());
-  IoError error;
-  const auto response = transport_->get(request_for("http://store.invalid/x"), error);
-  ASSERT_TRUE(response) << error.text;
+  const auto response = answer_of(*transport_, request_for("http://store.invalid/x"));
+  ASSERT_TRUE(response);
   EXPECT_EQ(response->headers().count("X-Refused"), 0U);
   EXPECT_EQ(response->size(), 8);
   EXPECT_EQ(server_.requests().size(), 2U);
@@ -750,10 +747,10 @@ class HttpsTest : public HttpTest {
     return make_http_transport(settings);
   }
   void expect_refused(HttpTransport& transport, const std::string& url, const char* cause) {
-    IoError error;
-    EXPECT_EQ(transport.get(request_for(url), error), nullptr);
-    EXPECT_THAT(error.text, AllOf(StartsWith(url + ": "), HasSubstr(cause)));
-    EXPECT_EQ(transport.post(request_for(url), "x", error), SendOutcome::not_opened);
+    EXPECT_THAT(cause_of(transport.get(request_for(url))),
+                AllOf(StartsWith(url + ": "), HasSubstr(cause)));
+    const PostResult sent = transport.post(request_for(url), "x");
+    EXPECT_FALSE(sent || sent.error().was_connected);
   }
 
   demo::TlsIdentity identity_ = demo::make_self_signed("localhost");
@@ -771,9 +768,8 @@ TEST_F(HttpsTest, OnlyTrustedCertificatesOfTheRightHostPass) {
   secure_.set_fault("/x", Fault::close(500'000));
   EXPECT_TRUE(fetch(*transport, secure_.url("x")).error) << "cut off without a TLS closure";
   secure_.set_fault("/x", Fault::reset());
-  IoError error;
-  EXPECT_EQ(transport->post(request_for(secure_.url("x")), std::string(5'000'000, 'p'), error),
-            SendOutcome::sent);
+  EXPECT_EQ(cause_of(transport->post(request_for(secure_.url("x")), std::string(5'000'000, 'p'))),
+            "");
   EXPECT_EQ(secure_.requests().back().body.size(), 5'000'000U);
 
   expect_refused(*trusting(demo::make_self_signed("localhost")), secure_.url("x"), "ertificate");
@@ -810,8 +806,7 @@ TEST_F(HttpsTest, NeverFallsBackFromHttpsToHttp) {
   EXPECT_EQ(fetch(*transport, server_.url("up")).body, "safe");
 
   secure_.serve("/down", Reply::redirect(server_.url("good"), 307));
-  IoError error;
-  EXPECT_EQ(transport->post(request_for(secure_.url("down")), "private", error), SendOutcome::sent);
+  EXPECT_EQ(cause_of(transport->post(request_for(secure_.url("down")), "private")), "");
   EXPECT_EQ(server_.request_count("/good"), 0U);
 }
 
@@ -822,10 +817,8 @@ TEST_F(HttpsTest, APeerThatNeverShakesHandsTimesOut) {
   const tcp::acceptor silent(io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
   const std::string port = std::to_string(silent.local_endpoint().port());
   const auto start = steady_clock::now();
-  IoError error;
-  EXPECT_EQ(transport_->post(request_for("https://127.0.0.1:" + port), "x", error),
-            SendOutcome::not_opened)
-      << error.text;
+  const PostResult sent = transport_->post(request_for("https://127.0.0.1:" + port), "x");
+  EXPECT_FALSE(sent || sent.error().was_connected);
   EXPECT_LT(steady_clock::now() - start, seconds(10));
 }
 

@@ -185,14 +185,11 @@ TEST_F(InstallTest, TelemetryThatFailsIsOnlyAWarning) {
   EXPECT_THAT(installed(), ElementsAre("a-1.0.0", "b-1.0.0", "c-1.0.0"));
 
   struct BrokenTransport : framework::HttpTransport {
-    std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest&,
-                                                 framework::IoError&) override {
-      return nullptr;
+    framework::HttpAnswer get(const framework::HttpRequest&) override {
+      return tl::unexpected(framework::IoError{"http://h/telemetry: no answer"});
     }
-    framework::SendOutcome post(const framework::HttpRequest&, std::string_view,
-                                framework::IoError& error) override {
-      error.text = "http://h/telemetry: broken off";
-      return framework::SendOutcome::not_sent;
+    framework::PostResult post(const framework::HttpRequest&, std::string_view) override {
+      return tl::unexpected(framework::NotSent{{"http://h/telemetry: broken off"}, true});
     }
   };
   set_option(app::option::telemetry_url, "http://h/telemetry");

@@ -52,13 +52,11 @@ class MemoryTransport : public framework::HttpTransport {
  public:
   explicit MemoryTransport(MemoryStore& store) : store_(store) {}
 
-  std::shared_ptr<framework::HttpResponse> get(const HttpRequest& request,
-                                               IoError& error) override {
+  framework::HttpAnswer get(const HttpRequest& request) override {
     using Fault = MemoryStore::Fault;
     const Fault fault = store_.next_fault();
     if (fault == Fault::no_answer || !request.url.starts_with(kStoreAddress)) {
-      error.text = request.url + ": no answer";
-      return nullptr;
+      return tl::unexpected(IoError{request.url + ": no answer"});
     }
     const auto found = store_.answers_.find(request.url);
     MemoryStore::Answer answer =
@@ -72,11 +70,9 @@ class MemoryTransport : public framework::HttpTransport {
                                             fault == Fault::breaks_off);
   }
 
-  framework::SendOutcome post(const HttpRequest& request, std::string_view,
-                              IoError& error) override {
-    if (store_.next_fault() == MemoryStore::Fault::none) return framework::SendOutcome::sent;
-    error.text = request.url + ": not accepted";
-    return framework::SendOutcome::not_sent;
+  framework::PostResult post(const HttpRequest& request, std::string_view) override {
+    if (store_.next_fault() == MemoryStore::Fault::none) return {};
+    return tl::unexpected(framework::NotSent{{request.url + ": not accepted"}, true});
   }
 
  private:

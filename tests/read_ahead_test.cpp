@@ -6,6 +6,7 @@
 
 #include "framework/http/http.h"
 #include "framework/io/digest.h"
+#include "tests/cause.h"
 #include "tests/manager_fixture.h"
 
 namespace zendro::tests {
@@ -25,13 +26,12 @@ framework::TransportSettings impatient() {
 /// One request after the other, whatever is expected.
 class OneByOne : public framework::HttpTransport {
  public:
-  std::shared_ptr<framework::HttpResponse> get(const framework::HttpRequest& request,
-                                               framework::IoError& error) override {
-    return inner_->get(request, error);
+  framework::HttpAnswer get(const framework::HttpRequest& request) override {
+    return inner_->get(request);
   }
-  framework::SendOutcome post(const framework::HttpRequest& request, std::string_view body,
-                              framework::IoError& error) override {
-    return inner_->post(request, body, error);
+  framework::PostResult post(const framework::HttpRequest& request,
+                             std::string_view body) override {
+    return inner_->post(request, body);
   }
 
  private:
@@ -224,12 +224,11 @@ class LateStore {
     for (int i = 1; i < members; ++i) urls.push_back(server.url(path(i)));
     transport.expect(urls);
     for (int i = 0; i < members; ++i) {
-      framework::IoError error;
       framework::HttpRequest request;
       request.url = server.url(path(i));
-      const auto answer = transport.get(request, error);
-      EXPECT_TRUE(answer) << error.text;
-      EXPECT_TRUE(answer && framework::read_all(*answer, 512, 1 << 20) == body(i)) << i;
+      const framework::HttpAnswer answer = transport.get(request);
+      EXPECT_EQ(cause_of(answer), "");
+      EXPECT_TRUE(answer && framework::read_all(**answer, 512, 1 << 20) == body(i)) << i;
     }
     transport.expect({});
     return ceil<milliseconds>(std::chrono::steady_clock::now() - begin);
@@ -320,17 +319,16 @@ TEST(ReadAhead, AnAnswerThatDidNotOutliveTheWaitIsAskedForAgain) {
   const auto transport = framework::make_http_transport(impatient());
   transport->expect({server.url("b"), server.url("c")});
   for (const char* name : {"a", "b", "c"}) {
-    framework::IoError error;
     framework::HttpRequest request;
     request.url = server.url(name);
-    const auto answer = transport->get(request, error);
-    ASSERT_TRUE(answer) << error.text;
+    const framework::HttpAnswer answer = transport->get(request);
+    ASSERT_TRUE(answer) << cause_of(answer);
     // Time for what was sent ahead.
     std::this_thread::sleep_for(milliseconds(100));
     char byte = 0;
-    EXPECT_EQ(answer->read(&byte, 1), 1) << name;
+    EXPECT_EQ((*answer)->read(&byte, 1), 1) << name;
     EXPECT_EQ(byte, *name);
-    EXPECT_EQ(answer->read(&byte, 1), 0);
+    EXPECT_EQ((*answer)->read(&byte, 1), 0);
   }
 }
 

@@ -26,8 +26,8 @@ class CurlTransport final : public HttpTransport {
   explicit CurlTransport(const TransportSettings& settings) : sender_(settings) {}
   ~CurlTransport() override { end(); }
 
-  std::shared_ptr<HttpResponse> get(const HttpRequest& request, IoError& error) override;
-  SendOutcome post(const HttpRequest& request, std::string_view body, IoError& error) override;
+  HttpAnswer get(const HttpRequest& request) override;
+  PostResult post(const HttpRequest& request, std::string_view body) override;
   void expect(const std::vector<std::string>& urls) override { sender_.expect(urls); }
 
   /// Body bytes of the current answer: their count, 0 at its end, -1 on failure.
@@ -36,7 +36,7 @@ class CurlTransport final : public HttpTransport {
   void end();
 
  private:
-  SendResult send(const HttpRequest& request, const std::string_view* body, IoError& error);
+  SendResult send(const HttpRequest& request, const std::string_view* body);
   [[nodiscard]] Transfer& transfer() { return sender_.current().transfer(); }
 
   CurlResponse* response_ = nullptr;  ///< reads the current answer; cleared when that ends
@@ -98,28 +98,27 @@ void CurlTransport::end() {
   sender_.end();
 }
 
-SendResult CurlTransport::send(const HttpRequest& request, const std::string_view* body,
-                               IoError& error) {
+SendResult CurlTransport::send(const HttpRequest& request, const std::string_view* body) {
   end();
-  return sender_.send(request, body, error);
+  return sender_.send(request, body);
 }
 
-std::shared_ptr<HttpResponse> CurlTransport::get(const HttpRequest& request, IoError& error) {
-  const SendResult sent = send(request, nullptr, error);
-  if (sent.status == 0) return nullptr;
+HttpAnswer CurlTransport::get(const HttpRequest& request) {
+  SendResult sent = send(request, nullptr);
+  if (sent.status == 0) return tl::unexpected(std::move(sent.error));
   Exchange& exchange = sender_.current();
   if (sent.status != 200) {
-    error = exchange.fail("HTTP status " + std::to_string(sent.status));
+    IoError error = exchange.fail("HTTP status " + std::to_string(sent.status));
     sender_.drain();
     end();
-    return nullptr;
+    return tl::unexpected(std::move(error));
   }
   const std::int64_t size = exchange.content_length();
   const std::string cause = refusal(transfer().headers, size, request.size_limit);
   if (!cause.empty()) {
-    error = exchange.fail(cause);
+    IoError error = exchange.fail(cause);
     end();
-    return nullptr;
+    return tl::unexpected(std::move(error));
   }
   size_limit_ = request.size_limit;
   sender_.read_ahead();
@@ -129,18 +128,19 @@ std::shared_ptr<HttpResponse> CurlTransport::get(const HttpRequest& request, IoE
   return response;
 }
 
-SendOutcome CurlTransport::post(const HttpRequest& request, std::string_view body, IoError& error) {
-  const SendResult result = send(request, &body, error);
+PostResult CurlTransport::post(const HttpRequest& request, std::string_view body) {
+  SendResult result = send(request, &body);
   if (result.until) {
     if (result.status != 0) sender_.drain(*result.until);
-    error = {};
-  } else if (result.status != 0) {
+    end();
+    return {};
+  }
+  if (result.status != 0) {
     const std::string& cause = transfer().cause;
-    error = sender_.current().fail(cause.empty() ? "answered before all was sent" : cause);
+    result.error = sender_.current().fail(cause.empty() ? "answered before all was sent" : cause);
   }
   end();
-  if (result.until) return SendOutcome::sent;
-  return result.connected ? SendOutcome::not_sent : SendOutcome::not_opened;
+  return tl::unexpected(NotSent{std::move(result.error), result.connected});
 }
 
 std::int64_t CurlTransport::read_body(void* buffer, std::size_t size, IoError& error) {

@@ -46,26 +46,28 @@ class HttpResponse : public IOImpl_base {
   [[nodiscard]] virtual const HttpHeaders& headers() const = 0;
 };
 
-/// How far the sending of a body came.
-enum class SendOutcome {
-  sent,        ///< all of the body was sent, whatever the answer
-  not_opened,  ///< no connection, or not an http(s) URL
-  not_sent,    ///< connected, but the body could not be sent
+/// An answer, never null.
+using HttpAnswer = Result<std::shared_ptr<HttpResponse>>;
+
+/// Why a body was not sent.
+struct NotSent {
+  IoError cause;
+  bool was_connected = false;  ///< else there was no connection, or the URL is not an http(s) one
 };
+using PostResult = tl::expected<void, NotSent>;
 
 class HttpTransport {
  public:
   virtual ~HttpTransport() = default;
 
-  /// GETs a URL and returns its answer once the headers have arrived with status 200; null, with
-  /// the cause in `error`, otherwise. Redirects are followed (10 at most, http or https only,
-  /// never from https to http). The body is read from the answer as it arrives, in constant memory.
-  virtual std::shared_ptr<HttpResponse> get(const HttpRequest& request, IoError& error) = 0;
+  /// GETs a URL and returns its answer once the headers have arrived with status 200; any other
+  /// status is a failure. Redirects are followed (10 at most, http or https only, never from https
+  /// to http). The body is read from the answer as it arrives, in constant memory.
+  virtual HttpAnswer get(const HttpRequest& request) = 0;
 
   /// POSTs `body`. Waits 2 s at most after it is sent, for the answer, whose status does not
-  /// matter, and for sending the body again where a redirect (status 307 or 308) leads. `error` has
-  /// the cause unless the outcome is sent.
-  virtual SendOutcome post(const HttpRequest& request, std::string_view body, IoError& error) = 0;
+  /// matter, and for sending the body again where a redirect (status 307 or 308) leads.
+  virtual PostResult post(const HttpRequest& request, std::string_view body) = 0;
 
   /// Tells which plain GETs (no further headers, no trace) are likely to follow, in this order. It
   /// replaces what was told before and sends nothing. From the next get() on the transport may send

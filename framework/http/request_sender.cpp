@@ -30,8 +30,7 @@ std::string why_unanswered(const Transfer& transfer) {
 
 }  // namespace
 
-SendResult RequestSender::send(const HttpRequest& request, const std::string_view* body,
-                               IoError& error) {
+SendResult RequestSender::send(const HttpRequest& request, const std::string_view* body) {
   end();
   driver_.begin_request();
   const RequestUrl url = http_request_url(request.url);
@@ -51,7 +50,7 @@ SendResult RequestSender::send(const HttpRequest& request, const std::string_vie
   SendResult result;
   if (cause.empty()) cause = follow(request, body, is_sent, result);
   if (!cause.empty()) {
-    error = current_->fail(cause);
+    result.error = current_->fail(cause);
     end();
   }
   return result;

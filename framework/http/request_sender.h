@@ -20,6 +20,7 @@ namespace zendro::framework {
 /// What has come of a request.
 struct SendResult {
   long status = 0;         ///< of the final answer; 0: there was none
+  IoError error;           ///< why there was none
   bool connected = false;  ///< to the server of the request, or of a redirect
   /// How long an answer to the body of a POST is waited for; set once all of it is sent.
   std::optional<std::chrono::steady_clock::time_point> until;
@@ -29,9 +30,9 @@ class RequestSender {
  public:
   explicit RequestSender(const TransportSettings& settings) : pool_(settings) {}
 
-  /// Sends a request, a POST where it has a `body`. With status 0 there is a cause in `error`, and
-  /// the request has ended. Else current() has the answer.
-  SendResult send(const HttpRequest& request, const std::string_view* body, IoError& error);
+  /// Sends a request, a POST where it has a `body`. Without an answer the request has ended. Else
+  /// current() has the answer.
+  SendResult send(const HttpRequest& request, const std::string_view* body);
   /// The exchange with the answer of the last request, until that ends.
   [[nodiscard]] Exchange& current() { return *current_; }
   /// Waits until there are more bytes of the answer's body, or there will be none.
