@@ -24,7 +24,6 @@ namespace {
 using framework::HttpRequest;
 using framework::HttpResponse;
 using framework::HttpTransport;
-using framework::IoError;
 
 constexpr std::size_t kMostAnswers = 12;
 constexpr std::uint64_t kSizeLimit = 100'000;

@@ -16,7 +16,6 @@
 namespace zendro::pkg {
 namespace {
 
-using framework::IoError;
 using framework::Result;
 
 constexpr std::size_t kBootstrapBuffer = 512;
