@@ -34,4 +34,21 @@ bool read_package_files(core_context& context, const filters_t& filters,
   return true;
 }
 
+bool resolve_filters(core_context& context, const std::vector<std::string>& filters,
+                     const pkgs_available_t& available, std::set<name_semver_t>& requests) {
+  for (const std::string& filter : filters) {
+    const package_t* found = find_best(available.packages(), parse_identity(filter));
+    if (found == nullptr) {
+      return context.fail(msg::Code::pkg_not_available,
+                          {text_argument(L"pkg", filter), context.pkgtype()});
+    }
+    if (requests.insert(found->identity).second) {
+      context.log(
+          msg::Code::log_pkg_filter, msg::kLevelDetail,
+          {text_argument(L"filter", filter), context.pkgtype(), pkg_argument(found->identity)});
+    }
+  }
+  return true;
+}
+
 }  // namespace zendro::pkg

@@ -8,6 +8,7 @@
 
 #include "pkg/core_context.h"
 #include "pkg/name_semver.h"
+#include "pkg/package_list.h"
 
 namespace zendro::pkg {
 
@@ -29,5 +30,10 @@ filters_t sort_filters(const core_context& context, const std::vector<std::strin
 /// that provides nothing is logged and passed over. False when one cannot be read.
 bool read_package_files(core_context& context, const filters_t& filters,
                         std::vector<std::string>& names);
+
+/// Adds the version of the available list that each filter chooses, and logs which. False after the
+/// message for one that chooses none.
+bool resolve_filters(core_context& context, const std::vector<std::string>& filters,
+                     const pkgs_available_t& available, std::set<name_semver_t>& requests);
 
 }  // namespace zendro::pkg

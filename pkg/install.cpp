@@ -18,24 +18,6 @@ namespace {
 
 using identity_set = std::set<name_semver_t>;
 
-// Adds the version that each filter chooses.
-bool resolve(core_context& context, const std::vector<std::string>& filters,
-             const pkgs_available_t& available, identity_set& requests) {
-  for (const std::string& filter : filters) {
-    const package_t* found = find_best(available.packages(), parse_identity(filter));
-    if (found == nullptr) {
-      return context.fail(msg::Code::pkg_not_available,
-                          {text_argument(L"pkg", filter), context.pkgtype()});
-    }
-    if (requests.insert(found->identity).second) {
-      context.log(
-          msg::Code::log_pkg_filter, msg::kLevelDetail,
-          {text_argument(L"filter", filter), context.pkgtype(), pkg_argument(found->identity)});
-    }
-  }
-  return true;
-}
-
 std::vector<list_position> positions_of(const package_map& packages,
                                         const identity_set& identities) {
   std::vector<list_position> positions;
@@ -127,14 +109,14 @@ bool install(core_context& context, const std::vector<std::string>& filters) {
   if (!available) return false;
   const filters_t sorted = sort_filters(context, filters);
   identity_set requests;
-  if (!resolve(context, sorted.names, *available, requests)) return false;
+  if (!resolve_filters(context, sorted.names, *available, requests)) return false;
 
   std::vector<std::string> provided;
   if (!read_package_files(context, sorted, provided)) return false;
   if (!provided.empty()) {
     // The packages of the files are in the list by now.
     available = load_available(context);
-    if (!available || !resolve(context, provided, *available, requests)) return false;
+    if (!available || !resolve_filters(context, provided, *available, requests)) return false;
   }
   if (requests.empty()) {
     return context.fail(msg::Code::no_pkgs_to_install, {context.pkgtypes()});

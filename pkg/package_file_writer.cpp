@@ -9,6 +9,7 @@
 #include "framework/system/this_process.h"
 #include "framework/url/zip_writer.h"
 #include "pkg/download.h"
+#include "pkg/filters.h"
 #include "pkg/list_files.h"
 #include "pkg/obstacles.h"
 #include "pkg/package_file.h"
@@ -19,19 +20,6 @@ namespace zendro::pkg {
 namespace {
 
 using identity_set = std::set<name_semver_t>;
-
-bool choose(core_context& context, const std::vector<std::string>& filters,
-            const pkgs_available_t& available, identity_set& chosen) {
-  for (const std::string& filter : filters) {
-    const package_t* found = find_best(available.packages(), parse_identity(filter));
-    if (found == nullptr) {
-      return context.fail(msg::Code::pkg_not_available,
-                          {text_argument(L"pkg", filter), context.pkgtype()});
-    }
-    chosen.insert(found->identity);
-  }
-  return true;
-}
 
 // The list of the packages with the member "provides".
 std::string meta_file(const pkgs_available_t& packages, const identity_set& provides) {
@@ -67,7 +55,7 @@ bool write_package_file(core_context& context, core_context& staged,
                         const std::vector<std::string>& filters, std::string_view path) {
   const std::optional<pkgs_available_t> available = load_available(context);
   identity_set chosen;
-  if (!available || !choose(context, filters, *available, chosen)) return false;
+  if (!available || !resolve_filters(context, filters, *available, chosen)) return false;
   identity_set all = collect_references(chosen, *available);
   all.insert(chosen.begin(), chosen.end());
   std::vector<const package_t*> entries;
