@@ -61,9 +61,14 @@ void add_reading(CLI::App& app, Arguments& to) {
 }
 
 void add_changing(CLI::App& app, Arguments& to) {
-  app.add_subcommand("update", "Bring the list of available packages up to date")
-      ->add_option("--from", to.file, "A store's archive on the disk, its digest in FILE.sha256")
-      ->type_name("FILE");
+  CLI::App* update =
+      app.add_subcommand("update", "Bring the list of available packages up to date");
+  CLI::Option* from = update
+                          ->add_option("--from", to.file,
+                                       "A store's archive on the disk, its digest in FILE.sha256")
+                          ->type_name("FILE");
+  update->add_flag("--force", to.force, "Fetch the list even if it has not changed")
+      ->excludes(from);
   const auto with_filters = [&](const char* name, const char* description) {
     CLI::App* command = app.add_subcommand(name, description);
     command->add_flag("--dry-run", to.dry_run, "Only say what would be done");

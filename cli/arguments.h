@@ -31,6 +31,7 @@ struct Arguments : console::OutputStyle {
   bool dry_run = false;
   bool keep_references = false;
   bool repair = false;
+  bool force = false;
 };
 
 /// Reads the arguments that follow the program's name. The exit status where the program ends with

@@ -268,6 +268,18 @@ void LoopbackServer::Impl::talk_over(Stream& stream, Connection& connection) {
   }
 }
 
+/// Whether a request names the version of a document that the reply has (RFC 9110, section 13).
+bool has_it(const framework::HttpHeaders& request, const Reply& reply) {
+  return reply.status == 200 &&
+         std::any_of(reply.headers.begin(), reply.headers.end(), [&](const auto& header) {
+           const auto& [name, value] = header;
+           const auto condition = request.find(name == "ETag"            ? "If-None-Match"
+                                               : name == "Last-Modified" ? "If-Modified-Since"
+                                                                         : "");
+           return condition != request.end() && condition->second == value;
+         });
+}
+
 /// Remembers a request and finds the answer to it.
 LoopbackServer::Impl::Answer LoopbackServer::Impl::answer_to(
     const http::request<http::string_body>& request) {
@@ -296,7 +308,8 @@ LoopbackServer::Impl::Answer LoopbackServer::Impl::answer_to(
       answer.fault = fault->second;
     }
     if (reply != replies_.end()) {
-      answer.reply = reply->second;
+      answer.reply =
+          has_it(served.headers, reply->second) ? Reply::with_status(304) : reply->second;
     } else if (!faulty) {
       answer.reply = Reply::with_status(404, "not here\n");
     }

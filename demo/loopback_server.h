@@ -47,7 +47,8 @@ class LoopbackServer {
   [[nodiscard]] std::string url(std::string_view path = {}) const;
 
   /// Answers requests for `path` ("/a/b%20c.zip", without a query) with `reply` from now on. A path
-  /// that is not served answers with 404.
+  /// that is not served answers with 404, a request with the value of the reply's ETag or
+  /// Last-Modified as its condition with 304.
   void serve(const std::string& path, Reply reply);
   /// Commits `fault` on requests for `path`, which need not be served, from now on.
   void set_fault(const std::string& path, Fault fault);

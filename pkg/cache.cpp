@@ -174,9 +174,9 @@ bool pkg_cache_t::uninstall(const std::vector<std::string>& filters) {
              [&](core_context& context) { return pkg::uninstall(context, filters); });
 }
 
-bool pkg_cache_t::update_store_information(bool force) {
-  return run(force ? cache_use::creates : cache_use::writes, false, [force](core_context& context) {
-    return pkg::update_store_information(context, force);
+bool pkg_cache_t::update_store_information(bool force, bool always) {
+  return run(force ? cache_use::creates : cache_use::writes, false, [&](core_context& context) {
+    return pkg::update_store_information(context, force, always);
   });
 }
 

@@ -89,8 +89,9 @@ class pkg_cache_t {
   bool install_locked(std::string_view path);
   bool uninstall(const std::vector<std::string>& filters);
   /// Brings the list of available packages up to date from the store, then the catalogs. Unless
-  /// `force`, the cache must be initialised; with it, the cache root is created.
-  bool update_store_information(bool force);
+  /// `force`, the cache must be initialised; with it, the cache root is created. A list that has
+  /// not changed is fetched only if it is `always` to be.
+  bool update_store_information(bool force, bool always = false);
   /// Proves what is installed of the filters' choice, of everything where there are none, see
   /// verify(); with `repairs`, fetches anew what is not whole: a failure of that is reported.
   /// Nothing after a message.

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "app/options/options.h"
 #include "framework/io/digest.h"
@@ -12,6 +13,7 @@
 #include "framework/url/url_io.h"
 #include "pkg/catalogs.h"
 #include "pkg/list_files.h"
+#include "pkg/list_origin.h"
 #include "pkg/list_signature.h"
 #include "pkg/remote_io_log.h"
 
@@ -53,9 +55,14 @@ bool is_proven(core_context& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-framework::HttpAnswer open_document(core_context& context, const std::string& url) {
+using conditions_t = std::vector<std::pair<std::string, std::string>>;
+
+framework::HttpAnswer open_document(core_context& context, const std::string& url,
+                                    conditions_t conditions = {}) {
   framework::HttpRequest request;
   request.url = url;
+  request.is_conditional = !conditions.empty();
+  request.headers = std::move(conditions);
   request.trace_log = open_remote_io_log(context, "update");
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
   return context.get(request);
@@ -67,10 +74,10 @@ Result<std::string> read_document(const framework::HttpAnswer& response, std::ui
   return framework::read_all(**response, kArchiveBuffer, limit, shown_url);
 }
 
-// The bytes of the archive, proven; nothing after reporting what went wrong.
-std::optional<std::string> fetch_archive(core_context& context, const std::string& url,
-                                         const std::string& shown_url) {
-  const framework::HttpAnswer response = open_document(context, url);
+// The bytes of the archive in an answer, proven; nothing after reporting what went wrong.
+std::optional<std::string> read_archive(core_context& context,
+                                        const framework::HttpAnswer& response,
+                                        const std::string& url, const std::string& shown_url) {
   Result<std::string> archive = read_document(response, kArchiveLimit, shown_url);
   if (!archive) {
     context.reporter().report(archive.error());
@@ -128,22 +135,31 @@ bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
   return !current || !current->build_number() || *build_number > *current->build_number();
 }
 
-// Puts the list of a proven archive in place, see write_pkg_information().
-bool take_over(core_context& context, std::string archive, const std::string& shown_url) {
+// The list in a proven archive; nothing after reporting what went wrong.
+std::optional<pkgs_available_t> read_new_list(core_context& context, std::string archive,
+                                              const std::string& shown_url) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   Result<std::string> list = unpack(context, std::move(archive), shown_url);
   if (!list) {
     context.reporter().report(list.error());
-    return context.fail(msg::Code::update_pkg_store_information, pkgtype);
+    context.fail(msg::Code::update_pkg_store_information, pkgtype);
+    return std::nullopt;
   }
   read_list_t document = parse_list(std::move(*list));
   if (!document) {
-    return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
-                        member_url(context, shown_url) + ": " + document.error());
+    context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
+                 member_url(context, shown_url) + ": " + document.error());
+    return std::nullopt;
   }
   // The list that is written keeps what is named here.
   warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
-  return write_pkg_information(context, std::move(*document));
+  return std::move(*document);
+}
+
+// Says that the list on the disk is the newest one, and brings the catalogs up to date.
+bool keep_list(core_context& context) {
+  context.log(msg::Code::log_pkgs_available_up_to_date, msg::kLevelProgress, {context.pkgtype()});
+  return update_catalogs(context);
 }
 
 }  // namespace
@@ -184,7 +200,7 @@ std::optional<std::string> bootstrap_store(core_context& context) {
   }
 }
 
-bool update_store_information(core_context& context, bool force) {
+bool update_store_information(core_context& context, bool force, bool always) {
   const msg::Arguments pkgtype = {context.pkgtype()};
   if (force ? !context.has_folders() : !context.is_initialised()) {
     return context.fail(msg::Code::not_initialized, pkgtype);
@@ -198,8 +214,19 @@ bool update_store_information(core_context& context, bool force) {
   // A store URL ends with a slash, so no separator is added.
   const std::string url = *store + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
-  std::optional<std::string> archive = fetch_archive(context, url, shown_url);
-  return archive && take_over(context, std::move(*archive), shown_url);
+  const framework::HttpAnswer answer =
+      open_document(context, url, always ? conditions_t() : conditions_for(context, url));
+  if (answer && (*answer)->is_unchanged()) return keep_list(context);
+  // The answer itself goes with the next request.
+  const framework::HttpHeaders headers = answer ? (*answer)->headers() : framework::HttpHeaders();
+  std::optional<std::string> archive = read_archive(context, answer, url, shown_url);
+  if (!archive) return false;
+  std::optional<pkgs_available_t> list = read_new_list(context, std::move(*archive), shown_url);
+  if (!list) return false;
+  const std::optional<std::int64_t> build_number = list->build_number();
+  if (!write_pkg_information(context, std::move(*list))) return false;
+  note_list_origin(context, url, headers, build_number);
+  return true;
 }
 
 bool update_from_archive(core_context& context, std::string_view path) {
@@ -223,21 +250,21 @@ bool update_from_archive(core_context& context, std::string_view path) {
         framework::path_from_utf8(name + std::string(framework::kSignatureSuffix)),
         framework::kSignatureLimit);
   };
-  return is_proven(context, headers, name, *archive) &&
-         is_signed(context, *archive, name, read_signature) &&
-         take_over(context, std::move(*archive), name);
+  if (!is_proven(context, headers, name, *archive) ||
+      !is_signed(context, *archive, name, read_signature)) {
+    return false;
+  }
+  std::optional<pkgs_available_t> list = read_new_list(context, std::move(*archive), name);
+  return list && write_pkg_information(context, std::move(*list));
 }
 
 bool write_pkg_information(core_context& context, pkgs_available_t list) {
   const msg::Arguments pkgtype = {context.pkgtype()};
-  if (is_newer(list.build_number(), context)) {
-    context.log(msg::Code::log_update_pkg_available, msg::kLevelProgress, pkgtype);
-    keep_vanished(context, list);
-    if (!write_available(context, list)) return false;
-    context.log(msg::Code::log_update_pkg_catalogs, msg::kLevelProgress, pkgtype);
-  } else {
-    context.log(msg::Code::log_pkgs_available_up_to_date, msg::kLevelProgress, pkgtype);
-  }
+  if (!is_newer(list.build_number(), context)) return keep_list(context);
+  context.log(msg::Code::log_update_pkg_available, msg::kLevelProgress, pkgtype);
+  keep_vanished(context, list);
+  if (!write_available(context, list)) return false;
+  context.log(msg::Code::log_update_pkg_catalogs, msg::kLevelProgress, pkgtype);
   return update_catalogs(context);
 }
 

@@ -16,9 +16,10 @@ std::optional<std::string> bootstrap_store(core_context& context);
 
 /// Fetches the list of available packages, proves it by its digest, and by its signature where the
 /// options name a key, puts it in place if it is newer and brings the catalogs up to date. Unless
-/// `force`, the cache must be initialised; with it, known folders are enough. Throws
+/// `force`, the cache must be initialised; with it, known folders are enough. The store need not
+/// send a list that has not changed, unless it is `always` to be fetched. Throws
 /// framework::JsonError for a bad option.
-bool update_store_information(core_context& context, bool force);
+bool update_store_information(core_context& context, bool force, bool always = false);
 
 /// The same from an archive on the disk instead of the store's, proved by the digest in the file
 /// beside it, whose name has ".sha256" behind that of the archive, and the signature in one with

@@ -317,6 +317,83 @@ TEST_F(StoreTest, GoodSignaturesOfAnyKeyAndFormAreTaken) {
   EXPECT_THAT(take_requests(), ElementsAre("GET /bootstrap", std::string("GET ") + kArchive));
 }
 
+class UnchangedListTest : public StoreTest {
+ protected:
+  void publish_build(int number, const decltype(demo::Reply::headers)& headers) {
+    const std::string list = R"({"_META":{"build_number":)" + std::to_string(number) + "}}";
+    server_.serve(kArchive, demo::Reply::bytes(make_zip({{"pkgs-available.json", list}}), headers));
+  }
+  // What the update asked for the list with; "whole" without a condition.
+  std::string update(bool always = false) {
+    EXPECT_TRUE(cache().update_store_information(true, always));
+    EXPECT_THAT(take_messages(), IsEmpty());
+    const demo::ServedRequest request = server_.requests().back();
+    EXPECT_EQ(request.path, kArchive);
+    for (const char* name : {"If-None-Match", "If-Modified-Since"}) {
+      const auto header = request.headers.find(name);
+      if (header != request.headers.end()) return std::string(name) + ": " + header->second;
+    }
+    return "whole";
+  }
+  std::filesystem::path origin() { return cache_file("list-origin.json"); }
+};
+
+TEST_F(UnchangedListTest, IsNotSentAgain) {
+  publish({{"a-1.0.0", {}}});
+  publish_build(1, {{"ETag", "\"one\""}, {"Last-Modified", "Sun, 22 Nov 2026 10:00:00 GMT"}});
+  EXPECT_EQ(update(), "whole");
+  std::filesystem::remove(cache_file("catalog.xml"));
+  take_log();
+  EXPECT_EQ(update(), "If-None-Match: \"one\"");
+  EXPECT_EQ(take_log().back(), "XML Schema information already up to date.");
+  EXPECT_TRUE(std::filesystem::exists(cache_file("catalog.xml")));
+  EXPECT_EQ(update(true), "whole") << "when told so";
+
+  publish_build(2, {{"Last-Modified", "Sun, 22 Nov 2026 11:00:00 GMT"}});
+  EXPECT_EQ(update(), "If-None-Match: \"one\"") << "and gets the new one";
+  EXPECT_THAT(file_text(cache_file("pkgs-available.json")), testing::HasSubstr(":2"));
+  EXPECT_EQ(update(), "If-Modified-Since: Sun, 22 Nov 2026 11:00:00 GMT");
+
+  publish_build(3, {});
+  update();
+  EXPECT_EQ(update(), "whole") << "without anything to name it by";
+}
+
+TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
+  publish({{"a-1.0.0", {}}});
+  publish_build(5, {{"ETag", "\"five\""}});
+  update();
+  ASSERT_EQ(update(), "If-None-Match: \"five\"");
+  const std::string good = file_text(origin());
+  const auto with = [&](const std::string& from, const std::string& to) {
+    std::string text = good;
+    EXPECT_NE(text.find(from), std::string::npos) << text;
+    return text.replace(text.find(from), from.size(), to);
+  };
+  for (const std::string& odd :
+       {std::string(), std::string("["), std::string("[]"), good.substr(0, good.size() / 2),
+        with("/store/", "/other/"), with(":5", ":\"5\""), with("five", "fi\\r\\nHost: x"),
+        with("five", std::string(2000, 'x'))}) {
+    write_text(origin(), odd);
+    EXPECT_EQ(update(), "whole") << odd;
+    EXPECT_EQ(file_text(origin()), good) << odd;
+  }
+  for (const char* list : {"{", "{}", R"({"_META":{"build_number":4}})"}) {
+    write_text(cache_file("pkgs-available.json"), list);
+    EXPECT_EQ(update(), "whole") << list;
+  }
+  // What is on the disk is newer than what the store has: nothing says where it came from.
+  write_text(cache_file("pkgs-available.json"), R"({"_META":{"build_number":6}})");
+  EXPECT_EQ(update(), "whole");
+  EXPECT_EQ(update(), "whole");
+
+  // Whoever has not been asked whether something has changed cannot know.
+  server_.serve(kArchive, demo::Reply::with_status(304));
+  EXPECT_FALSE(cache().update_store_information(true));
+  EXPECT_THAT(take_messages(),
+              ElementsAre("io_error", "update_pkg_store_information pkgtype=XML Schema"));
+}
+
 TEST_F(StoreTest, SinksMayBeAbsent) {
   publish({{"a-1.0.0", {}}});
   pkg::pkg_cache_t silent = silent_cache();

@@ -48,11 +48,17 @@ class CurlTransport final : public HttpTransport {
 /// as it does before its next request and at its end.
 class CurlResponse final : public HttpResponse {
  public:
-  CurlResponse(CurlTransport& transport, std::string url, HttpHeaders headers, std::int64_t size)
-      : transport_(&transport), url_(std::move(url)), headers_(std::move(headers)), size_(size) {}
+  CurlResponse(CurlTransport& transport, std::string url, HttpHeaders headers, std::int64_t size,
+               bool is_unchanged)
+      : transport_(&transport),
+        url_(std::move(url)),
+        headers_(std::move(headers)),
+        size_(size),
+        is_unchanged_(is_unchanged) {}
   ~CurlResponse() override { close(); }
 
   [[nodiscard]] const HttpHeaders& headers() const override { return headers_; }
+  [[nodiscard]] bool is_unchanged() const override { return is_unchanged_; }
   [[nodiscard]] const IoError& error() const override { return error_; }
   bool open(std::string_view) override { return refuse("an answer cannot be opened again"); }
   void close() override {
@@ -89,6 +95,7 @@ class CurlResponse final : public HttpResponse {
   std::string url_;
   HttpHeaders headers_;
   std::int64_t size_;
+  bool is_unchanged_;
   IoError error_;
   bool at_end_ = false;
 };
@@ -107,7 +114,8 @@ HttpAnswer CurlTransport::get(const HttpRequest& request) {
   SendResult sent = send(request, nullptr);
   if (sent.status == 0) return tl::unexpected(std::move(sent.error));
   Exchange& exchange = sender_.current();
-  if (sent.status != 200) {
+  const bool is_unchanged = request.is_conditional && sent.status == 304;
+  if (sent.status != 200 && !is_unchanged) {
     IoError error = exchange.fail("HTTP status " + std::to_string(sent.status));
     sender_.drain();
     end();
@@ -122,8 +130,8 @@ HttpAnswer CurlTransport::get(const HttpRequest& request) {
   }
   size_limit_ = request.size_limit;
   sender_.read_ahead();
-  auto response =
-      std::make_shared<CurlResponse>(*this, transfer().url, std::move(transfer().headers), size);
+  auto response = std::make_shared<CurlResponse>(*this, transfer().url,
+                                                 std::move(transfer().headers), size, is_unchanged);
   response_ = response.get();
   return response;
 }

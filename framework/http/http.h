@@ -33,6 +33,8 @@ inline constexpr int kTraceEverything = 7;  ///< also the size of every block of
 struct HttpRequest {
   std::string url;
   std::vector<std::pair<std::string, std::string>> headers;  ///< extra request headers
+  /// Whether the answer may be that nothing has changed, see HttpResponse::is_unchanged().
+  bool is_conditional = false;
   /// Bytes of the body that are taken; an answer that has or announces more fails.
   std::uint64_t size_limit = std::uint64_t{4} << 30;
   std::shared_ptr<IOImpl_base> trace_log;  ///< what the trace is appended to; null: no trace
@@ -44,6 +46,9 @@ struct HttpRequest {
 class HttpResponse : public IOImpl_base {
  public:
   [[nodiscard]] virtual const HttpHeaders& headers() const = 0;
+  /// Whether it says, without a body, that what was asked for is what the conditions of the request
+  /// name (status 304; RFC 9110, section 13).
+  [[nodiscard]] virtual bool is_unchanged() const { return false; }
 };
 
 /// An answer, never null.
@@ -60,9 +65,10 @@ class HttpTransport {
  public:
   virtual ~HttpTransport() = default;
 
-  /// GETs a URL and returns its answer once the headers have arrived with status 200; any other
-  /// status is a failure. Redirects are followed (10 at most, http or https only, never from https
-  /// to http). The body is read from the answer as it arrives, in constant memory.
+  /// GETs a URL and returns its answer once the headers have arrived with status 200, or 304 where
+  /// the request is conditional; any other status is a failure. Redirects are followed (10 at most,
+  /// http or https only, never from https to http). The body is read from the answer as it arrives,
+  /// in constant memory.
   virtual HttpAnswer get(const HttpRequest& request) = 0;
 
   /// POSTs `body`. Waits 2 s at most after it is sent, for the answer, whose status does not

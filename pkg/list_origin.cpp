@@ -1,0 +1,100 @@
+#include "pkg/list_origin.h"
+
+#include <algorithm>
+
+#include "app/options/options.h"
+#include "framework/text/json.h"
+#include "pkg/list_files.h"
+#include "pkg/replace_file.h"
+
+namespace zendro::pkg {
+namespace {
+
+constexpr std::string_view kFile = "list-origin.json";
+constexpr std::uint64_t kFileLimit = 64ull << 10;
+// More than any server sends; what has to be asked with must fit into a request.
+constexpr std::size_t kLongestValue = 1024;
+
+constexpr std::string_view kUrl = "url";
+constexpr std::string_view kBuildNumber = "build_number";
+constexpr std::string_view kPublicKey = "public_key";
+constexpr std::string_view kETag = "ETag";
+constexpr std::string_view kLastModified = "Last-Modified";
+
+// Whether a value can stand in a header of a request (RFC 9110, section 5.5).
+bool is_sendable(std::string_view value) {
+  return !value.empty() && value.size() <= kLongestValue &&
+         std::all_of(value.begin(), value.end(), [](char c) { return c >= 0x20 && c != 0x7F; });
+}
+
+// The text of a member; empty where there is none.
+std::string text_of(const json::object& map, std::string_view name) {
+  const json::value* value = map.if_contains(name);
+  return value != nullptr && value->is_string() ? std::string(framework::as_string(*value)) : "";
+}
+
+std::string public_key(const core_context& context) {
+  const json::value key = app::get_store_public_key(&context.options());
+  return key.is_string() ? std::string(framework::as_string(key)) : "";
+}
+
+std::optional<std::int64_t> build_number_on_disk(core_context& context) {
+  const read_list_t list = read_list(context.cache_folder(), context.available_name());
+  return list ? list->build_number() : std::nullopt;
+}
+
+std::optional<json::object> read_origin(core_context& context) {
+  const borrowed_folder folder = context.cache_folder().open();
+  if (!folder) return std::nullopt;
+  const framework::Result<std::string> text = (*folder)->read_file(kFile, kFileLimit);
+  if (!text) return std::nullopt;
+  framework::ParsedJson document = framework::parse_json(*text);
+  if (!document || !document->is_object()) return std::nullopt;
+  return std::move(document->get_object());
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> conditions_for(core_context& context,
+                                                                const std::string& url) {
+  const std::optional<json::object> origin = read_origin(context);
+  if (!origin || text_of(*origin, kUrl) != url ||
+      text_of(*origin, kPublicKey) != public_key(context)) {
+    return {};
+  }
+  const json::value* build_number = origin->if_contains(kBuildNumber);
+  if (build_number == nullptr || !build_number->is_int64() ||
+      build_number_on_disk(context) != build_number->get_int64()) {
+    return {};
+  }
+  std::vector<std::pair<std::string, std::string>> conditions;
+  const std::string etag = text_of(*origin, kETag);
+  const std::string last_modified = text_of(*origin, kLastModified);
+  if (is_sendable(etag)) conditions.emplace_back("If-None-Match", etag);
+  // Only where there is no better one: what is published twice within a second has the same date.
+  else if (is_sendable(last_modified))
+    conditions.emplace_back("If-Modified-Since", last_modified);
+  return conditions;
+}
+
+void note_list_origin(core_context& context, const std::string& url,
+                      const framework::HttpHeaders& headers,
+                      std::optional<std::int64_t> build_number) {
+  json::object origin;
+  for (const std::string_view name : {kETag, kLastModified}) {
+    const auto header = headers.find(name);
+    if (header != headers.end() && is_sendable(header->second)) origin[name] = header->second;
+  }
+  if (origin.empty() || !build_number || build_number_on_disk(context) != build_number) return;
+  origin[kUrl] = url;
+  origin[kBuildNumber] = *build_number;
+  origin[kPublicKey] = public_key(context);
+  std::string text;
+  framework::JsonWriter(text).append(origin);
+  const std::optional<json::object> noted = read_origin(context);
+  if (noted && *noted == origin) return;
+  message_reporter unheard({});
+  replace_file(context.cache_folder(), kFile, text + "\n", unheard);
+}
+
+}  // namespace zendro::pkg

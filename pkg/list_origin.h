@@ -1,0 +1,33 @@
+// Which archive of a store the list of available packages came from, as HTTP tells the versions of
+// a document apart (RFC 9110, section 8.8): so the store need not send again what has not changed.
+//
+// Kept in a file of its own in the cache root; losing it costs one download.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "pkg/core_context.h"
+#include "pkg/package_list.h"
+
+namespace zendro::pkg {
+
+/// The request headers (RFC 9110, section 13.1) with which `url` is asked for only if its archive
+/// is another one than that of the list on the disk. None where that is not sure: where the list
+/// cannot be read, came from elsewhere, has not the build number of that archive, or where another
+/// public key than today's has proved it.
+std::vector<std::pair<std::string, std::string>> conditions_for(core_context& context,
+                                                                const std::string& url);
+
+/// Takes note that the list on the disk came from `url`, with the headers of its answer. Nothing is
+/// noted where these do not tell versions apart, or where that list has not the build number
+/// `read` from the archive. Failures are not told, since nothing depends on it.
+void note_list_origin(core_context& context, const std::string& url,
+                      const framework::HttpHeaders& headers,
+                      std::optional<std::int64_t> build_number);
+
+}  // namespace zendro::pkg
