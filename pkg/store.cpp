@@ -6,11 +6,13 @@
 
 #include "app/options/options.h"
 #include "framework/io/digest.h"
+#include "framework/sign/signature.h"
 #include "framework/system/files.h"
 #include "framework/url/loggable.h"
 #include "framework/url/url_io.h"
 #include "pkg/catalogs.h"
 #include "pkg/list_files.h"
+#include "pkg/list_signature.h"
 #include "pkg/remote_io_log.h"
 
 namespace zendro::pkg {
@@ -40,23 +42,39 @@ bool is_proven(core_context& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-// The bytes of the archive, proven; nothing after reporting what went wrong.
-std::optional<std::string> fetch_archive(core_context& context, const std::string& url,
-                                         const std::string& shown_url) {
+framework::HttpAnswer open_document(core_context& context, const std::string& url) {
   framework::HttpRequest request;
   request.url = url;
   request.trace_log = open_remote_io_log(context, "update");
   if (app::is_staging()) request.trace_level = framework::kTraceEverything;
-  const framework::HttpAnswer response = context.get(request);
-  Result<std::string> archive =
-      response ? framework::read_all(**response, kArchiveBuffer, kArchiveLimit, shown_url)
-               : tl::unexpected(response.error());
+  return context.get(request);
+}
+
+Result<std::string> read_document(const framework::HttpAnswer& response, std::uint64_t limit,
+                                  const std::string& shown_url) {
+  if (!response) return tl::unexpected(response.error());
+  return framework::read_all(**response, kArchiveBuffer, limit, shown_url);
+}
+
+// The bytes of the archive, proven; nothing after reporting what went wrong.
+std::optional<std::string> fetch_archive(core_context& context, const std::string& url,
+                                         const std::string& shown_url) {
+  const framework::HttpAnswer response = open_document(context, url);
+  Result<std::string> archive = read_document(response, kArchiveLimit, shown_url);
   if (!archive) {
     context.reporter().report(archive.error());
     context.fail(msg::Code::update_pkg_store_information, {context.pkgtype()});
     return std::nullopt;
   }
-  if (!is_proven(context, (*response)->headers(), shown_url, *archive)) return std::nullopt;
+  const auto fetch_signature = [&]() -> Result<std::string> {
+    const std::string suffix(framework::kSignatureSuffix);
+    return read_document(open_document(context, url + suffix), framework::kSignatureLimit,
+                         shown_url + suffix);
+  };
+  if (!is_proven(context, (*response)->headers(), shown_url, *archive) ||
+      !is_signed(context, *archive, shown_url, fetch_signature)) {
+    return std::nullopt;
+  }
   return std::move(*archive);
 }
 
@@ -195,7 +213,13 @@ bool update_from_archive(core_context& context, std::string_view path) {
   const framework::HttpHeaders headers = {{std::string(kDigestHeader), digest->substr(0, digits)}};
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
+  const auto read_signature = [&name] {
+    return framework::read_file(
+        framework::path_from_utf8(name + std::string(framework::kSignatureSuffix)),
+        framework::kSignatureLimit);
+  };
   return is_proven(context, headers, name, *archive) &&
+         is_signed(context, *archive, name, read_signature) &&
          take_over(context, std::move(*archive), name);
 }
 

@@ -29,13 +29,15 @@ framework::Result<std::string> unpack_list(std::string archive, std::string_view
 /// none.
 std::optional<std::string> bootstrap_store(core_context& context);
 
-/// Fetches the list of available packages, proves it by its digest, puts it in place if it is newer
-/// and brings the catalogs up to date. Unless `force`, the cache must be initialised; with it,
-/// known folders are enough. Throws framework::JsonError for a bad option.
+/// Fetches the list of available packages, proves it by its digest, and by its signature where the
+/// options name a key, puts it in place if it is newer and brings the catalogs up to date. Unless
+/// `force`, the cache must be initialised; with it, known folders are enough. Throws
+/// framework::JsonError for a bad option.
 bool update_store_information(core_context& context, bool force);
 
 /// The same from an archive on the disk instead of the store's, proved by the digest in the file
-/// beside it, whose name has ".sha256" behind that of the archive.
+/// beside it, whose name has ".sha256" behind that of the archive, and the signature in one with
+/// ".minisig".
 bool update_from_archive(core_context& context, std::string_view path);
 
 /// Replaces the list of available packages by `list` unless the one in place has at least its build
