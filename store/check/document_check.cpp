@@ -136,9 +136,11 @@ class Checker {
     // With errors a document may have been looked at but superficially.
     compiled_.insert(url);
     if (compilation.is_whole) compiled_.merge(loaded_);
+    bool has_skipped = false;
     for (const CompilerMessage& message : compilation.messages) {
+      has_skipped = has_skipped || message.kind == CompilerMessage::Kind::skipped;
       if (message.kind != CompilerMessage::Kind::error || is_consequence(message.text)) continue;
-      report_message(message);
+      report_message(message, has_skipped);
     }
   }
 
@@ -149,9 +151,14 @@ class Checker {
     });
   }
 
-  void report_message(const CompilerMessage& message) {
+  void report_message(const CompilerMessage& message, bool has_skipped) {
     const auto place = resolver_.find_uri(message.place.url);
     Finding finding{Severity::error, own_.identity, {}, message.place.line, message.text, {}};
+    if (message.text.find("does not resolve") != std::string::npos) {
+      finding.advice = has_skipped
+                           ? "import one document of each namespace, which includes the others"
+                           : "declare it, or import the document that does";
+    }
     if (place) {
       finding.file = shown_path(place->path);
       // It is found there as well.
