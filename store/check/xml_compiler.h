@@ -7,8 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include <tl/expected.hpp>
-
 namespace zendro::store {
 
 /// A place in a document. The line counts from 1; 0 stands for the whole.
