@@ -34,7 +34,8 @@ SendResult RequestSender::send(const HttpRequest& request, const std::string_vie
   end();
   driver_.begin_request();
   const RequestUrl url = http_request_url(request.url);
-  const bool is_plain = body == nullptr && request.headers.empty() && request.trace_log == nullptr;
+  const bool is_plain = body == nullptr && request.headers.empty() &&
+                        request.trace_log == nullptr && !request.any_status;
   const bool is_sent = is_plain && url && take_early(*url);
   if (!is_sent) {
     if (request.trace_log != nullptr) current_->trace_to(request.trace_log, request.trace_level);
@@ -75,7 +76,7 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
     const bool in_turn = !std::exchange(is_sent, false);
     if (in_turn) {
       const bool is_trusted = redirects == 0 || same_origin(first_url, current_->transfer().url);
-      pool_.start(*current_, request, body, is_trusted);
+      pool_.start(*current_, request, {.body = body, .with_credentials = is_trusted});
     }
     await_answer(body, result);
     const Transfer& answer = current_->transfer();
