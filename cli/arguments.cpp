@@ -2,14 +2,10 @@
 
 #include <algorithm>
 #include <memory>
-#include <ostream>
 
 #include <CLI/CLI.hpp>
 
 #include "app/options/package_types.h"
-#include "framework/text/version.h"
-
-#include "cli/exit_status.h"
 
 namespace zendro::cli {
 namespace {
@@ -23,12 +19,10 @@ void add_global(CLI::App& app, Arguments& to) {
       ->check(CLI::IsMember(types));
   app.add_option("--root", to.root, "Folder of the packages, instead of the machine's")
       ->type_name("DIR");
-  app.add_flag("--json", to.json, "Write JSON, one object a line");
-  auto* quiet = app.add_flag("-q,--quiet", to.quiet, "Show results and errors only");
-  app.add_flag("-v,--verbose", to.verbose, "Show every step")->excludes(quiet);
+  console::add_output_options(app, to);
   app.add_flag("-y,--yes", to.yes, "Do what is announced without asking");
   app.add_flag("--no-wait", to.no_wait, "Fail where another operation is at work");
-  app.set_version_flag("--version", "zendro " + std::string(framework::program_version()));
+  console::add_version(app);
 }
 
 void add_reading(CLI::App& app, Arguments& to) {
@@ -60,10 +54,7 @@ void add_reading(CLI::App& app, Arguments& to) {
       ->required()
       ->type_name("URL");
   app.add_subcommand("lock", "Write what is installed, with all digests, as a lock document");
-  CLI::App* completion = app.add_subcommand("completion", "Print what completes words in a shell");
-  completion->add_option("shell", to.shell, "bash, zsh, fish or powershell")
-      ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish", "powershell"}));
+  console::add_completion(app, to.shell);
   CLI::App* env = app.add_subcommand("env", "Print what points XML tools at the catalogs");
   env->add_option("--shell", to.shell, "bash, powershell or json")
       ->check(CLI::IsMember({"bash", "powershell", "json"}));
@@ -105,17 +96,12 @@ void add_changing(CLI::App& app, Arguments& to) {
 }
 
 std::unique_ptr<CLI::App> make_app(Arguments& to) {
-  auto app = std::make_unique<CLI::App>(
+  auto app = console::make_app(
       "Installs, patches and removes XML Schema packages and XBRL taxonomies", "zendro");
-  app->set_help_flag("-h,--help", "Show this help");
-  app->require_subcommand(0, 1);  // whether there is one is looked at once all words are known
   add_global(*app, to);
   add_changing(*app, to);
   add_reading(*app, to);
-  // What belongs to every command may stand behind it as well.
-  for (CLI::App* command : app->get_subcommands([](CLI::App*) { return true; })) {
-    command->fallthrough();
-  }
+  console::let_options_follow(*app);
   return app;
 }
 
@@ -126,47 +112,17 @@ void mark_public_identifiers(std::vector<std::string>& words) {
   if (first != words.end()) words.insert(first, "--");
 }
 
-std::vector<std::string> options_of(const CLI::App& app) {
-  std::vector<std::string> options;
-  for (const CLI::Option* option : app.get_options()) {
-    for (const std::string& name : option->get_snames()) options.push_back("-" + name);
-    for (const std::string& name : option->get_lnames()) options.push_back("--" + name);
-  }
-  for (const CLI::App* group : app.get_subcommands([](const CLI::App*) { return true; })) {
-    if (!group->get_name().empty()) continue;
-    for (std::string& option : options_of(*group)) options.push_back(std::move(option));
-  }
-  return options;
-}
-
 }  // namespace
 
 std::optional<int> parse_arguments(std::vector<std::string> words, Arguments& arguments,
                                    std::ostream& out, std::ostream& err) {
-  const std::unique_ptr<CLI::App> app = make_app(arguments);
-  try {
-    mark_public_identifiers(words);
-    std::reverse(words.begin(), words.end());  // as the library takes them
-    app->parse(words);
-  } catch (const CLI::ParseError& error) {
-    return app->exit(error, out, err) == 0 ? kDone : kUsage;
-  }
-  if (app->get_subcommands().empty()) {
-    err << app->help();
-    return kUsage;
-  }
-  arguments.command = app->get_subcommands().front()->get_name();
-  return std::nullopt;
+  mark_public_identifiers(words);
+  return console::parse_words(*make_app(arguments), std::move(words), arguments.command, out, err);
 }
 
-std::vector<CommandGrammar> command_grammar() {
+std::vector<console::CommandGrammar> command_grammar() {
   Arguments unused;
-  const std::unique_ptr<CLI::App> app = make_app(unused);
-  std::vector<CommandGrammar> all{{"", app->get_description(), options_of(*app)}};
-  for (const CLI::App* command : app->get_subcommands([](CLI::App*) { return true; })) {
-    all.push_back({command->get_name(), command->get_description(), options_of(*command)});
-  }
-  return all;
+  return console::commands_of(*make_app(unused));
 }
 
 }  // namespace zendro::cli

@@ -6,19 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "console/grammar.h"
+
 namespace zendro::cli {
 
 enum class Listed { all, installed, upgradeable, available };
 
-struct Arguments {
+struct Arguments : console::OutputStyle {
   std::string command;  ///< "install", ...
 
   // Of every command.
   std::string type = "xsd";
   std::string root;  ///< empty: the machine's
-  bool json = false;
-  bool quiet = false;
-  bool verbose = false;
   bool yes = false;
   bool no_wait = false;
 
@@ -39,12 +38,6 @@ struct Arguments {
 std::optional<int> parse_arguments(std::vector<std::string> words, Arguments& arguments,
                                    std::ostream& out, std::ostream& err);
 
-/// A command as a shell completes it.
-struct CommandGrammar {
-  std::string name;  ///< empty: what stands before a command
-  std::string description;
-  std::vector<std::string> options;  ///< with their dashes
-};
-std::vector<CommandGrammar> command_grammar();
+std::vector<console::CommandGrammar> command_grammar();
 
 }  // namespace zendro::cli

@@ -1,9 +1,8 @@
-#include "cli/program.h"
+#include "console/program.h"
 
 #include <filesystem>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <string>
 
 #include <tl/expected.hpp>
@@ -11,16 +10,13 @@
 #include "app/options/options.h"
 #include "app/options/options_file.h"
 #include "app/options/package_types.h"
-#include "framework/system/broken_pipe.h"
 #include "framework/system/files.h"
-#include "framework/system/guarded.h"
 #include "pkg/active_types.h"
 
 #include "cli/arguments.h"
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
 #include "cli/session.h"
-#include "cli/terminal.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {
@@ -53,7 +49,7 @@ int run(const Arguments& arguments) {
     Output output(arguments);
     output.error(Text::options_unreadable,
                  {named(L"path", path), named(L"cause", options.error())});
-    return output.end(kFailed);
+    return output.end(console::kFailed);
   }
   app::set_type(*options, arguments.type);
   if (arguments.keep_references) app::set_keep_references(*options, true);
@@ -64,20 +60,10 @@ int run(const Arguments& arguments) {
 }
 
 }  // namespace
-
-int run_program(const std::vector<std::string>& arguments) {
-  const std::shared_ptr<void> console = set_console_up();
-  framework::ignore_broken_pipes();
-  int status = kFailed;
-  framework::guarded(
-      [&] {
-        Arguments parsed;
-        const auto end =
-            parse_arguments({arguments.begin() + 1, arguments.end()}, parsed, std::cout, std::cerr);
-        status = end ? *end : run(parsed);
-      },
-      [](const std::string& failure) { std::cerr << failure << '\n'; });
-  return status;
-}
-
 }  // namespace zendro::cli
+
+int zendro::console::run(const std::vector<std::string>& words) {
+  cli::Arguments arguments;
+  const auto end = cli::parse_arguments(words, arguments, std::cout, std::cerr);
+  return end ? *end : cli::run(arguments);
+}

@@ -5,10 +5,10 @@
 #include "framework/text/utf8.h"
 #include "msg/logger.h"
 
-#include "cli/exit_status.h"
 #include "cli/plan_view.h"
-#include "cli/terminal.h"
 #include "cli/write_right.h"
+#include "console/exit_status.h"
+#include "console/terminal.h"
 
 namespace zendro::cli {
 namespace {
@@ -42,7 +42,7 @@ Session::Session(const Arguments& arguments, const json::object& options)
   cache_.set_wait_sink([this](const std::optional<pkg::waiting_t>& other) { on_wait(other); });
   cache_.set_plan_sink([this](const pkg::plan_t& plan) { return agree(plan); });
   cache_.set_stop_token(stop_.get_token());
-  interrupts_ = std::make_unique<Interrupts>([this] { on_interrupt(); });
+  interrupts_ = std::make_unique<console::Interrupts>([this] { on_interrupt(); });
 }
 
 Session::~Session() { interrupts_.reset(); }
@@ -57,15 +57,15 @@ int Session::change(const std::function<bool(pkg::pkg_cache_t&)>& operation) {
   if (!root.empty() && !arguments_.dry_run) {
     if (const auto denied = folder_without_right(framework::path_from_utf8(root))) {
       output_.error(Text::no_right, {named(L"path", framework::path_to_utf8(*denied))});
-      return kFailed;
+      return console::kFailed;
     }
   }
   return status_of_change(operation(cache_));
 }
 
 int Session::status_of(bool done) const {
-  if (stop_.stop_requested()) return kInterrupted;
-  return done ? kDone : kFailed;
+  if (stop_.stop_requested()) return console::kInterrupted;
+  return done ? console::kDone : console::kFailed;
 }
 
 int Session::status_of_change(bool done) {
@@ -74,12 +74,12 @@ int Session::status_of_change(bool done) {
     const std::string path(root.is_string() ? framework::as_string(root) : std::string_view());
     output_.note(has_begun_ ? Text::interrupted : Text::interrupted_nothing,
                  {named(L"path", path)});
-    return kInterrupted;
+    return console::kInterrupted;
   }
-  if (is_dry_end_ || found_nothing_) return kDone;
-  if (is_refused_) return kRefused;
+  if (is_dry_end_ || found_nothing_) return console::kDone;
+  if (is_refused_) return console::kRefused;
   if (has_given_up_) output_.error(Text::does_not_wait);
-  return done ? kDone : kFailed;
+  return done ? console::kDone : console::kFailed;
 }
 
 // That there is nothing to be done is no failure here.
@@ -106,7 +106,7 @@ void Session::on_wait(const std::optional<pkg::waiting_t>& other) {
 void Session::on_interrupt() {
   if (is_asking_) {
     output_.note(Text::interrupted_nothing);
-    end_at_once(kInterrupted);
+    console::end_at_once(console::kInterrupted);
   }
   stop_.request_stop();
   if (!cache_.stop_waiting()) output_.note(Text::interrupting);
@@ -123,14 +123,15 @@ bool Session::agree(const pkg::plan_t& plan) {
 }
 
 bool Session::ask() {
-  if (arguments_.json || !is_terminal(Stream::input) || !is_terminal(Stream::error)) {
+  if (arguments_.json || !console::is_terminal(console::Stream::input) ||
+      !console::is_terminal(console::Stream::error)) {
     is_refused_ = true;
     output_.error(Text::refused);
     return false;
   }
   is_asking_ = true;
   output_.ask(Text::question);
-  const std::optional<std::string> answer = read_line();
+  const std::optional<std::string> answer = console::read_line();
   is_asking_ = false;
   if (answer && (answer->starts_with('y') || answer->starts_with('Y'))) return true;
   is_refused_ = true;

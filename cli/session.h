@@ -11,8 +11,8 @@
 #include "pkg/cache.h"
 
 #include "cli/arguments.h"
-#include "cli/interrupts.h"
 #include "cli/output.h"
+#include "console/interrupts.h"
 
 namespace zendro::cli {
 
@@ -53,7 +53,7 @@ class Session {
   bool is_refused_ = false;
   bool found_nothing_ = false;  ///< there was nothing of the kind to be removed
   bool has_given_up_ = false;   ///< did not want to wait
-  std::unique_ptr<Interrupts> interrupts_;
+  std::unique_ptr<console::Interrupts> interrupts_;
 };
 
 }  // namespace zendro::cli

@@ -17,9 +17,10 @@
 
 #include "demo/end_of_run.h"
 #include "demo/loopback_server.h"
-#include "demo/source_files.h"
 #include "framework/system/files.h"
 #include "framework/text/json.h"
+
+#include "store/source_files.h"
 
 namespace zendro::demo {
 
@@ -43,7 +44,7 @@ void serve_store(LoopbackServer& server, const fs::path& folder) {
     std::vector<std::pair<std::string, std::string>> headers;
     const fs::path digest = entry.path().string() + ".sha256";
     if (fs::exists(digest)) {
-      headers.emplace_back("x-amz-meta-sha256", read_whole_file(digest).substr(0, 64));
+      headers.emplace_back("x-amz-meta-sha256", store::read_whole_file(digest).substr(0, 64));
     }
     // The names in a demonstration store need no percent-encoding.
     server.serve("/" + base + entry.path().lexically_relative(folder).generic_string(),

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "demo/catalog_scan.h"
-#include "demo/dtd_scan.h"
-#include "demo/schema_scan.h"
 #include "demo/taxonomy_generator.h"
+
+#include "store/scan/catalog_scan.h"
+#include "store/scan/dtd_scan.h"
+#include "store/scan/schema_scan.h"
 
 namespace zendro::demo {
 
@@ -19,14 +20,16 @@ void take_copies(const SourceFolders& folders, Draft& draft) {
   const PackageRecipe& recipe = draft.recipe;
   for (const auto& copy : recipe.copies) {
     const std::string& path = copy.first;
-    if (find_file(draft.files, path) != nullptr) {
+    if (store::find_file(draft.files, path) != nullptr) {
       throw std::runtime_error("the copy " + path + " is there already");
     }
-    SourceFile file =
-        collect_files(folders.unpacked / recipe.source, recipe.folder, {copy.second}).front();
+    store::SourceFile file =
+        store::collect_files(folders.unpacked / recipe.source, recipe.folder, {copy.second})
+            .front();
     file.path = path;
-    const auto after = std::find_if(draft.files.begin(), draft.files.end(),
-                                    [&](const SourceFile& each) { return each.path > path; });
+    const auto after =
+        std::find_if(draft.files.begin(), draft.files.end(),
+                     [&](const store::SourceFile& each) { return each.path > path; });
     draft.files.insert(after, std::move(file));
   }
 }
@@ -39,7 +42,7 @@ void take_files(const SourceFolders& folders, Draft& draft) {
   }
   std::vector<std::string> patterns = recipe.members;
   patterns.insert(patterns.end(), recipe.support.begin(), recipe.support.end());
-  draft.files = collect_files(folders.unpacked / recipe.source, recipe.folder, patterns);
+  draft.files = store::collect_files(folders.unpacked / recipe.source, recipe.folder, patterns);
   take_copies(folders, draft);
 }
 
@@ -47,14 +50,14 @@ void take_files(const SourceFolders& folders, Draft& draft) {
 bool is_offered(const Draft& draft, std::string_view path) {
   return !draft.recipe.copies.contains(std::string(path)) &&
          std::none_of(draft.recipe.support.begin(), draft.recipe.support.end(),
-                      [&](const auto& pattern) { return path_matches(pattern, path); });
+                      [&](const auto& pattern) { return store::path_matches(pattern, path); });
 }
 
 void read_documents(Draft& draft) {
-  for (const SourceFile& file : draft.files) {
-    auto document = scan_schema(file);
+  for (const store::SourceFile& file : draft.files) {
+    auto document = store::scan_schema(file);
     if (!document) {
-      document = scan_dtd(file);
+      document = store::scan_dtd(file);
     }
     if (document) {
       draft.documents.push_back(std::move(*document));
@@ -63,18 +66,21 @@ void read_documents(Draft& draft) {
 }
 
 /// Of several schemas with one target namespace: whether one of the others takes this one in.
-bool is_part_of_another(const Draft& draft, const Document& part) {
-  return std::any_of(draft.documents.begin(), draft.documents.end(), [&](const Document& document) {
-    return document.path != part.path && document.xml_namespace == part.xml_namespace &&
-           std::any_of(document.demands.begin(), document.demands.end(), [&](const Demand& demand) {
-             return demand.xml_namespace.empty() &&
-                    resolve_path(document.path, demand.location) == part.path;
-           });
-  });
+bool is_part_of_another(const Draft& draft, const store::Document& part) {
+  return std::any_of(
+      draft.documents.begin(), draft.documents.end(), [&](const store::Document& document) {
+        return document.path != part.path && document.xml_namespace == part.xml_namespace &&
+               std::any_of(document.demands.begin(), document.demands.end(),
+                           [&](const store::Demand& demand) {
+                             return demand.xml_namespace.empty() &&
+                                    store::resolve_path(document.path, demand.location) ==
+                                        part.path;
+                           });
+      });
 }
 
 void offer_schemas(Draft& draft) {
-  for (const Document& document : draft.documents) {
+  for (const store::Document& document : draft.documents) {
     if (!is_offered(draft, document.path)) {
       continue;
     }
@@ -92,13 +98,13 @@ void offer_schemas(Draft& draft) {
 }
 
 bool is_there(const Draft& draft, const std::string& path) {
-  return path.ends_with('/') ? has_folder(draft.files, path)
-                             : find_file(draft.files, path) != nullptr;
+  return path.ends_with('/') ? store::has_folder(draft.files, path)
+                             : store::find_file(draft.files, path) != nullptr;
 }
 
-void offer_catalog(const SourceFile& catalog, Draft& draft) {
+void offer_catalog(const store::SourceFile& catalog, Draft& draft) {
   // A catalog may cover more than one package.
-  const CatalogEntries entries = scan_catalog(catalog);
+  const store::CatalogEntries entries = store::scan_catalog(catalog);
   for (const auto& [location, path] : entries.locations) {
     if (is_there(draft, path)) {
       draft.locations.emplace(location, path);
@@ -114,18 +120,21 @@ void offer_catalog(const SourceFile& catalog, Draft& draft) {
 void read_catalog(const SourceFolders& folders, Draft& draft) {
   const PackageRecipe& recipe = draft.recipe;
   if (!recipe.taxonomy.empty()) {
-    offer_catalog(*find_file(draft.files, taxonomy_meta_folder(recipe.identity) + "catalog.xml"),
-                  draft);
+    offer_catalog(
+        *store::find_file(draft.files, taxonomy_meta_folder(recipe.identity) + "catalog.xml"),
+        draft);
   } else if (!recipe.catalog.empty()) {
     offer_catalog(
-        collect_files(folders.unpacked / recipe.source, recipe.folder, {recipe.catalog}).front(),
+        store::collect_files(folders.unpacked / recipe.source, recipe.folder, {recipe.catalog})
+            .front(),
         draft);
   }
 }
 
 void describe_from_taxonomy_package(Draft& draft) {
   const std::string path = taxonomy_meta_folder(draft.recipe.identity) + "taxonomyPackage.xml";
-  TaxonomyPackage package = scan_taxonomy_package(*find_file(draft.files, path));
+  store::TaxonomyPackage package =
+      store::scan_taxonomy_package(*store::find_file(draft.files, path));
   draft.title = package.title;
   draft.description = package.description;
   draft.homepage = package.homepage;
@@ -136,17 +145,17 @@ void describe_from_taxonomy_package(Draft& draft) {
 void describe_from_main_document(Draft& draft) {
   const auto main =
       std::find_if(draft.documents.begin(), draft.documents.end(),
-                   [&](const Document& each) { return each.path == draft.recipe.main; });
+                   [&](const store::Document& each) { return each.path == draft.recipe.main; });
   if (main == draft.documents.end()) {
     throw std::runtime_error("no main document " + draft.recipe.main);
   }
-  draft.description = first_sentences(main->text, kDescriptionLength);
-  draft.homepage = first_url(main->text);
+  draft.description = store::first_sentences(main->text, kDescriptionLength);
+  draft.homepage = store::first_url(main->text);
   const auto public_id =
       std::find_if(draft.public_ids.begin(), draft.public_ids.end(),
                    [&](const auto& entry) { return entry.second == draft.recipe.main; });
   if (public_id != draft.public_ids.end()) {
-    draft.publisher = owner_of_public_id(public_id->first);
+    draft.publisher = store::owner_of_public_id(public_id->first);
   }
 }
 

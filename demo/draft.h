@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "demo/document.h"
 #include "demo/recipe.h"
-#include "demo/source_files.h"
-#include "demo/taxonomy_package_scan.h"
+
+#include "store/scan/document.h"
+#include "store/scan/taxonomy_package_scan.h"
+#include "store/source_files.h"
 
 namespace zendro::demo {
 
@@ -20,9 +21,9 @@ struct SourceFolders {
 
 struct Draft {
   PackageRecipe recipe;
-  std::string member;               ///< path of its archive, relative to the store
-  std::vector<SourceFile> files;    ///< sorted by path
-  std::vector<Document> documents;  ///< all schemas, linkbases and DTDs among the files
+  std::string member;                      ///< path of its archive, relative to the store
+  std::vector<store::SourceFile> files;    ///< sorted by path
+  std::vector<store::Document> documents;  ///< all schemas, linkbases and DTDs among the files
   // What the package offers; the values are paths in the archive, a location that ends with "/"
   // may lead to a folder.
   std::map<std::string, std::string> locations;
@@ -32,7 +33,7 @@ struct Draft {
   std::string description;
   std::string homepage;
   std::string publisher;
-  std::vector<EntryPoint> entry_points;
+  std::vector<store::EntryPoint> entry_points;
 };
 
 /// Takes in the files of one package and reads them. `type` is the package type, `member_name` the

@@ -6,9 +6,10 @@
 
 #include <pugixml.hpp>
 
-#include "demo/source_files.h"
 #include "framework/io/digest.h"
 #include "framework/text/json.h"
+
+#include "store/source_files.h"
 
 namespace zendro::demo {
 
@@ -25,7 +26,7 @@ constexpr std::string_view kPackageUrl = "zendro://pkg/";
 using Entries = std::map<std::string, std::string>;
 
 Entries read_catalog(const fs::path& path) {
-  const std::string bytes = read_whole_file(path);
+  const std::string bytes = store::read_whole_file(path);
   pugi::xml_document document;
   const pugi::xml_node root = document.load_buffer(bytes.data(), bytes.size())
                                   ? document.child("catalog")
@@ -64,7 +65,7 @@ class Check {
 
   std::string run() {
     const fs::path cache = packages_ / (type_ == "xsd" ? ".xsd_cache" : ".cache");
-    const auto list = framework::parse_json(read_whole_file(cache / "pkgs-installed.json"));
+    const auto list = framework::parse_json(store::read_whole_file(cache / "pkgs-installed.json"));
     if (!list) {
       throw std::runtime_error("pkgs-installed.json: " + list.error());
     }
@@ -106,7 +107,8 @@ class Check {
       const fs::path file = folder / local_name(member);
       if (!fs::is_regular_file(file)) {
         fault(identity + ": no file " + file.string());
-      } else if (framework::to_hex(framework::sha256(read_whole_file(file))) != as_string(digest)) {
+      } else if (framework::to_hex(framework::sha256(store::read_whole_file(file))) !=
+                 as_string(digest)) {
         fault(identity + ": wrong digest of " + file.string());
       }
     }

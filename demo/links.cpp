@@ -17,7 +17,7 @@ std::string covered_path(const Draft& draft, const std::string& location) {
   for (const auto& [prefix, folder] : draft.locations) {
     if (prefix.ends_with('/') && folder.ends_with('/') && location.starts_with(prefix)) {
       std::string path = folder + location.substr(prefix.size());
-      if (find_file(draft.files, path) != nullptr) {
+      if (store::find_file(draft.files, path) != nullptr) {
         return path;
       }
     }
@@ -25,13 +25,14 @@ std::string covered_path(const Draft& draft, const std::string& location) {
   return {};
 }
 
-bool offers_by_name(const Draft& draft, const Demand& demand) {
+bool offers_by_name(const Draft& draft, const store::Demand& demand) {
   return draft.public_ids.contains(demand.public_id) ||
          !covered_path(draft, demand.location).empty();
 }
 
 /// Whether the package itself holds what one of its documents needs.
-bool is_satisfied_inside(const Draft& draft, const Document& document, const Demand& demand) {
+bool is_satisfied_inside(const Draft& draft, const store::Document& document,
+                         const store::Demand& demand) {
   if (offers_by_name(draft, demand)) {
     return true;
   }
@@ -40,16 +41,18 @@ bool is_satisfied_inside(const Draft& draft, const Document& document, const Dem
       return !demand.xml_namespace.empty() && each.xml_namespace == demand.xml_namespace;
     });
   }
-  return !is_absolute(demand.location) &&
-         find_file(draft.files, resolve_path(document.path, demand.location)) != nullptr;
+  return !store::is_absolute(demand.location) &&
+         store::find_file(draft.files, store::resolve_path(document.path, demand.location)) !=
+             nullptr;
 }
 
 /// The location that a tool asks its catalogs for when it reads the document in its package.
-std::string sought_location(const Draft& draft, const Document& document, const Demand& demand) {
-  if (demand.location.empty() || is_absolute(demand.location)) {
+std::string sought_location(const Draft& draft, const store::Document& document,
+                            const store::Demand& demand) {
+  if (demand.location.empty() || store::is_absolute(demand.location)) {
     return demand.location;
   }
-  const std::string path = resolve_path(document.path, demand.location);
+  const std::string path = store::resolve_path(document.path, demand.location);
   if (path.starts_with("..") || path.starts_with('/')) {
     return {};
   }
@@ -58,9 +61,9 @@ std::string sought_location(const Draft& draft, const Document& document, const 
 }
 
 /// The schema of a namespace, preferably the one with the file name that is asked for.
-std::string schema_for(const Draft& draft, const Demand& demand) {
+std::string schema_for(const Draft& draft, const store::Demand& demand) {
   const auto file_name = [](std::string_view path) { return path.substr(path.rfind('/') + 1); };
-  for (const Document& document : draft.documents) {
+  for (const store::Document& document : draft.documents) {
     if (document.xml_namespace == demand.xml_namespace &&
         file_name(document.path) == file_name(demand.location)) {
       return document.path;
@@ -69,7 +72,7 @@ std::string schema_for(const Draft& draft, const Demand& demand) {
   return draft.namespaces.at(demand.xml_namespace);
 }
 
-bool offers(const Draft& draft, const Demand& demand) {
+bool offers(const Draft& draft, const store::Demand& demand) {
   return offers_by_name(draft, demand) || draft.namespaces.contains(demand.xml_namespace);
 }
 
@@ -91,8 +94,8 @@ class Linker {
         fault(draft, "conflict " + text + " matches no package of the store");
       }
     }
-    for (const Document& document : draft.documents) {
-      for (const Demand& demand : document.demands) {
+    for (const store::Document& document : draft.documents) {
+      for (const store::Demand& demand : document.demands) {
         satisfy(draft, document, demand, references);
       }
     }
@@ -121,7 +124,7 @@ class Linker {
     return matching;
   }
 
-  void satisfy(const Draft& draft, const Document& document, const Demand& demand,
+  void satisfy(const Draft& draft, const store::Document& document, const store::Demand& demand,
                const std::map<std::string, std::vector<Draft*>>& references) {
     const PackageRecipe& recipe = draft.recipe;
     if (is_satisfied_inside(draft, document, demand) ||
@@ -149,7 +152,7 @@ class Linker {
   }
 
   static void offer_location(const std::vector<Draft*>& packages, const std::string& location,
-                             const Demand& demand) {
+                             const store::Demand& demand) {
     for (Draft* each : packages) {
       if (!location.empty() && !offers_by_name(*each, demand)) {
         each->locations.emplace(location, schema_for(*each, demand));

@@ -2,9 +2,10 @@
 
 #include <stdexcept>
 
-#include "demo/source_files.h"
 #include "framework/system/files.h"
 #include "framework/text/json.h"
+
+#include "store/source_files.h"
 
 namespace zendro::demo {
 
@@ -166,7 +167,7 @@ StoreRecipe read_store(std::string type, const json::value& value, const std::st
 
 Recipe read_recipe(const std::filesystem::path& path) {
   const std::string file = framework::path_to_utf8(path);
-  const auto document = framework::parse_json(read_whole_file(path));
+  const auto document = framework::parse_json(store::read_whole_file(path));
   if (!document) {
     throw std::runtime_error(file + ": " + document.error());
   }

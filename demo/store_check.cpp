@@ -5,11 +5,12 @@
 #include <stdexcept>
 #include <vector>
 
-#include "demo/source_files.h"
-#include "demo/zip_reader.h"
 #include "framework/io/digest.h"
 #include "framework/text/json.h"
 #include "pkg/name_semver.h"
+
+#include "store/source_files.h"
+#include "store/zip_reader.h"
 
 namespace zendro::demo {
 
@@ -22,8 +23,8 @@ namespace {
 
 constexpr const char* kList = "pkgs-available.json";
 
-json::value parse(const std::vector<SourceFile>& files, const std::string& name) {
-  const SourceFile* file = find_file(files, name);
+json::value parse(const std::vector<store::SourceFile>& files, const std::string& name) {
+  const store::SourceFile* file = store::find_file(files, name);
   if (file == nullptr) {
     throw std::runtime_error(name + ": not there");
   }
@@ -59,7 +60,7 @@ class Checker {
       if (framework::to_hex(framework::sha256(bytes)) != as_string(digest)) {
         fault("wrong digest of " + std::string(path));
       }
-      members_[std::string(path)] = read_zip(bytes);
+      members_[std::string(path)] = store::read_zip(bytes);
     }
     for_each(meta, "catalogs", [this](std::string_view, const json::value& path) {
       ++result_.locations;
@@ -112,8 +113,8 @@ class Checker {
       return;
     }
     const std::string_view path = text.substr(marker + kMarker.size());
-    if (path.ends_with('/') ? !has_folder(member->second, path)
-                            : find_file(member->second, path) == nullptr) {
+    if (path.ends_with('/') ? !store::has_folder(member->second, path)
+                            : store::find_file(member->second, path) == nullptr) {
       fault("nothing at " + std::string(text));
     }
   }
@@ -148,7 +149,7 @@ class Checker {
   std::string type_;
   std::vector<pkg::name_semver_t> known_;
   std::string identity_;
-  std::map<std::string, std::vector<SourceFile>> members_;
+  std::map<std::string, std::vector<store::SourceFile>> members_;
   StoreCheck result_;
 };
 
@@ -157,17 +158,17 @@ class Checker {
 StoreCheck check_store(const std::filesystem::path& folder, const std::string& type,
                        const std::string& package_file) {
   const std::string name = std::string(kList) + ".zip";
-  const std::string archive = read_whole_file(folder / name);
-  const json::value document = parse(read_zip(archive), kList);
+  const std::string archive = store::read_whole_file(folder / name);
+  const json::value document = parse(store::read_zip(archive), kList);
   const json::object& list = as_map(document);
   Checker checker(type);
   checker.know(list);
-  if (read_whole_file(folder / (name + ".sha256")) !=
+  if (store::read_whole_file(folder / (name + ".sha256")) !=
       framework::to_hex(framework::sha256(archive)) + "  " + name + "\n") {
     checker.fault("wrong digest of " + name);
   }
   const auto from_store = [&](const std::string& member) {
-    return read_whole_file(folder / member);
+    return store::read_whole_file(folder / member);
   };
   for (const auto& [identity, meta] : list) {
     if (identity != "_META" && identity != "_DEPRECATED") {
@@ -180,12 +181,13 @@ StoreCheck check_store(const std::filesystem::path& folder, const std::string& t
   if (package_file.empty()) {
     return checker.result();
   }
-  const std::vector<SourceFile> files = read_zip(read_whole_file(folder / package_file));
+  const std::vector<store::SourceFile> files =
+      store::read_zip(store::read_whole_file(folder / package_file));
   const json::value meta_file = parse(files, "ZENDROPKG-INF/pkg-meta.json");
   const json::object& provided = as_map(meta_file);
   for (const json::value& identity : as_array(provided.at("provides"))) {
     const auto from_package_file = [&](const std::string& member) {
-      const SourceFile* file = find_file(files, member);
+      const store::SourceFile* file = store::find_file(files, member);
       return file == nullptr ? std::string() : file->bytes;
     };
     checker.check(std::string(as_string(identity)), as_map(provided.at(as_string(identity))),

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "demo/zip_writer.h"
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
 #include "framework/text/json.h"
+
+#include "store/zip_writer.h"
 
 namespace zendro::demo {
 
@@ -89,7 +90,7 @@ json::object metadata_of(const StoreRecipe& store, const Draft& draft,
   }
   set_unless_empty(meta, "uri_mappings", std::move(mappings));
   json::array entry_points;
-  for (const EntryPoint& entry : draft.entry_points) {
+  for (const store::EntryPoint& entry : draft.entry_points) {
     entry_points.push_back(json::object{{"name", entry.name}, {"href", entry.location}});
   }
   if (!entry_points.empty()) {
@@ -109,7 +110,7 @@ std::string lines_of(const json::object& map) {
 }
 
 void write_list(const json::object& list, const fs::path& folder) {
-  const std::string archive = write_zip({{kListName, lines_of(list)}});
+  const std::string archive = store::write_zip({{kListName, lines_of(list)}});
   const std::string name = std::string(kListName) + ".zip";
   write_file(folder / name, archive);
   write_file(folder / (name + ".sha256"),
@@ -131,10 +132,10 @@ void write_store(const StoreRecipe& store, const std::vector<Draft>& drafts,
   json::object available;
   json::object provided_packages;
   json::array provides;
-  std::vector<SourceFile> package_file;
+  std::vector<store::SourceFile> package_file;
   for (const Draft* draft : sorted) {
     const std::string identity = pkg::to_string(draft->recipe.identity);
-    std::string archive = write_zip(draft->files);
+    std::string archive = store::write_zip(draft->files);
     json::object meta = metadata_of(store, *draft, framework::to_hex(framework::sha256(archive)));
     if (draft->recipe.in_package_file) {
       provides.emplace_back(identity);
@@ -161,7 +162,7 @@ void write_store(const StoreRecipe& store, const std::vector<Draft>& drafts,
       meta_file[identity] = std::move(meta);
     }
     package_file.push_back({"ZENDROPKG-INF/pkg-meta.json", lines_of(meta_file)});
-    write_file(folder / store.package_file, write_zip(std::move(package_file)));
+    write_file(folder / store.package_file, store::write_zip(std::move(package_file)));
   }
 }
 

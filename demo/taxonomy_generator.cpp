@@ -309,10 +309,10 @@ std::string taxonomy_meta_folder(const pkg::name_semver_t& identity) {
   return identity.name + "/META-INF/";
 }
 
-std::vector<SourceFile> generate_taxonomy(const std::filesystem::path& description,
-                                          const pkg::name_semver_t& identity) {
+std::vector<store::SourceFile> generate_taxonomy(const std::filesystem::path& description,
+                                                 const pkg::name_semver_t& identity) {
   const std::string file = framework::path_to_utf8(description);
-  const auto document = framework::parse_json(read_whole_file(description));
+  const auto document = framework::parse_json(store::read_whole_file(description));
   if (!document) {
     throw std::runtime_error(file + ": " + document.error());
   }
@@ -321,7 +321,7 @@ std::vector<SourceFile> generate_taxonomy(const std::filesystem::path& descripti
     const std::string folder = folder_of(taxonomy.base);
     const std::string path = identity.name + "/" + folder;
     const std::string meta = taxonomy_meta_folder(identity);
-    std::vector<SourceFile> files = {
+    std::vector<store::SourceFile> files = {
         {meta + "taxonomyPackage.xml",
          make_package_document(taxonomy, taxonomy.homepage + pkg::to_string(identity))},
         {meta + "catalog.xml", make_catalog(taxonomy, folder)},
@@ -330,8 +330,9 @@ std::vector<SourceFile> generate_taxonomy(const std::filesystem::path& descripti
     for (const std::string& language : languages_of(taxonomy)) {
       files.push_back({path + label_file(taxonomy, language), make_labels(taxonomy, language)});
     }
-    std::sort(files.begin(), files.end(),
-              [](const SourceFile& a, const SourceFile& b) { return a.path < b.path; });
+    std::sort(
+        files.begin(), files.end(),
+        [](const store::SourceFile& a, const store::SourceFile& b) { return a.path < b.path; });
     return files;
   } catch (const std::exception& failure) {
     throw std::runtime_error(file + ": " + failure.what());

@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "demo/source_files.h"
 #include "pkg/name_semver.h"
+
+#include "store/source_files.h"
 
 namespace zendro::demo {
 
@@ -21,7 +22,7 @@ std::string taxonomy_meta_folder(const pkg::name_semver_t& identity);
 /// concept of an import, instead of all others) and "children". Namespace and location of a version
 /// are `base`major.minor, so that they stay the same for all its patch levels.
 /// Throws std::runtime_error for a description that cannot be used.
-std::vector<SourceFile> generate_taxonomy(const std::filesystem::path& description,
-                                          const pkg::name_semver_t& identity);
+std::vector<store::SourceFile> generate_taxonomy(const std::filesystem::path& description,
+                                                 const pkg::name_semver_t& identity);
 
 }  // namespace zendro::demo

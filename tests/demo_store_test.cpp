@@ -8,11 +8,12 @@
 #include "demo/installation_check.h"
 #include "demo/store_check.h"
 #include "demo/store_maker.h"
-#include "demo/zip_reader.h"
 #include "framework/io/digest.h"
 #include "framework/text/json.h"
 #include "tests/environment.h"
 #include "tests/temp_folder.h"
+
+#include "store/zip_reader.h"
 
 namespace zendro::demo {
 namespace {
@@ -31,7 +32,7 @@ std::map<std::string, std::string> files_below(const fs::path& folder) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
     if (entry.is_regular_file()) {
       files[entry.path().lexically_relative(folder).generic_string()] =
-          read_whole_file(entry.path());
+          store::read_whole_file(entry.path());
     }
   }
   return files;
@@ -146,8 +147,8 @@ class DemoStore : public ::testing::Test {
 };
 
 json::value list_of(const fs::path& store) {
-  const auto files = read_zip(read_whole_file(store / "pkgs-available.json.zip"));
-  const auto list = framework::parse_json(find_file(files, "pkgs-available.json")->bytes);
+  const auto files = store::read_zip(store::read_whole_file(store / "pkgs-available.json.zip"));
+  const auto list = framework::parse_json(store::find_file(files, "pkgs-available.json")->bytes);
   EXPECT_TRUE(list) << list.error();
   return *list;
 }
@@ -181,9 +182,9 @@ TEST_F(DemoStore, TakesWhatTheFilesSay) {
                     {"-//O//ENTITIES B//EN", {{"path", in_page + "b.ent"}, {"public", true}}}}));
   EXPECT_FALSE(list.as_object().contains("page-dtd-1.2.0"));
   const auto package_file =
-      read_zip(read_whole_file(folder_ / "store/xsd/extra.zendro_xmlschemas"));
-  ASSERT_NE(find_file(package_file, "ZENDROPKG-INF/pkg-meta.json"), nullptr);
-  EXPECT_NE(find_file(package_file, "xsd/page-dtd-1.2.0/schemas.zip"), nullptr);
+      store::read_zip(store::read_whole_file(folder_ / "store/xsd/extra.zendro_xmlschemas"));
+  ASSERT_NE(store::find_file(package_file, "ZENDROPKG-INF/pkg-meta.json"), nullptr);
+  EXPECT_NE(store::find_file(package_file, "xsd/page-dtd-1.2.0/schemas.zip"), nullptr);
 }
 
 TEST_F(DemoStore, MakesTaxonomiesWhosePatchesKeepTheirNamespace) {
@@ -197,9 +198,10 @@ TEST_F(DemoStore, MakesTaxonomiesWhosePatchesKeepTheirNamespace) {
               (json::object{{"http://t.example/tax/3.1", in_zip + "tx.xsd"}}));
     EXPECT_EQ(meta.at("title"), "Tax");
     EXPECT_EQ(meta.at("entrypoints").at(0).at("href"), "http://t.example/tax/3.1/tx.xsd");
-    const auto files =
-        read_zip(read_whole_file(folder_ / ("store/xbrl/xbrl/tax-" + version + "/taxonomy.zip")));
-    const SourceFile* labels = find_file(files, "tax/t.example/tax/3.1/tx-lab-en.xml");
+    const auto files = store::read_zip(
+        store::read_whole_file(folder_ / ("store/xbrl/xbrl/tax-" + version + "/taxonomy.zip")));
+    const store::SourceFile* labels =
+        store::find_file(files, "tax/t.example/tax/3.1/tx-lab-en.xml");
     ASSERT_NE(labels, nullptr);
     EXPECT_THAT(labels->bytes, HasSubstr("Top &amp; more"));
     EXPECT_EQ(labels->bytes.find("tx_New") != std::string::npos, version == "3.1.1");
@@ -245,7 +247,7 @@ TEST_F(DemoStore, CheckFindsDamage) {
   const fs::path store = folder_ / "store/xsd";
   EXPECT_EQ(check_store(store, "xsd", "extra.zendro_xmlschemas").faults, "");
   write(store / "xsd/base-1.1.0/schemas.zip",
-        read_whole_file(store / "xsd/user-2.0.0/schemas.zip"));
+        store::read_whole_file(store / "xsd/user-2.0.0/schemas.zip"));
   const std::string faults = check_store(store, "xsd", "").faults;
   EXPECT_THAT(faults, HasSubstr("base-1.1.0: wrong digest of xsd/base-1.1.0/schemas.zip"));
   EXPECT_THAT(faults, HasSubstr("base-1.1.0: nothing at xsd/base-1.1.0/schemas.zip|zip/base/2/"));

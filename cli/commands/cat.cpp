@@ -4,14 +4,14 @@
 #include "pkg/pkg_io.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {
 
 int fail(Session& session, const framework::IoError& error) {
   session.output().message({{}, {}, msg::Severity::error, named(L"", error.text).second});
-  return kFailed;
+  return console::kFailed;
 }
 
 }  // namespace
@@ -22,7 +22,7 @@ int cat(Session& session) {
   const auto stream = packages.create(url);
   if (!stream) {
     session.output().error(Text::no_package_url, {named(L"text", url)});
-    return kUsage;
+    return console::kUsage;
   }
   if (!stream->open(url)) return fail(session, stream->error());
   std::vector<char> block(framework::kIoBlock);

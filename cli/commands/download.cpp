@@ -4,7 +4,7 @@
 #include "framework/system/files.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 
@@ -17,14 +17,14 @@ int download(Session& session) {
     if (const auto made = framework::create_folders(folder); !made) {
       const std::string& cause = made.error().text;
       session.output().message({{}, {}, msg::Severity::error, named(L"", cause).second});
-      return kFailed;
+      return console::kFailed;
     }
     const std::string name = arguments.filters.front() + extension;
     path = framework::path_to_utf8(folder / framework::path_from_utf8(name));
   }
   const bool done = session.cache().write_package_file(arguments.filters, path);
   const int status = session.status_of(done);
-  if (status == kDone) session.output().note(Text::written, {named(L"path", path)});
+  if (status == console::kDone) session.output().note(Text::written, {named(L"path", path)});
   session.output().result("file", json::value(json::string(path)));
   return status;
 }

@@ -6,7 +6,7 @@
 #include "pkg/percent_encoding.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {
@@ -45,7 +45,7 @@ int env(Session& session) {
   } else {
     output.line("export " + std::string(kVariable) + "='" + url + "'");
   }
-  return kDone;
+  return console::kDone;
 }
 
 }  // namespace zendro::cli

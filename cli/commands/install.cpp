@@ -6,7 +6,7 @@
 #include "pkg/meta_filter.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {
@@ -26,7 +26,7 @@ bool can_be_dry(Session& session) {
 }  // namespace
 
 int install(Session& session) {
-  if (!can_be_dry(session)) return kUsage;
+  if (!can_be_dry(session)) return console::kUsage;
   const Arguments& arguments = session.arguments();
   return session.change([&](pkg::pkg_cache_t& cache) {
     return arguments.file.empty() ? cache.install(arguments.filters)
@@ -35,7 +35,7 @@ int install(Session& session) {
 }
 
 int uninstall(Session& session) {
-  if (!can_be_dry(session)) return kUsage;
+  if (!can_be_dry(session)) return console::kUsage;
   return session.change(
       [&](pkg::pkg_cache_t& cache) { return cache.uninstall(session.arguments().filters); });
 }

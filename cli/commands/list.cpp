@@ -1,8 +1,8 @@
 #include "pkg/meta_filter.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
-#include "cli/table.h"
+#include "console/exit_status.h"
+#include "console/table.h"
 
 namespace zendro::cli {
 namespace {
@@ -44,10 +44,10 @@ class Listing {
                       state_of(*version), title_of(version->meta)});
     }
     if (rows.empty()) return;
-    write_table(output,
-                {filled(msg::Code::label_name), filled(msg::Code::label_version),
-                 filled(Text::label_state), filled(msg::Code::label_title)},
-                rows);
+    console::write_table(output,
+                         {filled(msg::Code::label_name), filled(msg::Code::label_version),
+                          filled(Text::label_state), filled(msg::Code::label_title)},
+                         rows);
   }
 
  private:
@@ -118,7 +118,7 @@ int list(Session& session) {
     available = pkg::pkgs_available_t();
   } else if (!cache.is_initialised()) {
     session.output().error(Text::no_catalogs, {named(L"path", session.cache_root())});
-    return kFailed;
+    return console::kFailed;
   } else {
     available = cache.load_available();
   }

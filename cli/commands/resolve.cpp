@@ -1,7 +1,7 @@
 #include "pkg/catalogs.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 

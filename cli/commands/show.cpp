@@ -5,8 +5,8 @@
 #include "pkg/package_folder.h"
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
 #include "cli/findings.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "cli/commands/commands.h"
-#include "cli/exit_status.h"
 #include "cli/findings.h"
+#include "console/exit_status.h"
 
 namespace zendro::cli {
 namespace {
@@ -47,8 +47,8 @@ int verify(Session& session) {
   if (!found) return status;
   write(session.output(), *found);
   if (found->is_repaired) session.output().note(Text::repaired);
-  if (status != kDone || !is_damaged(*found) || found->is_repaired) return status;
-  return arguments.repair ? kFailed : kDamaged;
+  if (status != console::kDone || !is_damaged(*found) || found->is_repaired) return status;
+  return arguments.repair ? console::kFailed : console::kDamaged;
 }
 
 }  // namespace zendro::cli

@@ -1,0 +1,52 @@
+#include <array>
+#include <cstdio>
+
+#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
+
+#include "console/terminal.h"
+
+namespace zendro::console {
+namespace {
+
+HANDLE handle_of(Stream stream) {
+  constexpr std::array numbers = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
+  return GetStdHandle(numbers[static_cast<std::size_t>(stream)]);
+}
+
+}  // namespace
+
+bool is_terminal(Stream stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(handle_of(stream), &mode) != 0;
+}
+
+std::size_t columns(Stream stream) {
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  if (!is_terminal(stream) || GetConsoleScreenBufferInfo(handle_of(stream), &info) == 0) return 0;
+  return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+std::shared_ptr<void> set_console_up() {
+  const UINT previous = GetConsoleOutputCP();
+  SetConsoleOutputCP(CP_UTF8);
+  for (FILE* file : {stdout, stderr}) _setmode(_fileno(file), _O_BINARY);
+  // Colours and erased lines, as terminals elsewhere.
+  for (const Stream stream : {Stream::output, Stream::error}) {
+    DWORD mode = 0;
+    if (GetConsoleMode(handle_of(stream), &mode) != 0) {
+      SetConsoleMode(handle_of(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
+  }
+  return {nullptr, [previous](void*) {
+            if (previous != 0) SetConsoleOutputCP(previous);
+          }};
+}
+
+void end_at_once(int status) {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+  for (;;) Sleep(INFINITE);
+}
+
+}  // namespace zendro::console
