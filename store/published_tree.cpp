@@ -127,7 +127,7 @@ Result<std::vector<PublishedMember>> published_members(const pkg::package_map& p
       const boost::json::string* text = file.value().if_string();
       const auto digest = framework::parse_sha256(text != nullptr ? std::string_view(*text) : "");
       if (!digest) return failed(label, "its digest is not 64 hexadecimal digits");
-      PublishedMember member{"", to_hex(*digest), identity};
+      PublishedMember member{"", framework::to_hex(*digest), identity};
       for (const std::string& part : *place) {
         member.path += (member.path.empty() ? "" : "/") + part;
       }
@@ -153,7 +153,7 @@ Result<PublishedTree> read_published_tree(const std::filesystem::path& folder) {
     return failed(path_to_utf8(folder),
                   "no published tree, as \"zendro-store build\" makes it: " + bytes.error().text);
   }
-  tree.digest = to_hex(framework::sha256(*bytes));
+  tree.digest = framework::to_hex(framework::sha256(*bytes));
   Result<pkg::pkgs_available_t> list = list_in_archive(std::move(*bytes), path_to_utf8(archive));
   if (!list) return tl::unexpected(list.error());
   tree.list = std::move(*list);

@@ -87,8 +87,8 @@ Result<void> TreeFolder::copy(const std::string& path, framework::IOImpl_base& s
   (*file)->close();
   framework::IoError error = source.error() ? source.error() : (*file)->error();
   if (!error && is_complete && hash.finish() != digest) {
-    error.text = framework::path_to_utf8((*folder)->path() / framework::path_from_utf8(
-                                                                 std::string(name_of(path)))) +
+    error.text = framework::path_to_utf8((*folder)->path() /
+                                         framework::path_from_utf8(std::string(name_of(path)))) +
                  ": what arrives has not the digest that the list gives";
   }
   if (!error && !is_complete) error.text = path + ": not copied to its end";

@@ -1,5 +1,6 @@
 #include "framework/http/exchange.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <utility>
@@ -17,6 +18,14 @@ constexpr std::size_t kDiscardedBytes = 64 * 1024;
 constexpr long kProxyAuthenticationRequired = 407;
 
 }  // namespace
+
+bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers) {
+  const auto control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
+  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
+    return std::any_of(header.first.begin(), header.first.end(), control) ||
+           std::any_of(header.second.begin(), header.second.end(), control);
+  });
+}
 
 void HeaderList::add(const std::string& line) {
   curl_slist* longer = curl_slist_append(list_.get(), line.c_str());

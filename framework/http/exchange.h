@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -39,6 +41,9 @@ class HeaderList {
  private:
   std::unique_ptr<curl_slist, CurlFree> list_;
 };
+
+/// Whether a name or value holds a character that could end the header's line and begin another.
+bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers);
 
 /// The body of a PUT, read from front to back.
 struct Upload {

@@ -99,6 +99,9 @@ IoError RequestBatch::Impl::start(const BatchRequest& request, Job& job) {
   if (pool_.ca_error()) {
     return job.exchange->fail("no trusted certificates: " + pool_.ca_error().text);
   }
+  if (have_control_characters(request.headers)) {
+    return job.exchange->fail("a request header has control characters");
+  }
   SendOptions options;
   options.is_head = request.method == BatchRequest::Method::head;
   options.key = key_ ? &*key_ : nullptr;

@@ -1,6 +1,5 @@
 #include "framework/http/request_sender.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "framework/http/redirect.h"
@@ -13,15 +12,6 @@ using std::chrono::steady_clock;
 
 /// How long the answer to a body that was sent is waited for.
 constexpr std::chrono::seconds kAnswerTime{2};
-
-/// Whether a name or value holds a character that could end the header's line and begin another.
-bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers) {
-  const auto control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
-  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
-    return std::any_of(header.first.begin(), header.first.end(), control) ||
-           std::any_of(header.second.begin(), header.second.end(), control);
-  });
-}
 
 std::string why_unanswered(const Transfer& transfer) {
   if (!transfer.over) return "no answer in time";

@@ -6,9 +6,11 @@
 
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
+#include "framework/text/percent.h"
 #include "framework/url/http_url.h"
 #include "framework/url/loggable.h"
 #include "pkg/references.h"
+
 #include "store/published_tree.h"
 #include "store/tree_folder.h"
 #include "store/zip_writer.h"
@@ -235,8 +237,8 @@ Result<void> Mirror::fetch_members(const SourceList& source) {
   Result<void> done;
   for (std::size_t place = 0; done && place < missing.size(); ++place) {
     const auto& [member, url] = missing[place];
-    done = stop_.stop_requested() ? failed(member->path, pkg::kStopped)
-                                  : fetch_member(*member, url);
+    done =
+        stop_.stop_requested() ? failed(member->path, pkg::kStopped) : fetch_member(*member, url);
     if (done) progress_.member_done();
   }
   http_.expect({});
@@ -258,7 +260,8 @@ Result<void> Mirror::put_list(const SourceList& source) {
     if (const auto gone = folder_.remove(std::string(kSignatureName)); !gone) return gone;
     if (auto put = folder_.write(archive, source.archive); !put) return put;
   }
-  if (auto put = folder_.write(std::string(kDigestName), digest_line(to_hex(digest))); !put) {
+  if (auto put = folder_.write(std::string(kDigestName), digest_line(framework::to_hex(digest)));
+      !put) {
     return put;
   }
   if (!source.signature.empty()) {

@@ -98,7 +98,7 @@ TreeAnswer StaticTree::file_answer(const TreeRequest& request, std::string_view 
         (*file)->seek(0, framework::SeekOrigin::begin) != 0) {
       return text_answer(500, "The file cannot be read.\n");
     }
-    answer.headers.emplace_back(kDigestHeader, to_hex(digest.finish()));
+    answer.headers.emplace_back(kDigestHeader, framework::to_hex(digest.finish()));
   }
   if (request.if_none_match == tag) {
     answer.status = 304;

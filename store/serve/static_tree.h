@@ -10,6 +10,7 @@
 
 #include "framework/io/io.h"
 #include "framework/system/folder.h"
+
 #include "store/published_tree.h"
 
 namespace zendro::store {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "framework/io/io.h"
+
 #include "store/serve/static_tree.h"
 
 namespace zendro::store {
