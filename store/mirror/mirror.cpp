@@ -11,7 +11,7 @@
 #include "framework/url/loggable.h"
 #include "pkg/references.h"
 
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 #include "store/tree_folder.h"
 #include "store/zip_writer.h"
 

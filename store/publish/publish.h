@@ -8,7 +8,7 @@
 #include "pkg/progress.h"
 
 #include "store/publish/object_store.h"
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 
 namespace zendro::store {
 

@@ -11,7 +11,7 @@
 #include "framework/io/io.h"
 #include "framework/system/folder.h"
 
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 
 namespace zendro::store {
 

@@ -1,4 +1,4 @@
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 
 #include <map>
 
