@@ -10,8 +10,8 @@
 #include "framework/text/percent.h"
 #include "framework/url/http_url.h"
 #include "framework/url/loggable.h"
-#include "framework/url/url_io.h"
 #include "pkg/list_files.h"
+#include "pkg/store.h"
 
 namespace zendro::store {
 namespace {
@@ -20,7 +20,6 @@ using framework::IoError;
 using framework::path_to_utf8;
 using framework::Result;
 
-constexpr std::string_view kStoreUrl = "pkg.store_url";
 // Any store will do to find out where a reference leads.
 constexpr std::string_view kAnyStore = "http://store.invalid/store/";
 
@@ -35,18 +34,17 @@ std::string bootstrap_path(std::string_view type) {
 }
 
 std::string bootstrap_document(std::string_view store_url) {
-  return boost::json::serialize(boost::json::object{{kStoreUrl, store_url}}) + "\n";
+  return boost::json::serialize(boost::json::object{{"pkg.store_url", store_url}}) + "\n";
 }
 
 tl::expected<std::string, std::string> store_url_of(std::string_view document) {
   const framework::ParsedJson parsed = framework::parse_json(document);
   if (!parsed) return tl::unexpected("not JSON: " + parsed.error());
-  const boost::json::object* object = parsed->if_object();
-  const boost::json::value* url = object != nullptr ? object->if_contains(kStoreUrl) : nullptr;
-  if (url == nullptr || !url->is_string()) {
-    return tl::unexpected<std::string>("there is no text \"pkg.store_url\"");
+  try {
+    return pkg::store_url_of(*parsed);
+  } catch (const framework::JsonError& error) {
+    return tl::unexpected<std::string>(error.what());
   }
-  return std::string(framework::as_string(*url));
 }
 
 std::string digest_line(std::string_view digest) {
@@ -54,14 +52,7 @@ std::string digest_line(std::string_view digest) {
 }
 
 Result<pkg::pkgs_available_t> list_in_archive(std::string archive, std::string_view label) {
-  const framework::MemoryFile file("published-archive",
-                                   std::make_shared<const std::string>(std::move(archive)));
-  const framework::OpenedStream bytes = framework::open_url(file.url());
-  if (!bytes) return tl::unexpected(bytes.error());
-  const framework::OpenedStream member = framework::open_archive_path(*bytes, kListName, label);
-  if (!member) return tl::unexpected(member.error());
-  Result<std::string> text =
-      framework::read_all(**member, framework::kIoBlock, pkg::kListLimit, label);
+  Result<std::string> text = pkg::unpack_list(std::move(archive), kListName, std::string(label));
   if (!text) return tl::unexpected(text.error());
   pkg::read_list_t list = pkg::parse_list(std::move(*text));
   if (!list) return failed(label, std::string(kListName) + ": " + list.error());
@@ -148,7 +139,7 @@ Result<PublishedTree> read_published_tree(const std::filesystem::path& folder) {
   PublishedTree tree;
   tree.folder = folder;
   const std::filesystem::path archive = folder / framework::path_from_utf8(kArchiveName);
-  Result<std::string> bytes = framework::read_file(archive, kArchiveLimit);
+  Result<std::string> bytes = framework::read_file(archive, pkg::kArchiveLimit);
   if (!bytes) {
     return failed(path_to_utf8(folder),
                   "no published tree, as \"zendro-store build\" makes it: " + bytes.error().text);
@@ -162,7 +153,7 @@ Result<PublishedTree> read_published_tree(const std::filesystem::path& folder) {
     const auto path = folder / framework::path_from_utf8(bootstrap_path(type.word));
     if (framework::is_missing(path)) continue;
     tree.type = type.word;
-    const Result<std::string> document = framework::read_file(path, kBootstrapLimit);
+    const Result<std::string> document = framework::read_file(path, pkg::kBootstrapLimit);
     if (!document) return tl::unexpected(document.error());
     const auto url = store_url_of(*document);
     if (!url) return failed(path_to_utf8(path), url.error());

@@ -24,12 +24,6 @@ inline constexpr std::string_view kArchiveName = "pkgs-available.json.zip";
 inline constexpr std::string_view kDigestName = "pkgs-available.json.zip.sha256";
 inline constexpr std::string_view kSignatureName = "pkgs-available.json.zip.minisig";
 inline constexpr std::string_view kTelemetryPath = "api/package-manager/v1/telemetry";
-/// The response header with the archive's digest.
-inline constexpr std::string_view kDigestHeader = "x-amz-meta-sha256";
-
-inline constexpr std::uint64_t kArchiveLimit = 256ull << 20;
-inline constexpr std::uint64_t kSignatureLimit = 4096;
-inline constexpr std::uint64_t kBootstrapLimit = 1ull << 20;
 
 /// "api/xsd-manager/v1/bootstrap".
 std::string bootstrap_path(std::string_view type);

@@ -2,6 +2,7 @@
 #include "app/options/options.h"
 #include "framework/io/digest.h"
 #include "tests/manager_fixture.h"
+#include "tests/signed_store.h"
 #include "tests/zip_builder.h"
 
 namespace zendro::tests {
@@ -229,6 +230,91 @@ TEST_F(StoreTest, OptionsNameTheListAndSwitchTheTraceOn) {
   EXPECT_FALSE(cache().update_store_information(true));
   EXPECT_EQ(texts().back(), "Cannot convert JSON value to bool!");
   EXPECT_THAT(take_requests(), IsEmpty());
+}
+
+TEST_F(StoreTest, AListIsOnlyTakenWithASignatureOfAKeyOfTheOptions) {
+  using namespace signed_store;
+  const std::string path = std::string(kArchive) + ".minisig";
+  const std::string mismatch =
+      "checksum_mismatch_pkg_store_info file=@store/pkgs-available.json.zip";
+  server_.serve(kArchive, demo::Reply::bytes(archive()));
+  const auto expect_refused = [&](const char* reason) {
+    EXPECT_THAT(failed_update(), ElementsAre(mismatch)) << reason;
+    EXPECT_FALSE(cache().update_store_information(false));
+    EXPECT_THAT(texts(), ElementsAre(testing::HasSubstr(reason)));
+    take_messages();
+  };
+  // What is no key asks for none.
+  for (const json::value& option : {json::value(""), json::value("RWQ"), json::value(1)}) {
+    set_option(app::option::store_public_key, option);
+    expect_refused("option pkg.store_public_key: ");
+  }
+  EXPECT_EQ(server_.request_count(path), 0u);
+
+  set_option(app::option::store_public_key, kKey);
+  expect_refused("@store/pkgs-available.json.zip.minisig: ");  // 404
+  server_.set_fault(path, demo::Fault::replaced(demo::Reply::with_status(404, kSignature)));
+  expect_refused("404");
+  server_.set_fault(path, demo::Fault::close(10));
+  expect_refused("@store/pkgs-available.json.zip.minisig: ");
+  server_.clear_faults();
+  const std::pair<std::string, const char*> cases[] = {
+      {"<html>log in</html>", "zip.minisig: no signature of minisign: line 1"},
+      {kSignature + std::string(4096, '\n'), "zip.minisig: holds more than 4096 bytes"},
+      {kOtherSignature, "signed with key A414CE9C634C550C"},
+      {std::string(kSignature).replace(70, 1, "+"), "not for these bytes"},
+      {std::string(kLegacySignature).replace(180, 1, "L"), "the trusted comment is not"}};
+  for (const auto& [document, reason] : cases) {
+    server_.serve(path, demo::Reply::bytes(document));
+    expect_refused(reason);
+  }
+  // The signature of another archive, which even has the digest that its header tells.
+  server_.serve(path, demo::Reply::bytes(kSignature));
+  publish_document(R"({"_META":{"build_number":7}})");
+  expect_refused("not for these bytes");
+  // Nothing is unpacked before: this is no archive at all.
+  server_.serve(kArchive, demo::Reply::bytes("no zip"));
+  expect_refused("not for these bytes");
+}
+
+TEST_F(StoreTest, GoodSignaturesOfAnyKeyAndFormAreTaken) {
+  using namespace signed_store;
+  const std::string path = std::string(kArchive) + ".minisig";
+  server_.serve(kArchive, demo::Reply::bytes(archive()));
+  const auto expect_taken = [&](const std::string& keys, const demo::Reply& signature) {
+    set_option(app::option::store_public_key, json::string(keys));
+    server_.serve(path, signature);
+    std::filesystem::remove_all(cache_file(""));
+    EXPECT_TRUE(cache().update_store_information(true)) << keys;
+    EXPECT_THAT(take_messages(), IsEmpty());
+    EXPECT_THAT(file_text(cache_file("pkgs-available.json")), testing::HasSubstr("a-1.0.0"));
+  };
+  const std::string document = std::string("untrusted comment: ours\n") + kKey + "\n";
+  const std::string both = std::string(kOtherKey) + " " + kKey;
+  expect_taken(document, demo::Reply::bytes(kSignature));
+  EXPECT_THAT(take_requests(),
+              ElementsAre("GET /bootstrap", std::string("GET ") + kArchive, "GET " + path));
+  expect_taken(both, demo::Reply::bytes(kLegacySignature));
+  expect_taken(both, demo::Reply::bytes(kOtherSignature));
+  server_.serve("/elsewhere", demo::Reply::bytes(kSignature));
+  expect_taken(kKey, demo::Reply::redirect("/elsewhere"));
+
+  // An archive on the disk has its signature beside it.
+  const std::string file = (folder_ / "list.zip").string();
+  write_text(file, archive());
+  write_text(file + ".sha256", framework::to_hex(framework::sha256(archive())));
+  EXPECT_FALSE(cache().update_from_archive(file));
+  EXPECT_THAT(texts(), ElementsAre(testing::HasSubstr("list.zip.minisig")));
+  write_text(file + ".minisig", kOtherSignature);
+  EXPECT_FALSE(cache().update_from_archive(file));
+  write_text(file + ".minisig", kSignature);
+  EXPECT_TRUE(cache().update_from_archive(file));
+
+  // Nobody asks for a signature without a key.
+  take_requests();
+  set_option(app::option::store_public_key, nullptr);
+  EXPECT_TRUE(cache().update_store_information(true));
+  EXPECT_THAT(take_requests(), ElementsAre("GET /bootstrap", std::string("GET ") + kArchive));
 }
 
 TEST_F(StoreTest, SinksMayBeAbsent) {

@@ -118,6 +118,10 @@ json::value get_telemetry_url(const json::object* options) {
                 text(store_url("/api/package-manager/v1/telemetry")));
 }
 
+json::value get_store_public_key(const json::object* options) {
+  return lookup(options, option::store_public_key, nullptr);
+}
+
 json::value get_log_remote_io(const json::object* options) {
   return lookup(options, option::log_remote_io, nullptr);
 }

@@ -24,6 +24,7 @@ inline constexpr std::string_view installer = "pkg.installer";
 inline constexpr std::string_view pkgs_available_name = "pkg.pkgs_available_name";
 inline constexpr std::string_view pkgs_installed_name = "pkg.pkgs_installed_name";
 inline constexpr std::string_view store_bootstrap_url = "pkg.store_bootstrap_url";
+inline constexpr std::string_view store_public_key = "pkg.store_public_key";
 inline constexpr std::string_view telemetry = "pkg.telemetry";
 inline constexpr std::string_view member_size_limit = "pkg.member_size_limit";
 inline constexpr std::string_view telemetry_url = "pkg.telemetry_url";
@@ -64,6 +65,9 @@ json::value get_keep_references(const json::object* options);
 json::value get_telemetry(const json::object* options);
 json::value get_io_verify(const json::object* options);
 json::value get_local_files(const json::object* options);
+/// The public keys in minisign's format one of which has to have signed the store's list, see
+/// framework::parse_public_keys(); null: a list needs no signature.
+json::value get_store_public_key(const json::object* options);
 /// The bytes that a member has at most.
 json::value get_member_size_limit(const json::object* options);
 /// That number. Throws JsonError for what is none from 1 on.

@@ -22,6 +22,7 @@ constexpr std::array kTextOptions = {option::type,
                                      option::pkgs_available_name,
                                      option::pkgs_installed_name,
                                      option::store_bootstrap_url,
+                                     option::store_public_key,
                                      option::telemetry_url};
 constexpr std::array kBoolOptions = {option::log_remote_io, option::keep_references,
                                      option::telemetry, option::io_verify};

@@ -5,14 +5,16 @@
 #include <set>
 
 #include "framework/io/digest.h"
+#include "framework/sign/signature.h"
 #include "framework/system/files.h"
 #include "framework/text/percent.h"
 #include "framework/url/http_url.h"
 #include "framework/url/loggable.h"
 #include "pkg/references.h"
+#include "pkg/store.h"
 
-#include "store/tree_on_disk.h"
 #include "store/tree_folder.h"
+#include "store/tree_on_disk.h"
 #include "store/zip_writer.h"
 
 namespace zendro::store {
@@ -95,7 +97,7 @@ Result<std::string> Mirror::fetch(const std::string& url, std::uint64_t limit,
 // A URL that ends with a slash is the store's own; any other names a bootstrap document.
 Result<std::string> Mirror::find_store() {
   if (request_.source.ends_with('/')) return request_.source;
-  const Result<std::string> document = fetch(request_.source, kBootstrapLimit);
+  const Result<std::string> document = fetch(request_.source, pkg::kBootstrapLimit);
   if (!document) {
     return failed(document.error().text,
                   "a URL that does not end with \"/\" is taken for that of a bootstrap document");
@@ -108,7 +110,7 @@ Result<std::string> Mirror::find_store() {
 Result<std::string> Mirror::fetch_signature(const std::string& url) {
   HttpRequest request;
   request.url = url;
-  request.size_limit = kSignatureLimit;
+  request.size_limit = framework::kSignatureLimit;
   request.any_status = true;
   const framework::HttpAnswer answer = http_.get(request);
   if (!answer) return tl::unexpected(answer.error());
@@ -116,7 +118,8 @@ Result<std::string> Mirror::fetch_signature(const std::string& url) {
   // Object stores say 403 for what is not there to those who may not list.
   if (status == 404 || status == 403 || status == 410) return std::string();
   if (status != 200) return failed(loggable_url(url), "HTTP status " + std::to_string(status));
-  return framework::read_all(**answer, kSignatureLimit, kSignatureLimit, loggable_url(url));
+  return framework::read_all(**answer, framework::kSignatureLimit, framework::kSignatureLimit,
+                             loggable_url(url));
 }
 
 Result<SourceList> Mirror::fetch_list(const std::string& store) {
@@ -125,11 +128,11 @@ Result<SourceList> Mirror::fetch_list(const std::string& store) {
   const std::string url = store + std::string(kArchiveName);
   const std::string label = loggable_url(url);
   framework::HttpHeaders headers;
-  Result<std::string> archive = fetch(url, kArchiveLimit, &headers);
+  Result<std::string> archive = fetch(url, pkg::kArchiveLimit, &headers);
   if (!archive) return tl::unexpected(archive.error());
-  const auto header = headers.find(kDigestHeader);
+  const auto header = headers.find(pkg::kDigestHeader);
   if (header == headers.end()) {
-    warn(label + ": comes without the header " + std::string(kDigestHeader) +
+    warn(label + ": comes without the header " + std::string(pkg::kDigestHeader) +
          ", so that nothing proves the list");
   } else {
     const auto digest = framework::parse_sha256(header->second);
@@ -186,7 +189,7 @@ Result<void> Mirror::choose(SourceList& source) {
 
 // Whoever holds an old list must not be able to bring it back.
 Result<void> Mirror::refuse_older(const SourceList& source) {
-  std::string own = folder_.read(std::string(kArchiveName), kArchiveLimit);
+  std::string own = folder_.read(std::string(kArchiveName), pkg::kArchiveLimit);
   if (own.empty()) return {};
   const std::string label =
       framework::path_to_utf8(request_.folder / framework::path_from_utf8(kArchiveName));
@@ -255,7 +258,8 @@ Result<void> Mirror::put_list(const SourceList& source) {
   }
   // Until the archive stands the signature fits neither the old list nor the new one, which
   // managers refuse; they never take what is not signed.
-  const bool was_signed = !folder_.read(std::string(kSignatureName), kSignatureLimit).empty();
+  const bool was_signed =
+      !folder_.read(std::string(kSignatureName), framework::kSignatureLimit).empty();
   if (outcome_.is_list_new) {
     if (const auto gone = folder_.remove(std::string(kSignatureName)); !gone) return gone;
     if (auto put = folder_.write(archive, source.archive); !put) return put;
@@ -267,7 +271,8 @@ Result<void> Mirror::put_list(const SourceList& source) {
   if (!source.signature.empty()) {
     if (auto put = folder_.write(std::string(kSignatureName), source.signature); !put) return put;
   }
-  outcome_.is_signed = !folder_.read(std::string(kSignatureName), kSignatureLimit).empty();
+  outcome_.is_signed =
+      !folder_.read(std::string(kSignatureName), framework::kSignatureLimit).empty();
   if (!outcome_.is_signed && (was_signed || is_own_list_)) {
     note("The list is not signed: sign it with \"zendro-store sign\" where managers ask for it. " +
          std::string(is_own_list_ ? "The store's signature does not hold for a part of its list."
@@ -286,10 +291,10 @@ Result<void> Mirror::put_bootstrap(const std::string& type) {
   const std::string path = bootstrap_path(type);
   if (!request_.url.empty()) {
     const std::string document = bootstrap_document(request_.url);
-    if (folder_.read(path, kBootstrapLimit) == document) return {};
+    if (folder_.read(path, pkg::kBootstrapLimit) == document) return {};
     return folder_.write(path, document);
   }
-  if (folder_.read(path, kBootstrapLimit).empty()) {
+  if (folder_.read(path, pkg::kBootstrapLimit).empty()) {
     note("There is no " + path + " yet: say with --url where the copy will be served.");
   }
   return {};

@@ -8,6 +8,7 @@
 #include "framework/text/ascii.h"
 #include "framework/text/url_parts.h"
 #include "framework/url/loggable.h"
+#include "pkg/store.h"
 
 namespace zendro::store {
 namespace {
@@ -118,7 +119,7 @@ std::string filled(std::string_view lines, const Site& site) {
            {"@telemetry@", std::string(kTelemetryPath)},
            {"@archive@", std::string(kArchiveName)},
            {"@digestfile@", std::string(kDigestName)},
-           {"@header@", std::string(kDigestHeader)},
+           {"@header@", std::string(pkg::kDigestHeader)},
            {"@digest@", site.digest},
            {"@digest12@", site.digest.substr(0, 12)}}) {
     for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += value.size()) {
@@ -140,8 +141,8 @@ std::string quoted(std::string_view path) {
 
 std::string url_path(std::string_view url) {
   const std::string_view authority = framework::url_authority(url);
-  return std::string(url.substr(
-      static_cast<std::size_t>(authority.data() + authority.size() - url.data())));
+  return std::string(
+      url.substr(static_cast<std::size_t>(authority.data() + authority.size() - url.data())));
 }
 
 bool is_simple(std::string_view path) {
@@ -164,7 +165,8 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
   if (error) return failed(framework::path_to_utf8(tree.folder), error.message());
   std::string root = framework::path_to_utf8(folder.lexically_normal() / std::filesystem::path());
   // Servers take slashes on every system.
-  if constexpr (framework::kPathSeparator == '\\') std::replace(root.begin(), root.end(), '\\', '/');
+  if constexpr (framework::kPathSeparator == '\\')
+    std::replace(root.begin(), root.end(), '\\', '/');
   const auto row = std::find_if(std::begin(kServers), std::end(kServers),
                                 [server](const Server& each) { return each.name == server; });
   if (row == std::end(kServers)) return failed(std::string(server), "no known server");

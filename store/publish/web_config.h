@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "framework/io/io.h"
+
 #include "store/tree_on_disk.h"
 
 namespace zendro::store {

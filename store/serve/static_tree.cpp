@@ -6,6 +6,7 @@
 #include "framework/io/hashed_copy.h"
 #include "framework/text/ascii.h"
 #include "framework/text/percent.h"
+#include "pkg/store.h"
 
 namespace zendro::store {
 namespace {
@@ -98,7 +99,7 @@ TreeAnswer StaticTree::file_answer(const TreeRequest& request, std::string_view 
         (*file)->seek(0, framework::SeekOrigin::begin) != 0) {
       return text_answer(500, "The file cannot be read.\n");
     }
-    answer.headers.emplace_back(kDigestHeader, framework::to_hex(digest.finish()));
+    answer.headers.emplace_back(pkg::kDigestHeader, framework::to_hex(digest.finish()));
   }
   if (request.if_none_match == tag) {
     answer.status = 304;
