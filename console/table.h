@@ -8,9 +8,12 @@
 
 namespace zendro::console {
 
-/// Writes columns side by side under their heads; the last one is cut where the terminal ends.
-/// Texts are UTF-8 on one line.
+/// What becomes of the last column where the terminal ends.
+enum class LastColumn { cut, folded };
+
+/// Writes columns side by side under their heads. Texts are UTF-8 on one line.
 void write_table(Output& output, const std::vector<std::string>& heads,
-                 const std::vector<std::vector<std::string>>& rows);
+                 const std::vector<std::vector<std::string>>& rows,
+                 LastColumn last = LastColumn::cut);
 
 }  // namespace zendro::console

@@ -78,19 +78,16 @@ void collect_keys(const package_t& package, local::package_t& out) {
   }
 }
 
-// What a package brings; throws JsonError where its metadata has a wrong type.
-local::package_t described(core_context& context, const package_t& package) {
-  local::package_t out{to_string(package.identity), {}, {}, {}};
-  collect_members(package, out);
-  collect_keys(package, out);
-  out.open = [&context, &package]() -> framework::Result<std::unique_ptr<Folder>> {
+// Opens the folder with the files of a package.
+std::function<framework::Result<std::unique_ptr<Folder>>()> opener(core_context& context,
+                                                                   const package_t& package) {
+  return [&context, &package]() -> framework::Result<std::unique_ptr<Folder>> {
     const package_folder place(context, package.meta);
     opened_folder folder = place.open();
     if (folder) return std::move(*folder);
     if (!folder.error().is_absent()) return tl::unexpected(folder.error().cause());
     return tl::unexpected(IoError{place.path() + ": the folder does not exist"});
   };
-  return out;
 }
 
 void make_local_files(core_context& context, const Folder& root,
@@ -107,7 +104,8 @@ void make_local_files(core_context& context, const Folder& root,
   std::vector<local::mapping_t> mappings;
   for (const package_t* package : packages) {
     try {
-      described_packages.push_back(described(context, *package));
+      local::package_t& described = described_packages.emplace_back(describe(*package));
+      described.open = opener(context, *package);
       if (const json::object* pairs = package->meta.uri_mappings()) {
         for (const json::key_value_pair& pair : *pairs) {
           mappings.push_back({as_view(pair.key()), framework::as_string(pair.value())});
@@ -126,6 +124,13 @@ void make_local_files(core_context& context, const Folder& root,
 }
 
 }  // namespace
+
+local::package_t describe(const package_t& package) {
+  local::package_t out{to_string(package.identity), {}, {}, {}};
+  collect_members(package, out);
+  collect_keys(package, out);
+  return out;
+}
 
 void update_local_files(core_context& context, std::span<const package_t* const> packages) {
   const auto work = [&] {

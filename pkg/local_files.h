@@ -5,9 +5,14 @@
 #include <string>
 
 #include "pkg/core_context.h"
+#include "pkg/local/package.h"
 #include "pkg/package_list.h"
 
 namespace zendro::pkg {
+
+/// What a package brings, but for a way to open its folder. Views the metadata. Throws
+/// framework::JsonError where that has a wrong type, or a member without a digest.
+local::package_t describe(const package_t& package);
 
 /// Makes the folder what these installed packages, in package order, ask for (see pkg/local/), or
 /// removes it where the option "pkg.local_files" says so. Never fails: what cannot be done is a

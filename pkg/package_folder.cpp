@@ -100,7 +100,6 @@ Result<void> package_folder::remove(core_context& context) const {
   return {};
 }
 
-// Fails where the metadata does not name a folder that is a package's own.
 Result<void> package_folder::check_names() const {
   const auto refused = [](const std::string& name, const char* cause) {
     return tl::unexpected(IoError{name + cause});

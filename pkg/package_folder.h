@@ -39,6 +39,9 @@ class package_folder {
   /// Fails where the folder is refused for one of these reasons, be it there or not.
   [[nodiscard]] framework::Result<void> check() const;
 
+  /// The same as far as names tell: no package's folder is looked at.
+  [[nodiscard]] framework::Result<void> check_names() const;
+
   [[nodiscard]] opened_folder open() const;
   /// Opens the folder, made with its parents where it is missing; so it is never absent.
   [[nodiscard]] opened_folder create() const;
@@ -48,8 +51,6 @@ class package_folder {
   [[nodiscard]] framework::Result<void> remove(core_context& context) const;
 
  private:
-  [[nodiscard]] framework::Result<void> check_names() const;
-
   type_folders& folders_;
   const std::string& own_type_;  ///< that of the operation
   std::string type_;

@@ -21,20 +21,9 @@ namespace {
 using framework::Result;
 
 constexpr std::size_t kBootstrapBuffer = 512;
-constexpr std::uint64_t kBootstrapLimit = 1ull << 20;
 constexpr std::size_t kArchiveBuffer = 65536;
-constexpr std::uint64_t kArchiveLimit = 256ull << 20;
-constexpr std::string_view kDigestHeader = "x-amz-meta-sha256";
 constexpr std::string_view kStoreUrl = "pkg.store_url";
 constexpr std::string_view kMemoryName = "pkgs-available-json-zip";
-
-// The store URL that a bootstrap document names. Throws JsonError.
-std::string store_url_of(const json::value& document) {
-  const json::value* url = framework::as_map(document).if_contains(kStoreUrl);
-  if (url == nullptr) throw framework::JsonError("there is no \"pkg.store_url\"");
-  if (!url->is_string()) throw framework::JsonError("\"pkg.store_url\" is not a text");
-  return std::string(framework::as_string(*url));
-}
 
 // Checks the archive against the digest that came with it, if one did.
 bool is_proven(core_context& context, const framework::HttpHeaders& headers,
@@ -90,22 +79,8 @@ std::optional<std::string> fetch_archive(core_context& context, const std::strin
 }
 
 // What error texts call the list document inside the archive.
-std::string member_url(const core_context& context, const std::string& shown_url) {
-  return shown_url + std::string(framework::kZipSeparator) + context.available_name();
-}
-
-// The list document inside the archive, which is readable through a URL while this runs. Error
-// texts name the archive by the URL that it came from.
-Result<std::string> unpack(const core_context& context, std::string archive,
-                           const std::string& shown_url) {
-  const framework::MemoryFile file(kMemoryName,
-                                   std::make_shared<const std::string>(std::move(archive)));
-  const framework::OpenedStream bytes = framework::open_url(file.url());
-  if (!bytes) return tl::unexpected(bytes.error());
-  const framework::OpenedStream member =
-      framework::open_archive_path(*bytes, context.available_name(), shown_url);
-  if (!member) return tl::unexpected(member.error());
-  return framework::read_all(**member, kArchiveBuffer, kListLimit, member_url(context, shown_url));
+std::string member_url(std::string_view name, const std::string& shown_url) {
+  return shown_url + std::string(framework::kZipSeparator) + std::string(name);
 }
 
 // Keeps what is installed and stands in the new list no more. That the list of installed packages
@@ -131,7 +106,7 @@ bool is_newer(std::optional<std::int64_t> build_number, core_context& context) {
 // Puts the list of a proven archive in place, see write_pkg_information().
 bool take_over(core_context& context, std::string archive, const std::string& shown_url) {
   const msg::Arguments pkgtype = {context.pkgtype()};
-  Result<std::string> list = unpack(context, std::move(archive), shown_url);
+  Result<std::string> list = unpack_list(std::move(archive), context.available_name(), shown_url);
   if (!list) {
     context.reporter().report(list.error());
     return context.fail(msg::Code::update_pkg_store_information, pkgtype);
@@ -139,14 +114,34 @@ bool take_over(core_context& context, std::string archive, const std::string& sh
   read_list_t document = parse_list(std::move(*list));
   if (!document) {
     return context.fail(msg::Code::invalid_pkg_store_information, pkgtype,
-                        member_url(context, shown_url) + ": " + document.error());
+                        member_url(context.available_name(), shown_url) + ": " + document.error());
   }
   // The list that is written keeps what is named here.
-  warn_refused(context, *document, context.available_path(), member_url(context, shown_url));
+  warn_refused(context, *document, context.available_path(),
+               member_url(context.available_name(), shown_url));
   return write_pkg_information(context, std::move(*document));
 }
 
 }  // namespace
+
+std::string store_url_of(const json::value& document) {
+  const json::value* url = framework::as_map(document).if_contains(kStoreUrl);
+  if (url == nullptr) throw framework::JsonError("there is no \"pkg.store_url\"");
+  if (!url->is_string()) throw framework::JsonError("\"pkg.store_url\" is not a text");
+  return std::string(framework::as_string(*url));
+}
+
+// The archive is readable through a URL while this runs.
+Result<std::string> unpack_list(std::string archive, std::string_view name,
+                                const std::string& shown_url) {
+  const framework::MemoryFile file(kMemoryName,
+                                   std::make_shared<const std::string>(std::move(archive)));
+  const framework::OpenedStream bytes = framework::open_url(file.url());
+  if (!bytes) return tl::unexpected(bytes.error());
+  const framework::OpenedStream member = framework::open_archive_path(*bytes, name, shown_url);
+  if (!member) return tl::unexpected(member.error());
+  return framework::read_all(**member, kArchiveBuffer, kListLimit, member_url(name, shown_url));
+}
 
 std::optional<std::string> bootstrap_store(core_context& context) {
   const msg::Arguments pkgtype = {context.pkgtype()};

@@ -1,14 +1,29 @@
 // The package store: where it lives, and its list of available packages.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "framework/io/io.h"
 #include "pkg/core_context.h"
 #include "pkg/package_list.h"
 
 namespace zendro::pkg {
+
+inline constexpr std::uint64_t kBootstrapLimit = 1ull << 20;  ///< bytes of the answer
+inline constexpr std::uint64_t kArchiveLimit = 256ull << 20;  ///< bytes of the list's archive
+/// The header of the archive that has its SHA-256 digest.
+inline constexpr std::string_view kDigestHeader = "x-amz-meta-sha256";
+
+/// The store URL that a bootstrap document names. Throws framework::JsonError.
+std::string store_url_of(const json::value& document);
+
+/// The list document `name` inside the archive of a list. Error texts call the archive
+/// `shown_url`.
+framework::Result<std::string> unpack_list(std::string archive, std::string_view name,
+                                           const std::string& shown_url);
 
 /// Asks the bootstrap endpoint for the URL of the store. Reports what goes wrong; then there is
 /// none.

@@ -295,7 +295,8 @@ TEST_F(LocalFilesTest, LimitsAreCountedWhileBytesArrive) {
     fs::create_directory(folder_ / "target");
     write_text(folder_ / "x.zip", zip);
     const auto target = framework::Folder::open(folder_ / "target");
-    pkg::local::unpacker unpacker(**target, unmarked, limits);
+    pkg::local::folder_target files(**target);
+    pkg::local::unpacker unpacker(files, unmarked, limits);
     const auto stream = framework::open_file(folder_ / "x.zip");
     return cause_of(unpacker.add_member(*stream, "x.zip", framework::sha256(zip)));
   };

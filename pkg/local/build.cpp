@@ -20,19 +20,6 @@ using framework::OpenedStream;
 using framework::Result;
 using OpenedFolder = Result<std::unique_ptr<Folder>>;
 
-// The files that the keys of a package take for archives.
-std::set<std::string> marked_archives(const package_t& package) {
-  constexpr std::string_view kMark = "|zip";
-  std::set<std::string> marked;
-  for (const key_t& key : package.keys) {
-    for (std::size_t at = 0; (at = key.member_path.find(kMark, at)) != std::string_view::npos;) {
-      marked.insert(file_path(key.member_path.substr(0, at)));
-      at += kMark.size();
-    }
-  }
-  return marked;
-}
-
 Result<void> write_new(const Folder& folder, const file_t& file) {
   const OpenedStream stream = folder.create_new_file(file.name);
   if (!stream) return tl::unexpected(stream.error());
@@ -66,7 +53,8 @@ class builder {
     const OpenedFolder files = new_folder(own, kFilesFolder);
     if (!files) return tl::unexpected(files.error());
     const std::set<std::string> marked = marked_archives(package_);
-    unpacker unpacked(**files, marked);
+    folder_target target(**files);
+    unpacker unpacked(target, marked);
     for (const member_t& member : package_.members) {
       if (const auto added = add(member, unpacked); !added) return tl::unexpected(added.error());
     }

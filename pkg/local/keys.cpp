@@ -66,6 +66,18 @@ void append(std::vector<file_t>& files, std::vector<file_t> more) {
 
 }  // namespace
 
+std::set<std::string> marked_archives(const package_t& package) {
+  constexpr std::string_view kMark = "|zip";
+  std::set<std::string> marked;
+  for (const key_t& key : package.keys) {
+    for (std::size_t at = 0; (at = key.member_path.find(kMark, at)) != std::string_view::npos;) {
+      marked.insert(file_path(key.member_path.substr(0, at)));
+      at += kMark.size();
+    }
+  }
+  return marked;
+}
+
 std::vector<file_t> catalogs_of(const package_t& package, const unpacker& files,
                                 const std::string& root) {
   catalog_writer catalog;

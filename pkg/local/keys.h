@@ -1,6 +1,7 @@
 // The catalogs of one package.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace zendro::pkg::local {
 
 inline constexpr std::string_view kCatalogStem = "catalog";
 inline constexpr std::string_view kNamespacesStem = "namespaces";
+
+/// The paths of the files that the keys of a package take for archives.
+std::set<std::string> marked_archives(const package_t& package);
 
 struct prefix_t {
   std::string_view key;

@@ -9,7 +9,6 @@
 namespace zendro::pkg::local {
 namespace {
 
-using framework::Folder;
 using framework::IoError;
 using framework::IOImpl_base;
 using framework::Result;
@@ -48,7 +47,8 @@ Result<std::string> peek(IOImpl_base& stream) {
 
 }  // namespace
 
-unpacker::unpacker(const Folder& files, const std::set<std::string>& marked, const limits_t& limits)
+unpacker::unpacker(unpack_target& files, const std::set<std::string>& marked,
+                   const limits_t& limits)
     : files_(files),
       marked_(marked),
       limits_(limits),
@@ -89,7 +89,7 @@ Result<void> unpacker::unpack(stream_t stream, const unpacked_t& place, int dept
   }
   const auto archive = framework::ZipArchive::open(std::move(stream), place.path);
   if (!archive) return tl::unexpected(archive.error());
-  if (const auto made = folder_of(place.path + "/"); !made) return tl::unexpected(made.error());
+  if (Result<void> made = files_.add_folder(place.path); !made) return made;
   archives_.push_back(place);
   const std::vector<framework::ArchiveEntry> entries = (*archive)->entries();
   for (std::size_t at = 0; at < entries.size(); ++at) {
@@ -100,7 +100,7 @@ Result<void> unpacker::unpack(stream_t stream, const unpacked_t& place, int dept
     if (entries[at].is_special) return refused(path, "is a link or the like");
     if (is_folder) {
       if (Result<void> noted = note(path, false); !noted) return noted;
-      if (const auto made = folder_of(path + "/"); !made) return tl::unexpected(made.error());
+      if (Result<void> made = files_.add_folder(path); !made) return made;
       continue;
     }
     const framework::OpenedStream member = (*archive)->open_entry(at);
@@ -132,9 +132,7 @@ Result<void> unpacker::unpack_nested(IOImpl_base& stream, const unpacked_t& plac
 }
 
 Result<void> unpacker::write_file(IOImpl_base& stream, const std::string& path, Sha256* digest) {
-  const Result<const Folder*> folder = folder_of(path);
-  if (!folder) return tl::unexpected(folder.error());
-  const framework::OpenedStream file = (*folder)->create_new_file(path.substr(path.rfind('/') + 1));
+  const framework::OpenedStream file = files_.add_file(path);
   if (!file) return tl::unexpected(file.error());
   std::int64_t size = 0;
   while ((size = stream.read(block_.data(), block_.size())) > 0) {
@@ -159,25 +157,6 @@ Result<void> unpacker::note(const std::string& path, bool is_file) {
   if (!noted) return refused(path, noted.error());
   if (contents_.size() <= limits_.entries) return {};
   return refused(path, "more than " + std::to_string(limits_.entries) + " files and folders");
-}
-
-// The folder of a path, made where it is missing.
-Result<const Folder*> unpacker::folder_of(std::string_view path) {
-  const Folder* folder = &files_;
-  std::size_t level = 0;
-  for (std::size_t slash = 0; (slash = path.find('/')) != std::string_view::npos; ++level) {
-    const std::string_view name = path.substr(0, slash);
-    path.remove_prefix(slash + 1);
-    if (level == open_.size() || open_[level].first != name) {
-      open_.resize(level);
-      auto inner = folder->create_folder(name).and_then([&] { return folder->open_folder(name); });
-      if (!inner) return tl::unexpected(inner.error());
-      open_.emplace_back(name, std::move(*inner));
-    }
-    folder = open_[level].second.get();
-  }
-  open_.resize(level);
-  return folder;
 }
 
 Result<void> unpacker::count(std::uint64_t bytes, std::string_view path) {

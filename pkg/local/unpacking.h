@@ -1,4 +1,4 @@
-// Copying the members of a package into a folder, archives as folders.
+// Copying the members of a package to a folder or the like, archives as folders.
 #pragma once
 
 #include <cstddef>
@@ -7,14 +7,13 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "framework/io/digest.h"
 #include "framework/io/io.h"
-#include "framework/system/folder.h"
 #include "framework/url/zip.h"
 #include "pkg/local/contents.h"
+#include "pkg/local/unpack_target.h"
 
 namespace zendro::pkg::local {
 
@@ -32,14 +31,13 @@ struct unpacked_t {
   std::string url_path;  ///< the same with each archive of it marked: "x.zip%7Czip"
 };
 
-/// Fills one folder. Archives come from outside: their names are plain ones (is_plain_path), links
+/// Fills one target. Archives come from outside: their names are plain ones (is_plain_path), links
 /// and the like are refused, each file is made anew, no link is followed, and sizes are counted
 /// while bytes arrive. After a failure nothing more is added; what was made stays.
 class unpacker {
  public:
   /// `marked` are the paths of files that are archives whatever they are called. Both outlive it.
-  unpacker(const framework::Folder& files, const std::set<std::string>& marked,
-           const limits_t& limits = {});
+  unpacker(unpack_target& files, const std::set<std::string>& marked, const limits_t& limits = {});
 
   /// Adds the member that `stream` reads from its beginning. Fails where it or something in it
   /// is refused or cannot be written, and where it has not the digest: of an archive that is found
@@ -62,18 +60,15 @@ class unpacker {
   framework::Result<void> write_file(framework::IOImpl_base& stream, const std::string& path,
                                      framework::Sha256* digest);
   framework::Result<void> note(const std::string& path, bool is_file);
-  framework::Result<const framework::Folder*> folder_of(std::string_view path);
   framework::Result<void> count(std::uint64_t bytes, std::string_view path);
 
-  const framework::Folder& files_;
+  unpack_target& files_;
   const std::set<std::string>& marked_;
   limits_t limits_;
   std::uint64_t left_;
   contents_t contents_;
   std::vector<unpacked_t> archives_;
   bool is_taxonomy_package_ = false;
-  /// The folders on the way to the last file, by their names.
-  std::vector<std::pair<std::string, std::unique_ptr<framework::Folder>>> open_;
   std::vector<char> block_;
 };
 

@@ -1,0 +1,13 @@
+// Whether the names that a package claims lead into its members.
+#pragma once
+
+#include "store/check/finding.h"
+#include "store/check/resolver.h"
+
+namespace zendro::store {
+
+/// Locations, namespaces, public identifiers, mapped prefixes and entry points of a package whose
+/// members are all there.
+Findings check_targets(const Resolver& resolver, const pkg::package_t& package);
+
+}  // namespace zendro::store
