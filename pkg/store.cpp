@@ -211,7 +211,7 @@ bool update_store_information(core_context& context, bool force, bool always) {
   const std::string shown_url = framework::loggable_url(url);
   const framework::HttpAnswer answer =
       open_document(context, url, always ? conditions_t() : conditions_for(context, url));
-  if (answer && (*answer)->is_unchanged()) return keep_list(context);
+  if (answer && (*answer)->status() == framework::kNotModified) return keep_list(context);
   // The answer itself goes with the next request.
   const framework::HttpHeaders headers = answer ? (*answer)->headers() : framework::HttpHeaders();
   std::optional<std::string> archive = read_archive(context, answer, url, shown_url);

@@ -30,15 +30,19 @@ inline constexpr int kTraceStatusOnly = 0;  ///< request line and status line
 inline constexpr int kTraceHeaders = 3;     ///< all headers and the transport's remarks
 inline constexpr int kTraceEverything = 7;  ///< also the size of every block of data
 
+/// The status of an answer without a body: the condition of the request is not met.
+inline constexpr long kNotModified = 304;
+
 struct HttpRequest {
   std::string url;
   std::vector<std::pair<std::string, std::string>> headers;  ///< extra request headers
-  /// Whether the answer may be that nothing has changed, see HttpResponse::is_unchanged().
+  /// Whether its headers have a condition (RFC 9110, section 13), and kNotModified is an answer.
   bool is_conditional = false;
   /// Bytes of the body that are taken; an answer that has or announces more fails.
   std::uint64_t size_limit = std::uint64_t{4} << 30;
   std::shared_ptr<IOImpl_base> trace_log;  ///< what the trace is appended to; null: no trace
   int trace_level = kTraceHeaders;
+  bool any_status = false;  ///< an answer with another status than 200 is no failure
 };
 
 /// The answer to a GET: a stream of the body and its headers. Valid until the transport opens the
@@ -46,9 +50,8 @@ struct HttpRequest {
 class HttpResponse : public IOImpl_base {
  public:
   [[nodiscard]] virtual const HttpHeaders& headers() const = 0;
-  /// Whether it says, without a body, that what was asked for is what the conditions of the request
-  /// name (status 304; RFC 9110, section 13).
-  [[nodiscard]] virtual bool is_unchanged() const { return false; }
+  /// 200, kNotModified for a conditional request, or any where that was asked for.
+  [[nodiscard]] virtual long status() const { return 200; }
 };
 
 /// An answer, never null.
@@ -65,10 +68,10 @@ class HttpTransport {
  public:
   virtual ~HttpTransport() = default;
 
-  /// GETs a URL and returns its answer once the headers have arrived with status 200, or 304 where
-  /// the request is conditional; any other status is a failure. Redirects are followed (10 at most,
-  /// http or https only, never from https to http). The body is read from the answer as it arrives,
-  /// in constant memory.
+  /// GETs a URL and returns its answer once the headers have arrived with status 200; any other
+  /// status is a failure, unless the request takes it. Redirects are followed (10 at most, http or
+  /// https only, never from https to http). The body is read from the answer as it arrives, in
+  /// constant memory.
   virtual HttpAnswer get(const HttpRequest& request) = 0;
 
   /// POSTs `body`. Waits 2 s at most after it is sent, for the answer, whose status does not
@@ -82,6 +85,13 @@ class HttpTransport {
   /// early answer is cut short, is an error, or does not begin to arrive, get() sends the request
   /// once more.
   virtual void expect(const std::vector<std::string>& urls) { static_cast<void>(urls); }
+};
+
+/// What requests to an object store are signed with (AWS Signature Version 4).
+struct AwsKey {
+  std::string id;
+  std::string secret;
+  std::string region;
 };
 
 struct TransportSettings {
