@@ -5,6 +5,8 @@
 
 #include "framework/system/files.h"
 
+#include "store/whole_file.h"
+
 namespace zendro::store {
 namespace {
 
@@ -44,10 +46,8 @@ Result<framework::PublicKey> make_keys(const KeyFiles& files, const PasswordSour
   const auto document = framework::secret_key_document(key, given);
   if (!document) return tl::unexpected(error_of(files.secret, document.error()));
   const framework::PublicKey public_key = key.public_key();
-  return framework::replace_whole_file(files.secret, *document, framework::OpenHow::write_private)
-      .and_then([&] {
-        return framework::replace_whole_file(files.public_key, framework::key_document(public_key));
-      })
+  return write_private_file(files.secret, *document)
+      .and_then([&] { return write_whole_file(files.public_key, key_document(public_key)); })
       .map([&] { return public_key; });
 }
 

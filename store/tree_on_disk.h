@@ -16,11 +16,10 @@
 
 #include "framework/io/io.h"
 #include "pkg/package_list.h"
+#include "store/published_tree.h"
 
 namespace zendro::store {
 
-inline constexpr std::string_view kListName = "pkgs-available.json";
-inline constexpr std::string_view kArchiveName = "pkgs-available.json.zip";
 inline constexpr std::string_view kDigestName = "pkgs-available.json.zip.sha256";
 inline constexpr std::string_view kSignatureName = "pkgs-available.json.zip.minisig";
 inline constexpr std::string_view kTelemetryPath = "api/package-manager/v1/telemetry";

@@ -15,6 +15,8 @@ using std::chrono::milliseconds;
 
 /// What an unwanted body may cost, for the sake of keeping its connection.
 constexpr std::size_t kDiscardedBytes = 64 * 1024;
+/// An upload is this long before the server is asked whether it will take it.
+constexpr std::uint64_t kWorthAsking = 1 << 20;
 constexpr long kProxyAuthenticationRequired = 407;
 
 }  // namespace
@@ -130,6 +132,8 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
     set(CURLOPT_READDATA, const_cast<Upload*>(options.upload));
     set(CURLOPT_SEEKFUNCTION, &Exchange::on_seek);
     set(CURLOPT_SEEKDATA, const_cast<Upload*>(options.upload));
+    // A refusal in advance is worth its time only where much is not sent then.
+    if (options.upload->size < kWorthAsking) headers_.add("Expect:");
   }
   if (options.is_head) set(CURLOPT_NOBODY, 1L);
   if (options.key != nullptr) {

@@ -5,7 +5,6 @@
 
 #include "framework/system/file_stream.h"
 #include "framework/system/files_internal.h"
-#include "framework/system/folder.h"
 #include "framework/system/system_file.h"
 #include "framework/text/ascii.h"
 #include "framework/text/percent.h"
@@ -54,26 +53,6 @@ WriteResult write_file(const fs::path& path, std::string_view bytes) {
   file->close();  // what is open cannot be removed everywhere
   if (created) SystemFile::remove(path);
   return tl::unexpected(std::move(error));
-}
-
-Result<void> replace_whole_file(const fs::path& path, std::string_view bytes, OpenHow how) {
-  fs::path beside = path;
-  beside += ".new";
-  SystemFile::remove(beside);  // of a run that was cut off
-  Result<SystemFile> file = SystemFile::open(beside, how);
-  if (!file) return tl::unexpected(file.error());
-  Result<void> outcome;
-  if (file->replace_contents(bytes)) {
-    const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    outcome = Folder::open(parent).and_then([&](const std::unique_ptr<Folder>& folder) {
-      return folder->rename_file(path_to_utf8(beside.filename()), path_to_utf8(path.filename()));
-    });
-  } else {
-    outcome = tl::unexpected(IoError{path_to_utf8(beside) + ": " + file->cause()});
-    file->close();  // what is open cannot be removed everywhere
-  }
-  if (!outcome) SystemFile::remove(beside);
-  return outcome;
 }
 
 Result<void> create_folders(const fs::path& path) {

@@ -57,11 +57,6 @@ Result<std::string> read_file(const std::filesystem::path& path, std::uint64_t l
 /// ones behind.
 WriteResult write_file(const std::filesystem::path& path, std::string_view bytes);
 
-/// Writes `bytes` to a new file beside `path`, "<name>.new", which then gets its name: whatever
-/// happens, there are the old contents or the new ones. `how` is write_new or write_private.
-Result<void> replace_whole_file(const std::filesystem::path& path, std::string_view bytes,
-                                OpenHow how = OpenHow::write_new);
-
 /// Creates a folder with its missing parents; no failure when it exists already. The empty path is
 /// the current folder.
 Result<void> create_folders(const std::filesystem::path& path);

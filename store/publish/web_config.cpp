@@ -130,7 +130,7 @@ std::string filled(std::string_view lines, const Site& site) {
 }
 
 /// Between quotation marks.
-std::string quoted(std::string_view path) {
+std::string in_quotes(std::string_view path) {
   std::string out;
   for (const char c : path) {
     if (c == '"' || c == '\\') out += '\\';
@@ -189,7 +189,7 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
                             " cannot hold control characters or any of " +
                             std::string(row->refused) + " in a path");
   }
-  return filled(row->lines, Site{quoted(root), prefix, bootstrap_path(tree.type), tree.digest});
+  return filled(row->lines, Site{in_quotes(root), prefix, bootstrap_path(tree.type), tree.digest});
 }
 
 }  // namespace zendro::store
