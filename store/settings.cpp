@@ -29,8 +29,7 @@ std::string fault_of(const Settings& settings, const JsonFile& file) {
     return at("member") + "write the plain name of an archive: \"member\": \"" +
            default_settings(settings.type).member + "\"";
   }
-  const bool is_web = settings.url.starts_with("https://") || settings.url.starts_with("http://");
-  if (!settings.url.empty() && (!is_web || !settings.url.ends_with('/'))) {
+  if (!settings.url.empty() && !is_store_url(settings.url)) {
     return at("url") + "write the address where the store is served, with a slash at its end: " +
            "\"url\": \"https://store.example/xsd/\"";
   }
@@ -45,6 +44,11 @@ Settings default_settings(const std::string& type) {
   settings.type = type;
   settings.member = type == "xbrl" ? "taxonomy.zip" : "schemas.zip";
   return settings;
+}
+
+bool is_store_url(std::string_view url) {
+  const bool is_web = url.starts_with("https://") || url.starts_with("http://");
+  return is_web && url.ends_with('/');
 }
 
 framework::Result<Settings> read_settings(const std::filesystem::path& store) {
