@@ -104,7 +104,8 @@ bool is_there(const Draft& draft, const std::string& path) {
 
 void offer_catalog(const store::SourceFile& catalog, Draft& draft) {
   // A catalog may cover more than one package.
-  const store::CatalogEntries entries = store::scan_catalog(catalog);
+  store::CatalogEntries entries = store::scan_catalog(catalog);
+  entries.locations.merge(entries.prefixes);
   for (const auto& [location, path] : entries.locations) {
     if (is_there(draft, path)) {
       draft.locations.emplace(location, path);

@@ -51,6 +51,24 @@ std::string unpacked_place::install_root() const {
   return framework::path_to_utf8(path_ / std::filesystem::path());
 }
 
+framework::Result<void> write_package_archive(
+    std::string_view path, const std::vector<const package_t*>& packages,
+    const pkgs_available_t& list, const identity_set& provides,
+    const std::function<std::string(const package_t& package, std::string_view member)>& file_of) {
+  pkgs_available_t held;
+  held.add(packages, list);
+  std::vector<framework::ZipEntry> archive{
+      {std::string(kPackageMetaFile), meta_file(held, provides), {}}};
+  for (const package_t* package : packages) {
+    const json::object* files = package->meta.files();
+    if (files == nullptr) continue;
+    for (const json::key_value_pair& file : *files) {
+      archive.push_back({std::string(file.key()), {}, file_of(*package, file.key())});
+    }
+  }
+  return framework::write_zip(path, archive);
+}
+
 bool write_package_file(core_context& context, core_context& staged,
                         const std::vector<std::string>& filters, std::string_view path) {
   const std::optional<pkgs_available_t> available = load_available(context);
@@ -67,20 +85,14 @@ bool write_package_file(core_context& context, core_context& staged,
     entries.push_back(entry);
   }
   staged.progress().begin(members);
-  pkgs_available_t packages;
-  packages.add(entries, *available);
-  std::vector<framework::ZipEntry> archive{
-      {std::string(kPackageMetaFile), meta_file(packages, chosen), {}}};
   for (const package_t* entry : entries) {
     if (!download_pkg(staged, entry->identity, *available)) return false;
-    const package_folder place(staged, entry->meta);
-    const json::object* files = entry->meta.files();
-    if (files == nullptr) continue;
-    for (const json::key_value_pair& file : *files) {
-      archive.push_back({std::string(file.key()), {}, place.member_path(file.key())});
-    }
   }
-  if (const auto written = framework::write_zip(path, archive); !written) {
+  const auto file_of = [&](const package_t& package, std::string_view member) {
+    return package_folder(staged, package.meta).member_path(member);
+  };
+  const auto written = write_package_archive(path, entries, *available, chosen, file_of);
+  if (!written) {
     context.reporter().report(written.error());
     return context.fail(msg::Code::create_file, {path_argument(path)});
   }

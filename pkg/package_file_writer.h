@@ -2,11 +2,14 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "pkg/core_context.h"
+#include "pkg/package_list.h"
 
 namespace zendro::pkg {
 
@@ -25,6 +28,14 @@ class unpacked_place {
  private:
   std::filesystem::path path_;
 };
+
+/// Writes packages of a list, sorted by identity, as a package file that provides some of them.
+/// `file_of` gives the file with the bytes of a member. Replaces a file only once the new one is
+/// whole.
+framework::Result<void> write_package_archive(
+    std::string_view path, const std::vector<const package_t*>& packages,
+    const pkgs_available_t& list, const std::set<name_semver_t>& provides,
+    const std::function<std::string(const package_t& package, std::string_view member)>& file_of);
 
 /// Writes what the filters choose, with everything that it references, as a package file that
 /// provides what was chosen. Members are downloaded with proof to the install root of `staged`.

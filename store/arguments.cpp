@@ -26,7 +26,7 @@ CLI::App* add_tree_command(CLI::App& app, Arguments& to, const char* name,
 
 void add_making(CLI::App& app, Arguments& to) {
   CLI::App* init = add_command(app, to, "init", "Make an empty store as a folder of plain files",
-                               "DIR", "The folder, empty or missing");
+                               "DIR", "The folder; made where it is missing");
   init->add_option("--type", to.type, "Package type: xsd or xbrl")
       ->required()
       ->check(CLI::IsMember({"xsd", "xbrl"}));

@@ -1,7 +1,28 @@
+#include "framework/system/files.h"
+
+#include "console/exit_status.h"
 #include "store/commands/commands.h"
+#include "store/settings.h"
 
 namespace zendro::store {
 
-int init(Session& session) { return session.fail({"init is not made yet"}); }
+int init(Session& session) {
+  const Arguments& arguments = session.arguments();
+  const std::filesystem::path store = framework::path_from_utf8(arguments.place);
+  if (!framework::is_missing(store / kSettingsName)) {
+    return session.fail({arguments.place + ": there is a store already"});
+  }
+  Settings settings = default_settings(arguments.type);
+  settings.url = arguments.url;
+  if (!settings.url.empty() && !settings.url.ends_with('/')) settings.url += '/';
+  if (auto made = framework::create_folders(store / "packages"); !made) {
+    return session.fail(made.error());
+  }
+  if (auto done = write_settings(settings, store); !done) return session.fail(done.error());
+  session.output().note(arguments.place + " is an empty store of type " + settings.type +
+                        ". Next: zendro-store add " + arguments.place +
+                        " SOURCE --name NAME --version 1.0.0");
+  return console::kDone;
+}
 
 }  // namespace zendro::store

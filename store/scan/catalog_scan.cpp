@@ -5,8 +5,11 @@
 
 #include <pugixml.hpp>
 
+#include "framework/text/percent.h"
+
 #include "store/scan/document.h"
 #include "store/scan/dtd_scan.h"
+#include "store/scan/xml_names.h"
 
 namespace zendro::store {
 
@@ -14,19 +17,22 @@ namespace {
 
 constexpr std::string_view kCatalogNamespace = "urn:oasis:names:tc:entity:xmlns:xml:catalog";
 
-void collect(const pugi::xml_node& node, const std::string& catalog, CatalogEntries& entries) {
+// Base is what targets are relative to: the catalog, or what an "xml:base" names.
+void collect(const pugi::xml_node& node, const std::string& above, CatalogEntries& entries) {
+  const std::string own_base = framework::percent_decode(node.attribute("xml:base").value());
+  if (is_absolute(own_base)) return;
+  const std::string base = own_base.empty() ? above : resolve_path(above, own_base);
   for (const pugi::xml_node& entry : node.children()) {
-    const std::string_view kind = entry.name();
+    const std::string_view kind = local_name(entry);
     if (kind == "group") {
-      collect(entry, catalog, entries);
+      collect(entry, base, entries);
       continue;
     }
     const bool rewrites = kind == "rewriteURI" || kind == "rewriteSystem";
-    const std::string target = entry.attribute(rewrites ? "rewritePrefix" : "uri").value();
-    if (target.empty() || target.front() == '/' || is_absolute(target)) {
-      continue;
-    }
-    const std::string path = resolve_path(catalog, target);
+    const std::string target =
+        framework::percent_decode(entry.attribute(rewrites ? "rewritePrefix" : "uri").value());
+    if (target.empty() || target.front() == '/' || is_absolute(target)) continue;
+    const std::string path = resolve_path(base, target);
     if (kind == "public") {
       entries.public_ids.emplace(normalise_public_id(entry.attribute("publicId").value()), path);
     } else if (kind == "system") {
@@ -35,7 +41,7 @@ void collect(const pugi::xml_node& node, const std::string& catalog, CatalogEntr
       entries.locations.emplace(entry.attribute("name").value(), path);
     } else if (rewrites) {
       const char* key = kind == "rewriteURI" ? "uriStartString" : "systemIdStartString";
-      entries.locations.emplace(entry.attribute(key).value(), path);
+      entries.prefixes.emplace(entry.attribute(key).value(), path);
     }
   }
 }
@@ -46,9 +52,11 @@ CatalogEntries scan_catalog(const SourceFile& file) {
   pugi::xml_document tree;
   const pugi::xml_parse_result parsed = tree.load_buffer(file.bytes.data(), file.bytes.size());
   const pugi::xml_node root = tree.document_element();
-  if (!parsed || std::string_view(root.name()) != "catalog" ||
-      root.attribute("xmlns").value() != kCatalogNamespace) {
-    throw std::runtime_error(file.path + " is no XML catalog: " + parsed.description());
+  if (!parsed || local_name(root) != "catalog" || namespace_of(root) != kCatalogNamespace) {
+    throw std::runtime_error(
+        file.path + ":" +
+        std::to_string(line_at(file.bytes, static_cast<std::size_t>(parsed.offset))) +
+        ": this is no XML catalog: " + parsed.description());
   }
   CatalogEntries entries;
   collect(root, file.path, entries);

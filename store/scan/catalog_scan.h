@@ -10,8 +10,8 @@ namespace zendro::store {
 
 /// The entries of one catalog, each leading to a path in the archive that holds the catalog.
 struct CatalogEntries {
-  std::map<std::string, std::string> locations;   ///< system, uri; rewriteSystem, rewriteURI: the
-                                                  ///< key ends with "/" and so does its path
+  std::map<std::string, std::string> locations;   ///< system, uri
+  std::map<std::string, std::string> prefixes;    ///< rewriteSystem, rewriteURI
   std::map<std::string, std::string> public_ids;  ///< normalised
 };
 

@@ -1,6 +1,6 @@
 #include "store/scan/document.h"
 
-#include <filesystem>
+#include <algorithm>
 
 #include "framework/text/url_parts.h"
 
@@ -55,11 +55,30 @@ bool is_absolute(std::string_view location) { return !framework::url_scheme(loca
 
 std::string resolve_path(std::string_view document, std::string_view location) {
   location = location.substr(0, location.find('#'));
-  if (location.empty()) {
-    return std::string(document);
+  if (location.empty()) return std::string(document);
+  std::string joined(document.substr(0, document.rfind('/') + 1));
+  joined += location;
+  std::vector<std::string_view> names;
+  for (std::string_view rest = joined; !rest.empty();) {
+    const std::string_view name = rest.substr(0, rest.find('/'));
+    rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+    if (name == ".." && !names.empty() && names.back() != "..") {
+      names.pop_back();
+    } else if (!name.empty() && name != ".") {
+      names.push_back(name);
+    }
   }
-  const auto folder = std::filesystem::path(document).parent_path();
-  return (folder / location).lexically_normal().generic_string();
+  std::string path(location.starts_with('/') ? "/" : "");
+  for (const std::string_view name : names) path.append(name).append("/");
+  const bool is_folder = joined.ends_with('/') || joined.ends_with("/..") ||
+                         joined.ends_with("/.") || joined == ".." || joined == ".";
+  if (!is_folder && !path.empty()) path.pop_back();
+  return path;
+}
+
+std::size_t line_at(std::string_view text, std::size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  return static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
 }
 
 }  // namespace zendro::store

@@ -40,7 +40,11 @@ std::string first_url(std::string_view text);
 bool is_absolute(std::string_view location);
 
 /// Resolves a relative location against the path of the document that holds it; the result has no
-/// "." or ".." except at its beginning, where it leaves the archive. A fragment is dropped.
+/// "." or ".." except at its beginning, where it leaves the archive; that of a folder ends with
+/// "/", and the archive's own is empty. A fragment is dropped.
 std::string resolve_path(std::string_view document, std::string_view location);
+
+/// The number of the line that holds a byte of a text, from 1.
+std::size_t line_at(std::string_view text, std::size_t offset);
 
 }  // namespace zendro::store

@@ -6,27 +6,14 @@
 
 #include <pugixml.hpp>
 
+#include "store/scan/xml_names.h"
+
 namespace zendro::store {
 
 namespace {
 
 constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
 constexpr std::string_view kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
-
-std::string_view local_name(const pugi::xml_node& node) {
-  const std::string_view name = node.name();
-  const auto colon = name.find(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
-}
-
-/// The namespace that the prefix of the document element is bound to on that element.
-std::string_view namespace_of_root(const pugi::xml_node& root) {
-  const std::string_view name = root.name();
-  const auto colon = name.find(':');
-  const std::string attribute =
-      colon == std::string_view::npos ? "xmlns" : "xmlns:" + std::string(name.substr(0, colon));
-  return root.attribute(attribute.c_str()).value();
-}
 
 /// All character data below a node.
 std::string text_of(const pugi::xml_node& node) {
@@ -123,10 +110,14 @@ std::optional<Document> scan_schema(const SourceFile& file) {
   const pugi::xml_parse_result parsed = tree.load_buffer(
       file.bytes.data(), file.bytes.size(), pugi::parse_default | pugi::parse_comments);
   const pugi::xml_node root = tree.document_element();
-  const std::string_view root_namespace = parsed ? namespace_of_root(root) : std::string_view();
+  const std::string_view root_namespace = parsed ? namespace_of(root) : std::string_view();
   const bool is_schema = local_name(root) == "schema" && root_namespace == kSchemaNamespace;
   if (is_schema_file && !is_schema) {
-    throw std::runtime_error(file.path + " is no XML schema: " + parsed.description());
+    throw std::runtime_error(
+        file.path + ":" +
+        std::to_string(line_at(file.bytes, static_cast<std::size_t>(parsed.offset))) +
+        ": this is no XML schema: " +
+        (parsed ? "its document element is " + std::string(root.name()) : parsed.description()));
   }
   if (!is_schema && root_namespace != kLinkbaseNamespace) {
     return std::nullopt;

@@ -13,12 +13,14 @@ struct EntryPoint {
   std::string location;
 };
 
+/// Of texts in several languages the English one, else the first.
 struct TaxonomyPackage {
   std::string title;
   std::string description;
   std::string publisher;
   std::string homepage;
-  std::vector<EntryPoint> entry_points;
+  std::vector<EntryPoint> entry_points;         ///< one for each of their documents
+  std::vector<std::string> versioning_reports;  ///< their locations
 };
 
 /// Throws std::runtime_error for a file that is no such document.
