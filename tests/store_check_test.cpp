@@ -15,7 +15,9 @@
 #include "tests/whole_file.h"
 #include "tests/zip_builder.h"
 
+#include "store/build.h"
 #include "store/check/check_store.h"
+#include "store/check/open_sources.h"
 #include "store/check/open_store.h"
 
 namespace zendro::tests {
@@ -273,6 +275,32 @@ TEST(StoreCheck, NamesListsThatClientsRefuse) {
   EXPECT_THAT(lines_of(findings_of(store::open_tree(folder.path()))),
               ElementsAre(HasSubstr("sha256:0 clients that take the list from a folder refuse it"),
                           HasSubstr("clients cannot unpack it")));
+}
+
+TEST(StoreCheck, ReadsSourcesAsTheBuildPublishesThem) {
+  const TempFolder folder;
+  const fs::path package = folder / "packages" / "p" / "1.0.0";
+  fs::create_directories(package / "files");
+  const auto write = [](const fs::path& path, const std::string& text) {
+    EXPECT_TRUE(framework::write_file(path, text));
+  };
+  const auto found = [&] { return lines_of(findings_of(store::open_sources(folder.path()))); };
+  write(package / "files" / "p.xsd", schema("urn:p", "<xs:import namespace='urn:tool'/>"));
+  write(package / "package.json", R"({"title": "P", "namespace_catalog": {"urn:p": "p.xsd"}})");
+  write(folder / "store.json", R"({"type": "xsd"})");
+  EXPECT_THAT(found(),
+              ElementsAre(HasSubstr("error p-1.0.0 p.xsd:2 nothing resolves the namespace")));
+
+  // What every tool brings along is published with the list.
+  write(folder / "store.json", R"({"type": "xsd", "builtin": ["urn:tool"]})");
+  EXPECT_THAT(found(), IsEmpty());
+  const store::BuildEvents quiet{[](const std::string&) {}, [](std::size_t, std::size_t) {}};
+  ASSERT_TRUE(store::build_tree(folder.path(), folder / "out", quiet, {}));
+  EXPECT_THAT(lines_of(findings_of(store::open_tree(folder / "out"))), IsEmpty());
+
+  write(package / "package.json",
+        "{\"title\": \"P\",\n\"namespace_catalog\": {\"urn:p\": \"q.xsd\"}}");
+  EXPECT_THAT(found(), ElementsAre(StartsWith("error p-1.0.0 packages/p/1.0.0/package.json:2 ")));
 }
 
 TEST(StoreCheck, LooksAtDigestAndSignatureAsTheyAreServed) {

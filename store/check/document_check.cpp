@@ -17,8 +17,7 @@ using Target = Resolver::Target;
 
 class Checker {
  public:
-  Checker(const Resolver& resolver, const std::set<std::string, std::less<>>& builtin,
-          const FindSupplier& find_supplier)
+  Checker(const Resolver& resolver, const BuiltinNames& builtin, const FindSupplier& find_supplier)
       : resolver_(resolver),
         own_(resolver.own()),
         builtin_(builtin),
@@ -45,7 +44,7 @@ class Checker {
       if (link.location.empty() && has_namespace(link.xml_namespace)) continue;
       unresolved_.insert(link.kind == DocumentLink::Kind::include ? document.xml_namespace
                                                                   : link.xml_namespace);
-      if (!is_builtin(link.location) && !is_builtin(link.xml_namespace)) {
+      if (!builtin_.contains(link.location) && !builtin_.contains(link.xml_namespace)) {
         report_unresolved(path, link);
       }
     }
@@ -56,14 +55,6 @@ class Checker {
   [[nodiscard]] bool has_namespace(const std::string& xml_namespace) const {
     return std::any_of(own_.documents.begin(), own_.documents.end(), [&](const auto& document) {
       return document.second.is_schema && document.second.xml_namespace == xml_namespace;
-    });
-  }
-
-  [[nodiscard]] bool is_builtin(std::string_view name) const {
-    if (name.empty()) return false;
-    if (builtin_.contains(name)) return true;
-    return std::any_of(builtin_.begin(), builtin_.end(), [name](const std::string& prefix) {
-      return prefix.ends_with('/') && name.starts_with(prefix);
     });
   }
 
@@ -212,7 +203,7 @@ class Checker {
       loaded_.insert(document_url(found->package->identity, found->path));
       return found->bytes;
     }
-    if (!is_builtin(url) && !is_builtin(public_id)) {
+    if (!builtin_.contains(url) && !builtin_.contains(public_id)) {
       const auto place = resolver_.find_uri(asking.url);
       const std::string name(url);
       std::string supplier = find_supplier_(url);
@@ -228,7 +219,7 @@ class Checker {
 
   const Resolver& resolver_;
   const PackageContents& own_;
-  const std::set<std::string, std::less<>>& builtin_;
+  const BuiltinNames& builtin_;
   const FindSupplier& find_supplier_;
   std::set<std::string> needed_;      ///< paths of schemas that others of the package take in
   std::set<std::string> unresolved_;  ///< namespaces of which something is missing
@@ -240,8 +231,7 @@ class Checker {
 
 }  // namespace
 
-Findings check_documents(const Resolver& resolver,
-                         const std::set<std::string, std::less<>>& builtin,
+Findings check_documents(const Resolver& resolver, const BuiltinNames& builtin,
                          const FindSupplier& find_supplier) {
   return Checker(resolver, builtin, find_supplier).run();
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -17,8 +16,7 @@ using FindSupplier = std::function<std::string(std::string_view name)>;
 
 /// Follows everything that the schemas and linkbases of a package name, compiles its schemas and
 /// reads its document type definitions. `builtin` as LoadedStore has it.
-Findings check_documents(const Resolver& resolver,
-                         const std::set<std::string, std::less<>>& builtin,
+Findings check_documents(const Resolver& resolver, const BuiltinNames& builtin,
                          const FindSupplier& find_supplier);
 
 }  // namespace zendro::store

@@ -19,6 +19,8 @@
 #include "pkg/local/names.h"
 #include "pkg/store.h"
 
+#include "store/published_tree.h"
+
 namespace zendro::store {
 namespace {
 
@@ -26,8 +28,6 @@ namespace fs = std::filesystem;
 using framework::IoError;
 using framework::Result;
 
-constexpr std::string_view kListName = "pkgs-available.json";
-constexpr std::string_view kArchiveName = "pkgs-available.json.zip";
 constexpr std::uint64_t kMemberLimit = std::uint64_t{4} << 30;
 constexpr std::size_t kDigits = 64;
 
@@ -36,20 +36,6 @@ using Member = Result<std::shared_ptr<const std::string>>;
 Member shared(Result<std::string> bytes) {
   if (!bytes) return tl::unexpected(bytes.error());
   return std::make_shared<const std::string>(std::move(*bytes));
-}
-
-/// What every tool brings along: XML 1.0 and XML Schema, and of taxonomies XBRL 2.1, its dimensions
-/// and the registry of roles.
-std::set<std::string, std::less<>> usual_builtin(std::string_view type) {
-  std::set<std::string, std::less<>> names = {
-      "http://www.w3.org/XML/1998/namespace", "http://www.w3.org/2001/XMLSchema",
-      "http://www.w3.org/2001/XMLSchema-instance", "http://www.w3.org/2001/xml.xsd"};
-  if (type == "xbrl") {
-    names.insert({"http://www.xbrl.org/2003/", "http://www.w3.org/1999/xlink",
-                  "http://xbrl.org/2005/", "http://www.xbrl.org/2005/",
-                  "http://www.xbrl.org/lrr/"});
-  }
-  return names;
 }
 
 class Opener {
@@ -131,7 +117,6 @@ class Opener {
     if (!parsed) return refused(parsed.error());
     store.list = std::move(*parsed);
     store.type = type_.empty() ? type_of(store.list) : type_;
-    store.builtin.merge(usual_builtin(store.type));
     store.url = url_;
     store_ = std::move(store);
   }
@@ -171,18 +156,14 @@ class Opener {
   }
 
   /// The list says in "_META" what its makers know every tool to bring along.
-  static std::set<std::string, std::less<>> builtin_of(const std::string& list) {
-    std::set<std::string, std::less<>> builtin;
+  static BuiltinNames builtin_of(const std::string& list) {
+    BuiltinNames builtin;
     const auto document = framework::LazyDocument::parse(list);
     if (!document) return builtin;
     for (const auto& member : (*document)->members((*document)->root())) {
       if (member.name != "_META") continue;
       const auto& meta = (*document)->object(member.text).values();
-      const auto* names = meta.if_contains("builtin");
-      if (names == nullptr) continue;
-      for (const auto& name : framework::as_array(*names)) {
-        builtin.emplace(framework::as_string(name));
-      }
+      if (const auto* names = meta.if_contains("builtin")) builtin.add(*names);
     }
     return builtin;
   }

@@ -4,8 +4,11 @@
 #include "console/exit_status.h"
 #include "console/table.h"
 #include "store/check/check_store.h"
+#include "store/check/open_sources.h"
 #include "store/check/open_store.h"
 #include "store/commands/commands.h"
+#include "store/published_tree.h"
+#include "store/settings.h"
 
 namespace zendro::store {
 namespace {
@@ -28,7 +31,12 @@ framework::Result<OpenedStore> open(const Arguments& arguments) {
   if (!keys) return tl::unexpected(keys.error());
   const std::string_view scheme = framework::url_scheme(arguments.place);
   if (scheme == "http" || scheme == "https") return open_served(arguments.place, *keys);
-  return open_tree(framework::path_from_utf8(arguments.place), *keys);
+  const std::filesystem::path folder = framework::path_from_utf8(arguments.place);
+  if (framework::file_exists(folder / kArchiveName)) return open_tree(folder, *keys);
+  if (framework::file_exists(folder / kSettingsName)) return open_sources(folder);
+  return tl::unexpected(framework::IoError{
+      arguments.place + ": there is neither \"" + kSettingsName + "\" of a store's sources nor \"" +
+      kArchiveName + "\" of a built tree; name a folder with one of them, or the URL of a store"});
 }
 
 const char* word(Severity severity) { return severity == Severity::error ? "error" : "warning"; }
