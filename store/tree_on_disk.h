@@ -16,6 +16,7 @@
 
 #include "framework/io/io.h"
 #include "pkg/package_list.h"
+
 #include "store/published_tree.h"
 
 namespace zendro::store {
