@@ -10,25 +10,25 @@
 #include <iostream>
 #include <string>
 
-#include "demo/end_of_run.h"
-#include "demo/loopback_server.h"
 #include "framework/text/json.h"
+#include "tests/loopback/end_of_run.h"
+#include "tests/loopback/loopback_server.h"
 
 namespace zendro::benchmarks {
 namespace {
 
 namespace fs = std::filesystem;
 namespace json = boost::json;
-using demo::Reply;
+using loopback::Reply;
 
 constexpr std::chrono::seconds kLimit = std::chrono::hours(1);
 
 void run(const fs::path& folder, const fs::path& url_file, std::chrono::milliseconds delay) {
-  demo::EndOfRun end_of_run;
-  demo::LoopbackServer server;
+  loopback::EndOfRun end_of_run;
+  loopback::LoopbackServer server;
   const auto serve = [&](const std::string& path, Reply reply) {
     server.serve(path, std::move(reply));
-    if (delay.count() > 0) server.set_fault(path, demo::Fault::late(delay));
+    if (delay.count() > 0) server.set_fault(path, loopback::Fault::late(delay));
   };
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
     if (!entry.is_regular_file()) continue;

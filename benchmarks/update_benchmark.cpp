@@ -13,8 +13,8 @@
 #include <zip.h>
 
 #include "app/options/options.h"
-#include "demo/loopback_server.h"
 #include "pkg/cache.h"
+#include "tests/loopback/loopback_server.h"
 #include "tests/temp_folder.h"
 #include "tests/zip_builder.h"
 
@@ -46,8 +46,8 @@ class Client {
   Client() {
     server_.serve(
         "/bootstrap",
-        demo::Reply::bytes(json::serialize(json::object{{"pkg.store_url", server_.url()}})));
-    server_.serve(std::string("/") + kListName + ".zip", demo::Reply::bytes(archive()));
+        loopback::Reply::bytes(json::serialize(json::object{{"pkg.store_url", server_.url()}})));
+    server_.serve(std::string("/") + kListName + ".zip", loopback::Reply::bytes(archive()));
     json::object options;
     options[app::option::install_root] = (folder_ / "pkgs").string();
     options[app::option::cache_root] = (folder_ / "cache").string();
@@ -62,7 +62,7 @@ class Client {
 
  private:
   tests::TempFolder folder_;
-  demo::LoopbackServer server_;
+  loopback::LoopbackServer server_;
   std::unique_ptr<pkg::pkg_cache_t> cache_;
 };
 

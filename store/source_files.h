@@ -16,17 +16,6 @@ struct SourceFile {
   std::string bytes;
 };
 
-/// The files below `root`/`folder` whose path relative to that folder matches one of `patterns`,
-/// sorted by path. A pattern that ends with "/" takes a folder with everything below it; in others
-/// "*" stands for any characters but "/". `root` stands for the root of a file system: absolute
-/// symbolic links lead to places below it. Links to folders or to nothing are left out.
-/// Throws std::runtime_error when a pattern takes nothing or a file cannot be read.
-std::vector<SourceFile> collect_files(const std::filesystem::path& root, std::string_view folder,
-                                      const std::vector<std::string>& patterns);
-
-/// Whether a relative path matches a pattern as described above.
-bool path_matches(std::string_view pattern, std::string_view path);
-
 /// The file at `path` in a sorted list; null where there is none.
 const SourceFile* find_file(const std::vector<SourceFile>& files, std::string_view path);
 

@@ -33,7 +33,7 @@ TEST_F(CliTest, ATerminalIsAsked) {
 TEST_F(CliTest, CtrlCLeavesWhatTheNextRunCanUse) {
   const std::string bytes(300'000, 'x');
   start_with({{"big-1.0.0", {{"a.zip", "a"}, {"b.zip", bytes}}}});
-  server_.set_fault("/store/b.zip", demo::Fault::dribble(std::chrono::milliseconds(1)));
+  server_.set_fault("/store/b.zip", loopback::Fault::dribble(std::chrono::milliseconds(1)));
   Terminal terminal("zendro", {"-y", "install", "big"});
   EXPECT_THAT(terminal.read_until("] 1/2"), HasSubstr("\x1b[1m")) << "colours";
   terminal.type("\x03");

@@ -147,7 +147,7 @@ TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
   std::vector<TestPackage> news = kToolOfTwoLevels;
   news.push_back(untitled);
   publish(news, 2);
-  server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::seconds(2)));
+  server_.set_fault("/bootstrap", loopback::Fault::late(std::chrono::seconds(2)));
   open({"app"});
   wait_until([this] { return !rows().empty(); }, "the known packages are shown");
   EXPECT_FALSE(dialog().idle());
@@ -212,7 +212,7 @@ TEST_F(DialogWindowTest, ShowsHowFarAnOperationIs) {
   open_and_wait({"app"});
   const std::string version = "Version " + std::string(framework::program_version());
   EXPECT_EQ(progress(), version);
-  server_.set_fault("/store/m/lib.xsd", demo::Fault::late(std::chrono::seconds(1)));
+  server_.set_fault("/store/m/lib.xsd", loopback::Fault::late(std::chrono::seconds(1)));
   press(WXK_RETURN);
   wait_until([this] { return progress().find("1 of 2 files") == 0; }, "the first of two is done");
   EXPECT_FALSE(dialog().idle());

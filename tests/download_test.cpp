@@ -45,7 +45,7 @@ TEST(LocalMemberName, IsOneSegmentOfAnIri) {
 
 TEST_F(DownloadTest, StoresMembersFlatAndProvesThemWithoutTheStore) {
   start_with({{"a-1.0.0", {{"xsd/x y.zip", "one"}, {"two.zip", ""}}}});
-  server_.serve("/store/xsd/x%20y.zip", demo::Reply::bytes("one"));
+  server_.serve("/store/xsd/x%20y.zip", loopback::Reply::bytes("one"));
   EXPECT_TRUE(cache().install({"a"}));
   EXPECT_EQ(file_text(package_folder("a-1.0.0") / "xsd%2Fx%20y.zip"), "one");
   EXPECT_EQ(file_text(package_folder("a-1.0.0") / "two.zip"), "");
@@ -119,7 +119,8 @@ TEST_F(DownloadTest, NoTextTellsThePasswordOfAMember) {
 
 TEST_F(DownloadTest, AWrongDownloadIsAnErrorAndIsMendedByTheNextRun) {
   start_with({{"a-1.0.0", {{"one.zip", "right"}}}});
-  server_.set_fault("/store/one.zip", demo::Fault::replaced(demo::Reply::bytes("<html>")).first(1));
+  server_.set_fault("/store/one.zip",
+                    loopback::Fault::replaced(loopback::Reply::bytes("<html>")).first(1));
   EXPECT_FALSE(cache().install({"a"}));
   EXPECT_THAT(take_messages(),
               ElementsAre("checksum_mismatch pkg=a-1.0.0 file=one.zip pkgtype=XML Schema"));
@@ -131,7 +132,7 @@ TEST_F(DownloadTest, AWrongDownloadIsAnErrorAndIsMendedByTheNextRun) {
 
 TEST_F(DownloadTest, ATransferThatFailsIsReportedWithItsCause) {
   start_with({{"a-1.0.0", {{"one.zip", std::string(100'000, 'x')}}}});
-  const auto folder_after = [&](const demo::Fault& fault) {
+  const auto folder_after = [&](const loopback::Fault& fault) {
     fs::remove_all(package_folder("a-1.0.0"));
     server_.set_fault("/store/one.zip", fault);
     EXPECT_FALSE(cache().install({"a"}));
@@ -140,12 +141,13 @@ TEST_F(DownloadTest, ATransferThatFailsIsReportedWithItsCause) {
     return fs::exists(package_folder("a-1.0.0") / "one.zip");
   };
   // Without an answer that counts no file is opened.
-  EXPECT_FALSE(folder_after(demo::Fault::replaced(demo::Reply::with_status(404))));
-  EXPECT_FALSE(folder_after(demo::Fault::replaced(demo::Reply::with_status(204))));
-  EXPECT_FALSE(folder_after(demo::Fault::replaced(demo::Reply::redirect("ftp://127.0.0.1/x"))));
-  EXPECT_FALSE(folder_after(demo::Fault::close()));
-  EXPECT_TRUE(folder_after(demo::Fault::close(50'000)));
-  EXPECT_TRUE(folder_after(demo::Fault::bad_chunks()));
+  EXPECT_FALSE(folder_after(loopback::Fault::replaced(loopback::Reply::with_status(404))));
+  EXPECT_FALSE(folder_after(loopback::Fault::replaced(loopback::Reply::with_status(204))));
+  EXPECT_FALSE(
+      folder_after(loopback::Fault::replaced(loopback::Reply::redirect("ftp://127.0.0.1/x"))));
+  EXPECT_FALSE(folder_after(loopback::Fault::close()));
+  EXPECT_TRUE(folder_after(loopback::Fault::close(50'000)));
+  EXPECT_TRUE(folder_after(loopback::Fault::bad_chunks()));
   server_.clear_faults();
   EXPECT_TRUE(cache().install({"a"}));
 }

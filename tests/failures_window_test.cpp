@@ -146,14 +146,14 @@ TEST_F(FailuresWindowTest, AnExceptionAtTheStart) {
 TEST_F(FailuresWindowTest, AStoreThatStalls) {
   give_up_after(std::chrono::seconds(1));
   open_with_store();
-  server_.set_fault("/store/m/tool.xsd", demo::Fault::stall(2));
+  server_.set_fault("/store/m/tool.xsd", loopback::Fault::stall(2));
   apply("tool-1.0.0");
   EXPECT_THAT(pane(), HasSubstr(server_.url("store/m/tool.xsd")));
   EXPECT_THAT(pane(), HasSubstr("slower than 100 bytes/s for 1 s")) << "what the transport said";
   expect_failed({}, {"tool-1.0.0"});
   close();
 
-  server_.set_fault("/bootstrap", demo::Fault::stall());
+  server_.set_fault("/bootstrap", loopback::Fault::stall());
   open_and_wait();
   EXPECT_THAT(pane(), HasSubstr(server_.url("bootstrap")));
   EXPECT_THAT(rows(), Contains("  [ ] tool-1.0.0")) << "from the cache";
@@ -187,7 +187,7 @@ TEST_F(FailuresWindowTest, AFreshMachineWithoutAStore) {
   publish(kAppAndTool);
   serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + "\"}");
   ASSERT_TRUE(silent_cache().update_store_information(true));
-  server_.set_fault("/bootstrap", demo::Fault::close());
+  server_.set_fault("/bootstrap", loopback::Fault::close());
   open_and_wait({"lib-1", "nothing"});
   EXPECT_THAT(pane(), HasSubstr("\nCan't connect to Zendro XML Schema store."));
   EXPECT_THAT(pane(), EndsWith("\nNo information found for XML Schema nothing.\n"
@@ -204,7 +204,7 @@ TEST_F(FailuresWindowTest, DamagedLists) {
   ASSERT_TRUE(silent_cache().install({"tool"}));
   const std::string available = file_text(cache_file("pkgs-available.json"));
   const std::string of_installed = file_text(cache_file("pkgs-installed.json"));
-  server_.set_fault("/bootstrap", demo::Fault::close());
+  server_.set_fault("/bootstrap", loopback::Fault::close());
 
   write_text(cache_file("pkgs-available.json"), available.substr(0, available.size() / 2));
   open_and_wait();
@@ -291,7 +291,7 @@ TEST_F(FailuresWindowTest, APackageFileNeedsNoStore) {
                              {"ZENDROPKG-INF/pkg-meta.json", json::serialize(document)}}));
   publish(kAppAndTool);
   ASSERT_TRUE(silent_cache().update_store_information(true));
-  server_.set_fault("/bootstrap", demo::Fault::close());
+  server_.set_fault("/bootstrap", loopback::Fault::close());
   const auto start_with_file = [&] {
     return app::start_with_package_file(*window_cache_, path,
                                         [](const packages_ui::StartProgress&) {});

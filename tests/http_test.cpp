@@ -17,8 +17,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "demo/loopback_server.h"
-#include "demo/self_signed.h"
 #include "framework/http/single_sign_on.h"
 #include "framework/system/folder.h"
 #include "framework/url/http_url.h"
@@ -26,15 +24,17 @@
 #include "tests/cause.h"
 #include "tests/environment.h"
 #include "tests/links.h"
+#include "tests/loopback/loopback_server.h"
+#include "tests/loopback/self_signed.h"
 #include "tests/memory.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::framework {
 namespace {
 
-using demo::Fault;
-using demo::LoopbackServer;
-using demo::Reply;
+using loopback::Fault;
+using loopback::LoopbackServer;
+using loopback::Reply;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
@@ -155,7 +155,7 @@ TEST_F(HttpTest, DeliversBodyAndHeadersAsTheyWereSent) {
   EXPECT_EQ(response->error().text,
             server_.url("a%20b.zip?q=%C3%A9") + ": an answer cannot be written");
 
-  const demo::ServedRequest served = server_.requests().front();
+  const loopback::ServedRequest served = server_.requests().front();
   EXPECT_EQ(served.method, "GET");
   EXPECT_EQ(served.path, "/a%20b.zip?q=%C3%A9");
   EXPECT_EQ(served.headers.find("User-Agent")->second, "Zendro-Package-Manager/1.0.0");
@@ -495,7 +495,7 @@ TEST_F(HttpTest, PostTellsHowFarItCame) {
   HttpRequest request = request_for(server_.url("telemetry"));
   request.headers = {{"Content-Type", "application/json; charset=utf-8"}};
   ASSERT_EQ(cause_of(transport_->post(request, "{\"a\":1}")), "");
-  const demo::ServedRequest served = server_.requests().front();
+  const loopback::ServedRequest served = server_.requests().front();
   EXPECT_EQ(served.method, "POST");
   EXPECT_EQ(served.body, "{\"a\":1}");
   EXPECT_EQ(served.headers.find("Content-Type")->second, "application/json; charset=utf-8");
@@ -740,7 +740,7 @@ TEST_F(ProxyTest, OneThatLetsTheUserOfTheSystemInIsAskedAgain) {
 
 class HttpsTest : public HttpTest {
  protected:
-  std::unique_ptr<HttpTransport> trusting(const demo::TlsIdentity& identity) {
+  std::unique_ptr<HttpTransport> trusting(const loopback::TlsIdentity& identity) {
     TransportSettings settings = impatient();
     settings.ca_file = folder_.path() / "ca.pem";
     std::ofstream(settings.ca_file, std::ios::binary) << identity.certificate;
@@ -753,7 +753,7 @@ class HttpsTest : public HttpTest {
     EXPECT_FALSE(sent || sent.error().was_connected);
   }
 
-  demo::TlsIdentity identity_ = demo::make_self_signed("localhost");
+  loopback::TlsIdentity identity_ = loopback::make_self_signed("localhost");
   LoopbackServer secure_{0, identity_};
 };
 
@@ -772,8 +772,9 @@ TEST_F(HttpsTest, OnlyTrustedCertificatesOfTheRightHostPass) {
             "");
   EXPECT_EQ(secure_.requests().back().body.size(), 5'000'000U);
 
-  expect_refused(*trusting(demo::make_self_signed("localhost")), secure_.url("x"), "ertificate");
-  const demo::TlsIdentity other = demo::make_self_signed("store.example");
+  expect_refused(*trusting(loopback::make_self_signed("localhost")), secure_.url("x"),
+                 "ertificate");
+  const loopback::TlsIdentity other = loopback::make_self_signed("store.example");
   const LoopbackServer impostor(0, other);
   expect_refused(*trusting(other), impostor.url("x"), "localhost");
   EXPECT_EQ(impostor.requests().size(), 0U);

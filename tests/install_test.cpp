@@ -145,7 +145,7 @@ TEST_F(InstallTest, AFailedDownloadEndsTheRunWithoutRollingBack) {
   start_with({package_of_one_member("a-1.0.0", {"b"}), package_of_one_member("b-1.0.0"),
               package_of_one_member("c-1.0.0")});
   server_.set_fault("/store/b-1.0.0.zip",
-                    demo::Fault::replaced(demo::Reply::with_status(404)).first(1));
+                    loopback::Fault::replaced(loopback::Reply::with_status(404)).first(1));
   EXPECT_FALSE(cache().install({"a", "c"}));
   EXPECT_THAT(take_messages(),
               ElementsAre("io_error", "download_pkg pkg=b-1.0.0 pkgtype=XML Schema"));
@@ -160,7 +160,7 @@ TEST_F(InstallTest, AFailedDownloadEndsTheRunWithoutRollingBack) {
 // The disk fills up, or goes away, between reading the list and writing it.
 TEST_F(InstallTest, AListThatCannotBeWrittenIsReported) {
   start_with({package_of_one_member("a-1.0.0")});
-  server_.observe([this](const demo::ServedRequest& request) {
+  server_.observe([this](const loopback::ServedRequest& request) {
     if (request.path == "/store/a-1.0.0.zip")
       fs::create_directories(cache_file("pkgs-installed.json"));
   });
@@ -202,8 +202,9 @@ TEST_F(InstallTest, TelemetryThatFailsIsOnlyAWarning) {
 TEST_F(InstallTest, TelemetryIsNotJudgedByItsAnswerAndCanBeSwitchedOff) {
   start_with({package_of_one_member("a-1.0.0"), package_of_one_member("b-1.0.0"),
               package_of_one_member("c-1.0.0")});
-  server_.set_fault("/api/package-manager/v1/telemetry",
-                    demo::Fault::replaced(demo::Reply::with_status(500, "<html>oops</html>")));
+  server_.set_fault(
+      "/api/package-manager/v1/telemetry",
+      loopback::Fault::replaced(loopback::Reply::with_status(500, "<html>oops</html>")));
   EXPECT_TRUE(cache().install({"a"}));
   EXPECT_EQ(telemetry().size(), 1U);
   set_option(app::option::telemetry, false);

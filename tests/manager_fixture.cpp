@@ -87,13 +87,13 @@ ManagerTest::ManagerTest(std::string type) : type_(std::move(type)) {
               {app::option::telemetry_url, server_.url(kTelemetryPath + 1)}};
   pkg::register_active_types(pkg::make_active_type_set({type_}));
   serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + R"(", "other": 1})");
-  server_.serve(kTelemetryPath, demo::Reply::with_status(204));
+  server_.serve(kTelemetryPath, loopback::Reply::with_status(204));
 }
 
 ManagerTest::~ManagerTest() { pkg::register_active_types({}); }
 
 void ManagerTest::serve_bootstrap(const std::string& body) {
-  server_.serve("/bootstrap", demo::Reply::bytes(body));
+  server_.serve("/bootstrap", loopback::Reply::bytes(body));
 }
 
 void ManagerTest::publish(const std::vector<TestPackage>& packages, int build_number,
@@ -104,7 +104,7 @@ void ManagerTest::publish(const std::vector<TestPackage>& packages, int build_nu
   for (const TestPackage& package : packages) {
     document[package.identity] = package.meta();
     for (const auto& [name, bytes] : package.members) {
-      server_.serve("/store/" + name, demo::Reply::bytes(bytes));
+      server_.serve("/store/" + name, loopback::Reply::bytes(bytes));
     }
   }
   publish_document(json::serialize(document));
@@ -118,7 +118,7 @@ void ManagerTest::publish_document(std::string_view text, const std::string& dig
   } else if (!digest_header.empty()) {
     headers.emplace_back("X-Amz-Meta-SHA256", digest_header);
   }
-  server_.serve("/store/pkgs-available.json.zip", demo::Reply::bytes(zip, headers));
+  server_.serve("/store/pkgs-available.json.zip", loopback::Reply::bytes(zip, headers));
 }
 
 void ManagerTest::start_with(const std::vector<TestPackage>& packages) {
@@ -175,7 +175,7 @@ std::map<std::string, std::string> ManagerTest::snapshot() const {
 
 std::vector<std::string> ManagerTest::take_requests() {
   std::vector<std::string> lines;
-  const std::vector<demo::ServedRequest> requests = server_.requests();
+  const std::vector<loopback::ServedRequest> requests = server_.requests();
   for (; requests_taken_ < requests.size(); ++requests_taken_) {
     lines.push_back(requests[requests_taken_].method + " " + requests[requests_taken_].path);
   }
@@ -184,7 +184,7 @@ std::vector<std::string> ManagerTest::take_requests() {
 
 std::vector<std::string> ManagerTest::telemetry() const {
   std::vector<std::string> bodies;
-  for (const demo::ServedRequest& request : server_.requests()) {
+  for (const loopback::ServedRequest& request : server_.requests()) {
     if (request.path == kTelemetryPath) bodies.push_back(request.body);
   }
   return bodies;

@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "demo/loopback_server.h"
 #include "framework/text/json.h"
 #include "pkg/cache.h"
+#include "tests/loopback/loopback_server.h"
 #include "tests/temp_folder.h"
 
 namespace zendro::tests {
@@ -85,7 +85,7 @@ class ManagerTest : public testing::Test {
   [[nodiscard]] std::string plain(std::string text) const;
 
   TempFolder folder_;
-  demo::LoopbackServer server_;
+  loopback::LoopbackServer server_;
   json::object options_;
 
  private:

@@ -95,7 +95,7 @@ TEST_F(PackageFileTest, ItsPackagesOutliveLaterLists) {
 
 TEST_F(PackageFileTest, TargetsThatExistAreLeftAloneAndProvedLater) {
   start_with({});
-  server_.serve("/store/m/a-1.0.0.zip", demo::Reply::bytes("bytes of a-1.0.0"));
+  server_.serve("/store/m/a-1.0.0.zip", loopback::Reply::bytes("bytes of a-1.0.0"));
   write_text(package_folder("a-1.0.0") / "m%2Fa-1.0.0.zip", "something else");
   const std::string path = write_file("x.zendro_xmlschemas", {package("a-1.0.0")}, {"a"});
   EXPECT_THAT(cache().read_package_file(path), Optional(ElementsAre("a")));
@@ -228,7 +228,7 @@ TEST_F(PackageFileTest, FoldersBelongToTheirOwners) {
 
 TEST_F(PackageFileTest, AMemberWithoutItsDigestIsLeftToTheStore) {
   start_with({});
-  server_.serve("/store/m/a-1.0.0.zip", demo::Reply::bytes("bytes of a-1.0.0"));
+  server_.serve("/store/m/a-1.0.0.zip", loopback::Reply::bytes("bytes of a-1.0.0"));
   const TestPackage a = package("a-1.0.0");
   const json::object document = {{"provides", {"a"}}, {"a-1.0.0", a.meta()}};
   const std::string path = write_archive("x.zendro_xmlschemas", json::serialize(document),

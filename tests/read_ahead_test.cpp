@@ -14,8 +14,8 @@ namespace zendro::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using demo::Fault;
-using demo::Reply;
+using loopback::Fault;
+using loopback::Reply;
 using std::chrono::milliseconds;
 
 framework::TransportSettings impatient() {
@@ -237,7 +237,7 @@ class LateStore {
     return ceil<milliseconds>(std::chrono::steady_clock::now() - begin);
   }
 
-  demo::LoopbackServer server;
+  loopback::LoopbackServer server;
 
  private:
   static std::string path(int number) { return "m" + std::to_string(number); }
@@ -250,7 +250,7 @@ class LateStore {
 // How a server of few connections fares with reading ahead, measured beside doing without.
 struct FewConnections {
   std::size_t connections;
-  demo::Surplus surplus;
+  loopback::Surplus surplus;
   bool closes;
 };
 
@@ -304,12 +304,12 @@ class BestTimes {
 };
 
 TEST(ReadAhead, AServerOfFewConnectionsIsNoSlowerAndIsRemembered) {
-  for (const FewConnections few : {FewConnections{1, demo::Surplus::waits, false},
-                                   {1, demo::Surplus::waits, true},
-                                   {1, demo::Surplus::closed, false},
-                                   {2, demo::Surplus::waits, false},
-                                   {2, demo::Surplus::closed, false},
-                                   {5, demo::Surplus::waits, false}}) {
+  for (const FewConnections few : {FewConnections{1, loopback::Surplus::waits, false},
+                                   {1, loopback::Surplus::waits, true},
+                                   {1, loopback::Surplus::closed, false},
+                                   {2, loopback::Surplus::waits, false},
+                                   {2, loopback::Surplus::closed, false},
+                                   {5, loopback::Surplus::waits, false}}) {
     BestTimes times(few);
     for (int run = 0; run < 20 && (run == 0 || !times.are_good()); ++run) times.run();
     EXPECT_TRUE(times.are_good()) << times;
@@ -334,7 +334,7 @@ TEST(ReadAhead, ARequestThatWasSentTwiceOutlivesTheFirst) {
   Fault broken = Fault::close();
   broken.delay = milliseconds(60);
   store.server.set_fault("/m2", broken);
-  store.server.observe([&store](const demo::ServedRequest& request) {
+  store.server.observe([&store](const loopback::ServedRequest& request) {
     if (request.path == "/m2") store.server.set_fault("/m2", Fault::late(milliseconds(100)));
   });
   store.get(*framework::make_http_transport(impatient()), 3);
@@ -343,7 +343,7 @@ TEST(ReadAhead, ARequestThatWasSentTwiceOutlivesTheFirst) {
 
 // Servers close connections on which nobody reads; what was cut short meanwhile is fetched anew.
 TEST(ReadAhead, AnAnswerThatDidNotOutliveTheWaitIsAskedForAgain) {
-  demo::LoopbackServer server;
+  loopback::LoopbackServer server;
   for (const char* name : {"a", "b", "c"})
     server.serve(std::string("/") + name, Reply::bytes(name));
   server.set_fault("/b", Fault::replaced(Reply::with_status(503)).first(1));

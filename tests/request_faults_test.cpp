@@ -12,8 +12,8 @@ namespace zendro::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using demo::Fault;
-using demo::Reply;
+using loopback::Fault;
+using loopback::Reply;
 using testing::IsEmpty;
 
 constexpr const char* kPackageFile = "in.zendro_xmlschemas";
@@ -51,9 +51,9 @@ const Operation kOperations[] = {
 
 class RequestFaultsTest : public ManagerTest, public testing::WithParamInterface<Operation> {
  protected:
-  RequestFaultsTest() : wrong_host_(demo::make_self_signed("elsewhere.example")) {
+  RequestFaultsTest() : wrong_host_(loopback::make_self_signed("elsewhere.example")) {
     write_text(other_ / "trusted.pem", wrong_host_.certificate);
-    elsewhere_ = std::make_unique<demo::LoopbackServer>(std::uint16_t{0}, wrong_host_);
+    elsewhere_ = std::make_unique<loopback::LoopbackServer>(std::uint16_t{0}, wrong_host_);
   }
 
   std::vector<std::pair<const char*, Fault>> faults() {
@@ -117,7 +117,7 @@ class RequestFaultsTest : public ManagerTest, public testing::WithParamInterface
     const std::string path = path_of(requests[number]);
     std::size_t seen = 0;
     if (number == 0) server_.set_fault(path, fault);
-    server_.observe([&](const demo::ServedRequest&) {
+    server_.observe([&](const loopback::ServedRequest&) {
       if (++seen == number) server_.set_fault(path, fault);
     });
     const bool succeeded = run();
@@ -158,10 +158,10 @@ class RequestFaultsTest : public ManagerTest, public testing::WithParamInterface
   }
 
   TempFolder other_;
-  demo::TlsIdentity wrong_host_;
-  std::unique_ptr<demo::LoopbackServer> elsewhere_;
-  demo::LoopbackServer unknown_{0, demo::make_self_signed("localhost")};
-  const std::string closed_ = demo::LoopbackServer().url();  ///< nobody listens there any more
+  loopback::TlsIdentity wrong_host_;
+  std::unique_ptr<loopback::LoopbackServer> elsewhere_;
+  loopback::LoopbackServer unknown_{0, loopback::make_self_signed("localhost")};
+  const std::string closed_ = loopback::LoopbackServer().url();  ///< nobody listens there any more
 };
 
 TEST_P(RequestFaultsTest, AreReportedAndSetRightByTheNextRun) {

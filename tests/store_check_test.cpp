@@ -6,10 +6,10 @@
 
 #include <gmock/gmock.h>
 
-#include "demo/loopback_server.h"
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
 #include "framework/text/json.h"
+#include "tests/loopback/loopback_server.h"
 #include "tests/signed_store.h"
 #include "tests/temp_folder.h"
 #include "tests/whole_file.h"
@@ -305,7 +305,7 @@ TEST(StoreCheck, ReadsSourcesAsTheBuildPublishesThem) {
 
 TEST(StoreCheck, LooksAtDigestAndSignatureAsTheyAreServed) {
   const TempFolder folder;
-  demo::LoopbackServer server;
+  loopback::LoopbackServer server;
   const std::string archive = signed_store::archive();
   const std::string good = framework::to_hex(framework::sha256(archive));
   const std::string path = "/s/pkgs-available.json.zip";
@@ -317,25 +317,25 @@ TEST(StoreCheck, LooksAtDigestAndSignatureAsTheyAreServed) {
     return opened ? lines_of(opened->findings) : std::vector<std::string>();
   };
   const auto serve = [&](const std::string& digest) {
-    server.serve(path, demo::Reply::bytes(archive, {{"x-amz-meta-sha256", digest}}));
+    server.serve(path, loopback::Reply::bytes(archive, {{"x-amz-meta-sha256", digest}}));
   };
   EXPECT_NE(cause_of(store::open_served(server.url("s/"))), "");
-  server.serve(path, demo::Reply::bytes(archive));
+  server.serve(path, loopback::Reply::bytes(archive));
   EXPECT_THAT(found({}), ElementsAre(HasSubstr("served without its digest")));
   serve(std::string(64, '0'));
   EXPECT_THAT(found({}), ElementsAre(AllOf(HasSubstr("clients refuse the list"), HasSubstr(good))));
   serve(good);
   EXPECT_THAT(found({}), IsEmpty());
   EXPECT_THAT(found(*keys), ElementsAre(HasSubstr("minisig:0 there is no signature")));
-  server.serve(path + ".minisig", demo::Reply::bytes(signed_store::kOtherSignature));
+  server.serve(path + ".minisig", loopback::Reply::bytes(signed_store::kOtherSignature));
   EXPECT_THAT(found(*keys), ElementsAre(HasSubstr("clients with the key refuse the list")));
-  server.serve(path + ".minisig", demo::Reply::bytes(signed_store::kSignature));
+  server.serve(path + ".minisig", loopback::Reply::bytes(signed_store::kSignature));
   EXPECT_THAT(found(*keys), IsEmpty());
 
   // Through the bootstrap document, and one that leads elsewhere.
   const std::string bootstrap = "/s/api/xsd-manager/v1/bootstrap";
   const auto lead_to = [&](const std::string& url) {
-    server.serve(bootstrap, demo::Reply::bytes(R"({"pkg.store_url":")" + url + "\"}"));
+    server.serve(bootstrap, loopback::Reply::bytes(R"({"pkg.store_url":")" + url + "\"}"));
   };
   lead_to(server.url("s/"));
   EXPECT_THAT(lines_of(findings_of(store::open_served(server.url(bootstrap.substr(1))))),

@@ -52,7 +52,7 @@ class StoreTest : public ManagerTest {
         headers.emplace_back("x-amz-meta-sha256", line.substr(0, line.find(' ')));
       }
       const std::string path = entry.path().lexically_relative(out).generic_string();
-      server_.serve("/" + path, demo::Reply::from_file(entry.path(), headers));
+      server_.serve("/" + path, loopback::Reply::from_file(entry.path(), headers));
     }
   }
 

@@ -14,8 +14,8 @@
 namespace zendro::tests {
 namespace {
 
-using demo::Fault;
-using demo::Reply;
+using loopback::Fault;
+using loopback::Reply;
 using store::MirrorOutcome;
 using testing::AllOf;
 using testing::Each;
@@ -61,7 +61,7 @@ class StoreMirror : public testing::Test {
   std::string copied(const std::string& path) const { return contents(copy_ / path); }
   bool has(const std::string& path) const { return fs::exists(copy_ / path); }
 
-  demo::LoopbackServer server_;
+  loopback::LoopbackServer server_;
   StoreTree source_;
   TempFolder copy_;
   std::string said_;

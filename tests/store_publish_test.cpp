@@ -10,9 +10,9 @@
 namespace zendro::tests {
 namespace {
 
-using demo::Fault;
-using demo::Reply;
-using demo::ServedRequest;
+using loopback::Fault;
+using loopback::Reply;
+using loopback::ServedRequest;
 using store::PublishOutcome;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -82,7 +82,7 @@ class StorePublish : public testing::Test {
   }
 
   bool is_refusing_ = false;
-  demo::LoopbackServer server_;
+  loopback::LoopbackServer server_;
   TempFolder folder_;
   StoreTree tree_;
   std::size_t puts_before_ = 0;

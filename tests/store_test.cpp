@@ -102,11 +102,12 @@ TEST_F(StoreTest, TheDigestHeaderIsCheckedWhereThereIsOne) {
 TEST_F(StoreTest, EveryFailureHasItsMessageAndLeavesTheListAlone) {
   const std::string type = " pkgtype=XML Schema";
   publish({{"a-1.0.0", {}}}, 6);
-  server_.set_fault("/bootstrap", demo::Fault::replaced(demo::Reply::with_status(500, "{}")));
+  server_.set_fault("/bootstrap",
+                    loopback::Fault::replaced(loopback::Reply::with_status(500, "{}")));
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
-  server_.set_fault("/bootstrap", demo::Fault::close());
+  server_.set_fault("/bootstrap", loopback::Fault::close());
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "connect_pkg_store" + type));
-  server_.set_fault("/bootstrap", demo::Fault::wrong_length(1000));
+  server_.set_fault("/bootstrap", loopback::Fault::wrong_length(1000));
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "fetch_pkg_store_info" + type));
   server_.clear_faults();
   serve_bootstrap(std::string((1 << 20) + 1, ' '));
@@ -123,12 +124,12 @@ TEST_F(StoreTest, EveryFailureHasItsMessageAndLeavesTheListAlone) {
   EXPECT_THAT(take_requests().back(), "GET /storepkgs-available.json.zip");
 
   serve_bootstrap(R"({"pkg.store_url": ")" + server_.url("store/") + R"("})");
-  server_.set_fault(kArchive, demo::Fault::close(10));
+  server_.set_fault(kArchive, loopback::Fault::close(10));
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
   server_.clear_faults();
-  server_.serve(kArchive, demo::Reply::bytes("no zip"));
+  server_.serve(kArchive, loopback::Reply::bytes("no zip"));
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
-  server_.serve(kArchive, demo::Reply::bytes(make_zip({{"other.json", "{}"}})));
+  server_.serve(kArchive, loopback::Reply::bytes(make_zip({{"other.json", "{}"}})));
   EXPECT_THAT(failed_update(), ElementsAre("io_error", "update_pkg_store_information" + type));
   publish_document("{\"a-1.0.0\": ");
   EXPECT_THAT(failed_update(), ElementsAre("invalid_pkg_store_information" + type));
@@ -171,7 +172,7 @@ TEST_F(StoreTest, WhatIsNoDocumentIsNamedByItsUrlWithoutCredentials) {
       {make_zip({{member, "{\"a-1.0.0\": "}}), "%7Czip/pkgs-available.json: not JSON: "},
       {make_zip({{member, "[]"}}), "%7Czip/pkgs-available.json: Cannot cast value to JSON map!"}};
   for (const auto& [bytes, text] : archives) {
-    server_.serve(kArchive, demo::Reply::bytes(bytes));
+    server_.serve(kArchive, loopback::Reply::bytes(bytes));
     expect_text(kArchive + 1 + std::string(text));
   }
   for (const std::string& digest : {std::string("short"), std::string(64, '0')}) {
@@ -182,7 +183,7 @@ TEST_F(StoreTest, WhatIsNoDocumentIsNamedByItsUrlWithoutCredentials) {
 
 TEST_F(StoreTest, NetworkErrorsTellUrlAndCause) {
   publish({{"a-1.0.0", {}}});
-  server_.set_fault("/bootstrap", demo::Fault::replaced(demo::Reply::with_status(404)));
+  server_.set_fault("/bootstrap", loopback::Fault::replaced(loopback::Reply::with_status(404)));
   EXPECT_FALSE(cache().update_store_information(true));
   ASSERT_EQ(texts().size(), 2u);
   EXPECT_THAT(texts()[0],
@@ -202,7 +203,7 @@ TEST_F(StoreTest, AListThatCannotBeWrittenIsReported) {
 TEST_F(StoreTest, OptionsNameTheListAndSwitchTheTraceOn) {
   set_option(app::option::pkgs_available_name, "list.json");
   set_option(app::option::log_remote_io, true);
-  server_.serve("/store/list.json.zip", demo::Reply::bytes(make_zip({{"list.json", "{}"}})));
+  server_.serve("/store/list.json.zip", loopback::Reply::bytes(make_zip({{"list.json", "{}"}})));
   EXPECT_TRUE(cache().update_store_information(true));
   EXPECT_EQ(file_text(cache_file("list.json")), "{\n}\n");
   EXPECT_THAT(file_text(cache_file("logs/io_bootstrap.log")), testing::HasSubstr("/bootstrap"));
@@ -237,7 +238,7 @@ TEST_F(StoreTest, AListIsOnlyTakenWithASignatureOfAKeyOfTheOptions) {
   const std::string path = std::string(kArchive) + ".minisig";
   const std::string mismatch =
       "checksum_mismatch_pkg_store_info file=@store/pkgs-available.json.zip";
-  server_.serve(kArchive, demo::Reply::bytes(archive()));
+  server_.serve(kArchive, loopback::Reply::bytes(archive()));
   const auto expect_refused = [&](const char* reason) {
     EXPECT_THAT(failed_update(), ElementsAre(mismatch)) << reason;
     EXPECT_FALSE(cache().update_store_information(false));
@@ -253,9 +254,9 @@ TEST_F(StoreTest, AListIsOnlyTakenWithASignatureOfAKeyOfTheOptions) {
 
   set_option(app::option::store_public_key, kKey);
   expect_refused("@store/pkgs-available.json.zip.minisig: ");  // 404
-  server_.set_fault(path, demo::Fault::replaced(demo::Reply::with_status(404, kSignature)));
+  server_.set_fault(path, loopback::Fault::replaced(loopback::Reply::with_status(404, kSignature)));
   expect_refused("404");
-  server_.set_fault(path, demo::Fault::close(10));
+  server_.set_fault(path, loopback::Fault::close(10));
   expect_refused("@store/pkgs-available.json.zip.minisig: ");
   server_.clear_faults();
   const std::pair<std::string, const char*> cases[] = {
@@ -265,23 +266,23 @@ TEST_F(StoreTest, AListIsOnlyTakenWithASignatureOfAKeyOfTheOptions) {
       {std::string(kSignature).replace(70, 1, "+"), "not for these bytes"},
       {std::string(kLegacySignature).replace(180, 1, "L"), "the trusted comment is not"}};
   for (const auto& [document, reason] : cases) {
-    server_.serve(path, demo::Reply::bytes(document));
+    server_.serve(path, loopback::Reply::bytes(document));
     expect_refused(reason);
   }
   // The signature of another archive, which even has the digest that its header tells.
-  server_.serve(path, demo::Reply::bytes(kSignature));
+  server_.serve(path, loopback::Reply::bytes(kSignature));
   publish_document(R"({"_META":{"build_number":7}})");
   expect_refused("not for these bytes");
   // Nothing is unpacked before: this is no archive at all.
-  server_.serve(kArchive, demo::Reply::bytes("no zip"));
+  server_.serve(kArchive, loopback::Reply::bytes("no zip"));
   expect_refused("not for these bytes");
 }
 
 TEST_F(StoreTest, GoodSignaturesOfAnyKeyAndFormAreTaken) {
   using namespace signed_store;
   const std::string path = std::string(kArchive) + ".minisig";
-  server_.serve(kArchive, demo::Reply::bytes(archive()));
-  const auto expect_taken = [&](const std::string& keys, const demo::Reply& signature) {
+  server_.serve(kArchive, loopback::Reply::bytes(archive()));
+  const auto expect_taken = [&](const std::string& keys, const loopback::Reply& signature) {
     set_option(app::option::store_public_key, json::string(keys));
     server_.serve(path, signature);
     std::filesystem::remove_all(cache_file(""));
@@ -291,13 +292,13 @@ TEST_F(StoreTest, GoodSignaturesOfAnyKeyAndFormAreTaken) {
   };
   const std::string document = std::string("untrusted comment: ours\n") + kKey + "\n";
   const std::string both = std::string(kOtherKey) + " " + kKey;
-  expect_taken(document, demo::Reply::bytes(kSignature));
+  expect_taken(document, loopback::Reply::bytes(kSignature));
   EXPECT_THAT(take_requests(),
               ElementsAre("GET /bootstrap", std::string("GET ") + kArchive, "GET " + path));
-  expect_taken(both, demo::Reply::bytes(kLegacySignature));
-  expect_taken(both, demo::Reply::bytes(kOtherSignature));
-  server_.serve("/elsewhere", demo::Reply::bytes(kSignature));
-  expect_taken(kKey, demo::Reply::redirect("/elsewhere"));
+  expect_taken(both, loopback::Reply::bytes(kLegacySignature));
+  expect_taken(both, loopback::Reply::bytes(kOtherSignature));
+  server_.serve("/elsewhere", loopback::Reply::bytes(kSignature));
+  expect_taken(kKey, loopback::Reply::redirect("/elsewhere"));
 
   // An archive on the disk has its signature beside it.
   const std::string file = (folder_ / "list.zip").string();
@@ -319,15 +320,16 @@ TEST_F(StoreTest, GoodSignaturesOfAnyKeyAndFormAreTaken) {
 
 class UnchangedListTest : public StoreTest {
  protected:
-  void publish_build(int number, const decltype(demo::Reply::headers)& headers) {
+  void publish_build(int number, const decltype(loopback::Reply::headers)& headers) {
     const std::string list = R"({"_META":{"build_number":)" + std::to_string(number) + "}}";
-    server_.serve(kArchive, demo::Reply::bytes(make_zip({{"pkgs-available.json", list}}), headers));
+    server_.serve(kArchive,
+                  loopback::Reply::bytes(make_zip({{"pkgs-available.json", list}}), headers));
   }
   // What the update asked for the list with; "whole" without a condition.
   std::string update(bool always = false) {
     EXPECT_TRUE(cache().update_store_information(true, always));
     EXPECT_THAT(take_messages(), IsEmpty());
-    const demo::ServedRequest request = server_.requests().back();
+    const loopback::ServedRequest request = server_.requests().back();
     EXPECT_EQ(request.path, kArchive);
     for (const char* name : {"If-None-Match", "If-Modified-Since"}) {
       const auto header = request.headers.find(name);
@@ -388,7 +390,7 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
   EXPECT_EQ(update(), "whole");
 
   // Whoever has not been asked whether something has changed cannot know.
-  server_.serve(kArchive, demo::Reply::with_status(304));
+  server_.serve(kArchive, loopback::Reply::with_status(304));
   EXPECT_FALSE(cache().update_store_information(true));
   EXPECT_THAT(take_messages(),
               ElementsAre("io_error", "update_pkg_store_information pkgtype=XML Schema"));

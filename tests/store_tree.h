@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "demo/loopback_server.h"
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
 #include "framework/text/json.h"
+#include "tests/loopback/loopback_server.h"
 
 #include "store/tree_on_disk.h"
 #include "store/zip_writer.h"
@@ -61,13 +61,13 @@ struct StoreTree {
   }
 
   /// Serves the files below "/s/".
-  void serve_at(demo::LoopbackServer& server) const {
+  void serve_at(loopback::LoopbackServer& server) const {
     for (const auto& [path, bytes] : files()) {
       std::vector<std::pair<std::string, std::string>> headers;
       if (path == store::kArchiveName) {
         headers.emplace_back("x-amz-meta-sha256", framework::to_hex(framework::sha256(bytes)));
       }
-      server.serve("/s/" + path, demo::Reply::bytes(bytes, headers));
+      server.serve("/s/" + path, loopback::Reply::bytes(bytes, headers));
     }
   }
 };

@@ -102,7 +102,7 @@ TEST_F(TrustTest, AFolderBelongsToOnePackageName) {
   const TestPackage good{"good-1.0.0", {{"m.zip", "good"}}};
   TestPackage evil{"evil-1.0.0", {{"m.zip", "evil"}}, {}, {}, {{"_pkg_installdir", "good-1.0.0"}}};
   start_with({good, evil});
-  server_.serve("/store/m.zip", demo::Reply::bytes("good"));
+  server_.serve("/store/m.zip", loopback::Reply::bytes("good"));
   EXPECT_FALSE(cache().install({"good", "evil"}));
   EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/xsd/good-1.0.0/"));
   EXPECT_FALSE(fs::exists(package_folder("good-1.0.0")));
@@ -176,11 +176,11 @@ TEST_F(TrustTest, ManagersLeaveEachOthersFoldersAlone) {
 
 // Whatever the name of a member is, only the store is asked for it.
 TEST_F(TrustTest, MembersComeFromTheStoreAlone) {
-  demo::LoopbackServer elsewhere;
-  elsewhere.serve("/m.zip", demo::Reply::bytes("x"));
+  loopback::LoopbackServer elsewhere;
+  elsewhere.serve("/m.zip", loopback::Reply::bytes("x"));
   const std::string host = server_.url("").substr(std::string("http:").size());
   const std::string with_password = "//u:p@" + host.substr(2) + "store/m.zip";
-  server_.serve("/store/m.zip", demo::Reply::bytes("x"));
+  server_.serve("/store/m.zip", loopback::Reply::bytes("x"));
   int build = 1;
   for (const auto& [member, cause] :
        {std::pair(elsewhere.url("m.zip"), "scheme, host or port"),
@@ -261,9 +261,9 @@ TEST_F(TrustTest, AHardLinkKeepsItsOtherName) {
 TEST_F(TrustTest, MemberNamesStayInsideTheFolder) {
   TestPackage hostile{"a-1.0.0", {{"..", "x"}, {"../../up.zip", "x"}, {"/abs.zip", "x"}}};
   start_with({hostile});
-  server_.serve("/up.zip", demo::Reply::bytes("x"));
-  server_.serve("/abs.zip", demo::Reply::bytes("x"));
-  server_.serve("/", demo::Reply::bytes("x"));
+  server_.serve("/up.zip", loopback::Reply::bytes("x"));
+  server_.serve("/abs.zip", loopback::Reply::bytes("x"));
+  server_.serve("/", loopback::Reply::bytes("x"));
   EXPECT_FALSE(cache().install({"a"}));
   EXPECT_THAT(take_messages(), Contains("download_pkg pkg=a-1.0.0 pkgtype=XML Schema"));
   for (const auto& [path, text] : snapshot()) {
@@ -287,7 +287,7 @@ TEST_F(TrustTest, TextsOfTheStoreStayOnTheirLine) {
 TEST_F(TrustTest, WholeOperationsWaitForEachOther) {
   start_with({{"a-1.0.0", {{"a.zip", "a"}}}, {"b-1.0.0", {{"b.zip", "b"}}}});
   // Two managers install at once; without the lock one of the lists would be lost.
-  server_.set_fault("/store/a.zip", demo::Fault::late(std::chrono::milliseconds(200)));
+  server_.set_fault("/store/a.zip", loopback::Fault::late(std::chrono::milliseconds(200)));
   pkg::pkg_cache_t other = silent_cache();
   std::thread first([&] { EXPECT_TRUE(cache().install({"a"})); });
   while (server_.request_count("/store/a.zip") == 0) std::this_thread::yield();

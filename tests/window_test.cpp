@@ -51,7 +51,7 @@ TEST_F(WindowTest, InstallsAndRemovesWithTheKeyboardAlone) {
   EXPECT_TRUE(grid().IsExpanded(find("app")));
 
   // While the operation runs the box stays open.
-  server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::seconds(2)));
+  server_.set_fault("/bootstrap", loopback::Fault::late(std::chrono::seconds(2)));
   press(WXK_RETURN);
   EXPECT_FALSE(dialog().idle());
   EXPECT_THAT(live_buttons(), IsEmpty());
@@ -139,7 +139,7 @@ TEST_F(WindowTest, TicksWithTheMouse) {
 
 TEST_F(WindowTest, AWindowThatIsGoneIsNotReachedAnyMore) {
   publish(kAppWithReference);
-  server_.set_fault("/bootstrap", demo::Fault::late(std::chrono::milliseconds(300)));
+  server_.set_fault("/bootstrap", loopback::Fault::late(std::chrono::milliseconds(300)));
   open();
   settle();
   close();  // waits for the worker; what it posted is dropped

@@ -2,10 +2,11 @@
 
 import json
 import os
+import signal
 import subprocess
-import time
+import threading
 
-LONGEST_START = 20  # seconds
+LONGEST_END = 20  # seconds
 
 
 class Manager:
@@ -16,17 +17,14 @@ class Manager:
         self.appdata = os.path.join(folder, "appdata")
         options = os.path.join(self.appdata, "Zendro/options.json")
         os.makedirs(os.path.dirname(options))
-        url_file = os.path.join(folder, "url")
-        # It stops once nobody holds its input any more.
-        self.server = subprocess.Popen([os.path.join(programs, "demo_store_server"), store, url_file],
-                                       stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
-        until = time.monotonic() + LONGEST_START
-        while not os.path.exists(url_file):
-            if self.server.poll() is not None or time.monotonic() > until:
-                raise RuntimeError("the store does not start")
-            time.sleep(0.02)
-        with open(url_file, encoding="utf-8") as text:
-            url = text.read().strip()
+        self.server = subprocess.Popen([os.path.join(programs, "zendro-store"), "--json", "serve",
+                                        os.path.join(store, "xsd")], stdout=subprocess.PIPE, text=True)
+        first = self.server.stdout.readline()
+        if not first:
+            raise RuntimeError("the store does not start")
+        url = json.loads(first)["url"]
+        # What it says of requests, until it ends.
+        threading.Thread(target=self.server.stdout.read).start()
         with open(options, "w", encoding="utf-8") as out:
             json.dump({"pkg.install_root": self.packages,
                        "pkg.cache_root": os.path.join(self.packages, ".xsd_cache/"),
@@ -44,5 +42,5 @@ class Manager:
             return [name for name in json.load(text) if not name.startswith("_")]
 
     def close(self):
-        self.server.stdin.close()
-        self.server.wait(LONGEST_START)
+        self.server.send_signal(signal.SIGINT)
+        self.server.wait(LONGEST_END)

@@ -1,6 +1,6 @@
-#include "demo/loopback_reply.h"
+#include "tests/loopback/loopback_reply.h"
 
-namespace zendro::demo {
+namespace zendro::loopback {
 namespace {
 
 Fault fault_of(Fault::Kind kind, std::optional<std::uint64_t> after = {}) {
@@ -81,4 +81,4 @@ Fault Fault::first(int count) const {
   return fault;
 }
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

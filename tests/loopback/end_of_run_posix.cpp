@@ -7,9 +7,9 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include "demo/end_of_run.h"
+#include "tests/loopback/end_of_run.h"
 
-namespace zendro::demo {
+namespace zendro::loopback {
 
 EndOfRun::EndOfRun() {
   sigset_t ending;
@@ -52,4 +52,4 @@ EndReason EndOfRun::wait(std::chrono::seconds limit) {
   }
 }
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

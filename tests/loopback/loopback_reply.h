@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace zendro::demo {
+namespace zendro::loopback {
 
 /// The proper answer to every request for a path, whatever its method.
 struct Reply {
@@ -65,4 +65,4 @@ struct Fault {
   [[nodiscard]] Fault first(int count) const;
 };
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

@@ -1,4 +1,4 @@
-#include "demo/loopback_server.h"
+#include "tests/loopback/loopback_server.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -16,7 +16,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http.hpp>
 
-namespace zendro::demo {
+namespace zendro::loopback {
 namespace {
 
 namespace asio = boost::asio;
@@ -449,4 +449,4 @@ std::size_t LoopbackServer::connections() const {
   return impl_->connection_count_;
 }
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

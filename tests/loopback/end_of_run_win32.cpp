@@ -5,9 +5,9 @@
 
 #include <windows.h>
 
-#include "demo/end_of_run.h"
+#include "tests/loopback/end_of_run.h"
 
-namespace zendro::demo {
+namespace zendro::loopback {
 namespace {
 
 // The system's handler gets no argument; the events stay until the end of the process, as a thread
@@ -69,4 +69,4 @@ EndReason EndOfRun::wait(std::chrono::seconds limit) {
   }
 }
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

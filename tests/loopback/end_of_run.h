@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace zendro::demo {
+namespace zendro::loopback {
 
 enum class EndReason { input_closed, signal, time_over };
 
@@ -25,4 +25,4 @@ class EndOfRun {
   std::intptr_t signals_ = -1;  ///< tells of termination signals: a descriptor or a handle
 };
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

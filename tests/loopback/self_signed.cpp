@@ -1,4 +1,4 @@
-#include "demo/self_signed.h"
+#include "tests/loopback/self_signed.h"
 
 #include <memory>
 #include <stdexcept>
@@ -9,7 +9,7 @@
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
-namespace zendro::demo {
+namespace zendro::loopback {
 namespace {
 
 struct Free {
@@ -66,4 +66,4 @@ TlsIdentity make_self_signed(const std::string& host) {
   return {text_of(certificate_text.get()), text_of(key_text.get())};
 }
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace zendro::demo {
+namespace zendro::loopback {
 
 struct TlsIdentity {
   std::string certificate;  ///< PEM (RFC 7468)
@@ -14,4 +14,4 @@ struct TlsIdentity {
 /// client that trusts the certificate itself can verify it. Throws std::runtime_error on failure.
 TlsIdentity make_self_signed(const std::string& host);
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback

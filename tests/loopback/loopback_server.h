@@ -13,11 +13,11 @@
 #include <string_view>
 #include <vector>
 
-#include "demo/loopback_reply.h"
-#include "demo/self_signed.h"
 #include "framework/http/http.h"
+#include "tests/loopback/loopback_reply.h"
+#include "tests/loopback/self_signed.h"
 
-namespace zendro::demo {
+namespace zendro::loopback {
 
 /// A request as it arrived.
 struct ServedRequest {
@@ -71,4 +71,4 @@ class LoopbackServer {
   std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace zendro::demo
+}  // namespace zendro::loopback
