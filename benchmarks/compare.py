@@ -22,6 +22,7 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "update": core_rows.update,
     "verification": process_rows.verification,
     "small-downloads": process_rows.small_downloads,
+    "mirror": process_rows.mirror,
     "large-download": process_rows.large_download,
     "operations": core_rows.operations,
     "catalogs": core_rows.catalogs,
