@@ -11,6 +11,7 @@ from pathlib import Path
 
 import core_rows
 import process_rows
+import store_rows
 import table
 import window_rows
 from measure import Row
@@ -28,6 +29,7 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "catalogs": core_rows.catalogs,
     "local-files": core_rows.local_files,
     "unpacking": process_rows.unpacking,
+    "store": store_rows.build,
     "selection": core_rows.selection,
     "window": window_rows.rows,
 }
