@@ -11,7 +11,7 @@ namespace {
 
 using framework::IoError;
 
-std::string text_of(json::object& values, std::string_view key) {
+std::string take_text(json::object& values, std::string_view key) {
   const json::value* value = values.if_contains(key);
   if (value == nullptr) return {};
   std::string text(framework::as_string(*value));
@@ -59,10 +59,10 @@ framework::Result<Settings> read_settings(const std::filesystem::path& store) {
   settings.others = file->values;
   const char* key = "";
   try {
-    settings.type = text_of(settings.others, key = "type");
-    settings.member = text_of(settings.others, key = "member");
-    settings.url = text_of(settings.others, key = "url");
-    settings.built = text_of(settings.others, key = "built");
+    settings.type = take_text(settings.others, key = "type");
+    settings.member = take_text(settings.others, key = "member");
+    settings.url = take_text(settings.others, key = "url");
+    settings.built = take_text(settings.others, key = "built");
     if (const json::value* number = settings.others.if_contains(key = "build_number")) {
       settings.build_number = framework::to_int64(*number);
       settings.others.stable_erase(key);
