@@ -1,16 +1,11 @@
 #include "store/list_signing.h"
 
 #include <algorithm>
-#include <memory>
-#include <utility>
 
 #include "framework/sign/signature.h"
 #include "framework/system/files.h"
-#include "framework/url/memory_stream.h"
-#include "framework/url/url_io.h"
-#include "pkg/list_files.h"
 
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 #include "store/whole_file.h"
 
 namespace zendro::store {
@@ -22,22 +17,13 @@ using framework::Result;
 constexpr std::uint64_t kArchiveLimit = 256 << 20;
 constexpr std::size_t kLongestComment = 1024;
 
-Result<std::int64_t> build_number_of(std::shared_ptr<const std::string> archive,
-                                     const std::string& label) {
-  const auto stream = framework::make_memory_stream(std::move(archive), label);
-  const auto text =
-      framework::open_archive_path(stream, kListName, label).and_then([](const auto& list) {
-        return framework::read_all(*list, framework::kIoBlock, pkg::kListLimit, kListName);
-      });
-  if (!text) return tl::unexpected(text.error());
-  const pkg::read_list_t list = pkg::parse_list(*text);
-  if (!list) return tl::unexpected(IoError{label + ": " + list.error()});
-  if (!list->build_number()) {
-    return tl::unexpected(IoError{label +
-                                  ": the list has no \"build_number\" in \"_META\", so that "
-                                  "an older one could stand for it; \"build\" writes one"});
-  }
-  return *list->build_number();
+Result<std::int64_t> build_number_of(const std::string& archive, const std::string& label) {
+  const auto list = list_in_archive(archive, label);
+  if (!list) return tl::unexpected(list.error());
+  if (list->build_number()) return *list->build_number();
+  return tl::unexpected(
+      IoError{label + ": the list has no \"build_number\" in \"_META\", so that an older one could "
+                      "stand for it; \"build\" writes one"});
 }
 
 }  // namespace
@@ -51,10 +37,9 @@ Result<SignedList> sign_list(const std::filesystem::path& out, const framework::
   const std::string name = kArchiveName;
   const std::filesystem::path file = out / name;
   const std::string label = framework::path_to_utf8(file);
-  auto read = framework::read_file(file, kArchiveLimit);
-  if (!read) return tl::unexpected(read.error());
-  const auto archive = std::make_shared<const std::string>(std::move(*read));
-  const Result<std::int64_t> build = build_number_of(archive, label);
+  const Result<std::string> archive = framework::read_file(file, kArchiveLimit);
+  if (!archive) return tl::unexpected(archive.error());
+  const Result<std::int64_t> build = build_number_of(*archive, label);
   if (!build) return tl::unexpected(build.error());
 
   SignedList signed_list{file, std::string(comment)};
