@@ -5,6 +5,7 @@
 #include <set>
 
 #include "framework/system/files.h"
+#include "framework/system/system_error.h"
 #include "pkg/local/contents.h"
 
 #include "store/package_files.h"
@@ -164,7 +165,7 @@ Result<void> put(const fs::path& store, const Description& description,
     if (!error) fs::rename(unfinished, description.folder, error);
     if (error) {
       done = tl::unexpected(
-          IoError{framework::path_to_utf8(description.folder) + ": " + error.message()});
+          framework::system_error(framework::path_to_utf8(description.folder), error.value()));
     }
   }
   std::error_code ignored;

@@ -44,9 +44,11 @@ void add_making(CLI::App& app, Arguments& to) {
   add->add_option("--homepage", to.homepage, "Instead of what the files say");
   add->add_option("--publisher", to.publisher, "Instead of what the files say");
   add->add_option("--references", to.references, "Packages that it needs, as in other-1.2")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false);
   add->add_option("--conflicts", to.conflicts, "Packages that must not stand beside it")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false);
   add->add_flag("--replace", to.replace, "Replace this version where it is there already");
 
   const auto with_identities = [&](CLI::App* command) {

@@ -7,6 +7,7 @@
 #include "app/options/package_types.h"
 #include "framework/system/files.h"
 #include "framework/system/folder.h"
+#include "framework/system/system_error.h"
 #include "pkg/meta.h"
 #include "pkg/package_list.h"
 
@@ -180,7 +181,8 @@ std::vector<std::string> folders_in(const fs::path& folder, Faults& faults) {
        entry.increment(error)) {
     if (entry->is_directory()) names.push_back(framework::path_to_utf8(entry->path().filename()));
   }
-  if (error) faults.push_back(framework::path_to_utf8(folder) + ": " + error.message());
+  if (error)
+    faults.push_back(framework::system_error(framework::path_to_utf8(folder), error.value()).text);
   std::sort(names.begin(), names.end());
   return names;
 }

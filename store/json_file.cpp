@@ -4,15 +4,12 @@
 
 #include "framework/system/files.h"
 
+#include "store/scan/document.h"
+
 namespace zendro::store {
 namespace {
 
-constexpr std::uint64_t kLargestFile = 64u << 20;
-
-std::size_t line_at(std::string_view text, std::size_t offset) {
-  const std::string_view before = text.substr(0, offset);
-  return static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-}
+constexpr std::uint64_t kJsonFileLimit = 64u << 20;
 
 std::string with_line(const std::filesystem::path& path, std::string_view text,
                       std::size_t offset) {
@@ -131,7 +128,7 @@ std::string JsonFile::place(std::initializer_list<std::string_view> keys) const 
 }
 
 framework::Result<JsonFile> read_json_file(const std::filesystem::path& path) {
-  auto text = framework::read_file(path, kLargestFile);
+  auto text = framework::read_file(path, kJsonFileLimit);
   if (!text) return tl::unexpected(text.error());
   framework::ParsedJson parsed = framework::parse_json(*text);
   if (!parsed) {

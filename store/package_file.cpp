@@ -19,14 +19,14 @@ using framework::IoError;
 using framework::Result;
 using pkg::name_semver_t;
 
-constexpr std::uint64_t kLargestMember = 4ull << 30;
+constexpr std::uint64_t kMemberLimit = 4ull << 30;
 
 Result<void> prove(const fs::path& tree, const pkg::package_t& package) {
   const pkg::json::object* files = package.meta.files();
   if (files == nullptr) return {};
   for (const pkg::json::key_value_pair& member : *files) {
     const fs::path path = tree / framework::path_from_utf8(std::string_view(member.key()));
-    const auto bytes = framework::read_file(path, kLargestMember);
+    const auto bytes = framework::read_file(path, kMemberLimit);
     if (!bytes) return tl::unexpected(bytes.error());
     if (framework::parse_sha256(framework::as_string(member.value())) !=
         framework::sha256(*bytes)) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "framework/system/files.h"
+#include "framework/system/system_error.h"
 #include "framework/url/zip.h"
 #include "pkg/local/contents.h"
 #include "pkg/local/names.h"
@@ -62,7 +63,7 @@ Result<std::vector<std::string>> list_files(const fs::path& folder) {
     paths.push_back(std::move(path));
   }
   if (error) {
-    return tl::unexpected(IoError{framework::path_to_utf8(folder) + ": " + error.message()});
+    return tl::unexpected(framework::system_error(framework::path_to_utf8(folder), error.value()));
   }
   std::sort(paths.begin(), paths.end());
   return paths;

@@ -12,7 +12,7 @@ namespace {
 
 using framework::IoError;
 
-std::string text_of(json::object& values, std::string_view key) {
+std::string take_text(json::object& values, std::string_view key) {
   const json::value* value = values.if_contains(key);
   if (value == nullptr) return {};
   std::string text(framework::as_string(*value));
@@ -30,8 +30,7 @@ std::string fault_of(const Settings& settings, const JsonFile& file) {
     return at("member") + "write the plain name of an archive: \"member\": \"" +
            default_settings(settings.type).member + "\"";
   }
-  const bool is_web = settings.url.starts_with("https://") || settings.url.starts_with("http://");
-  if (!settings.url.empty() && (!is_web || !settings.url.ends_with('/'))) {
+  if (!settings.url.empty() && !is_store_url(settings.url)) {
     return at("url") + "write the address where the store is served, with a slash at its end: " +
            "\"url\": \"https://store.example/xsd/\"";
   }
@@ -48,6 +47,11 @@ Settings default_settings(const std::string& type) {
   return settings;
 }
 
+bool is_store_url(std::string_view url) {
+  const bool is_web = url.starts_with("https://") || url.starts_with("http://");
+  return is_web && url.ends_with('/');
+}
+
 framework::Result<Settings> read_settings(const std::filesystem::path& store) {
   const std::filesystem::path path = store / kSettingsName;
   if (framework::is_missing(path)) {
@@ -60,10 +64,10 @@ framework::Result<Settings> read_settings(const std::filesystem::path& store) {
   settings.others = file->values;
   const char* key = "";
   try {
-    settings.type = text_of(settings.others, key = "type");
-    settings.member = text_of(settings.others, key = "member");
-    settings.url = text_of(settings.others, key = "url");
-    settings.built = text_of(settings.others, key = "built");
+    settings.type = take_text(settings.others, key = "type");
+    settings.member = take_text(settings.others, key = "member");
+    settings.url = take_text(settings.others, key = "url");
+    settings.built = take_text(settings.others, key = "built");
     if (const json::value* number = settings.others.if_contains(key = "build_number")) {
       settings.build_number = framework::to_int64(*number);
       settings.others.stable_erase(key);

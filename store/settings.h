@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "framework/io/io.h"
 
@@ -28,6 +29,9 @@ struct Settings {
 
 /// The usual settings of a type.
 Settings default_settings(const std::string& type);
+
+/// Whether a store can be served there: http or https, with a slash at its end.
+bool is_store_url(std::string_view url);
 
 /// Reads the settings of a store. Errors name the line and what to write instead.
 framework::Result<Settings> read_settings(const std::filesystem::path& store);

@@ -1,5 +1,7 @@
 #include "store/add.h"
 
+#include <algorithm>
+
 #include "framework/system/files.h"
 
 #include "console/exit_status.h"
@@ -10,8 +12,8 @@ namespace zendro::store {
 namespace {
 
 std::string needs(const Demand& demand) {
-  if (!demand.location.empty()) return demand.location;
-  return demand.xml_namespace.empty() ? demand.public_id : demand.xml_namespace;
+  if (!demand.public_id.empty()) return demand.public_id;
+  return demand.location.empty() ? demand.xml_namespace : demand.location;
 }
 
 void show_demands(const std::vector<Fulfilment>& demands, console::Output& output) {
@@ -19,8 +21,9 @@ void show_demands(const std::vector<Fulfilment>& demands, console::Output& outpu
   json::array open;
   for (const Fulfilment& demand : demands) {
     const OpenDemand& one = demand.open;
-    rows.push_back({demand.reference.empty() ? "nothing here" : demand.reference, one.path,
-                    needs(one.demand)});
+    std::vector<std::string> row = {demand.reference.empty() ? "nothing here" : demand.reference,
+                                    one.path, needs(one.demand)};
+    if (std::find(rows.begin(), rows.end(), row) == rows.end()) rows.push_back(std::move(row));
     open.push_back(json::object{{"path", one.path},
                                 {"location", one.demand.location},
                                 {"namespace", one.demand.xml_namespace},
@@ -53,6 +56,11 @@ int add(Session& session) {
               counted(added->namespaces, "namespace") + ", " +
               counted(added->public_ids, "public identifier"));
   show_demands(added->demands, output);
+  if (std::any_of(added->demands.begin(), added->demands.end(),
+                  [](const Fulfilment& demand) { return demand.reference.empty(); })) {
+    output.note("What nothing here fulfils may be in a package that is yet to be added; then add " +
+                identity + " again with --replace.");
+  }
   for (const Description& changed : added->changed) {
     output.note(to_string(changed.identity) + " has its schema under a further location now, as " +
                 identity + " asks for it");

@@ -1,5 +1,6 @@
 // Commands that change what is described.
 #include "framework/system/files.h"
+#include "framework/system/system_error.h"
 
 #include "console/exit_status.h"
 #include "store/commands/commands.h"
@@ -38,7 +39,7 @@ framework::Result<void> take_out(Description& description) {
   std::filesystem::remove_all(description.folder, error);
   if (error) {
     return tl::unexpected(
-        framework::IoError{framework::path_to_utf8(description.folder) + ": " + error.message()});
+        framework::system_error(framework::path_to_utf8(description.folder), error.value()));
   }
   std::error_code ignored;  // other versions may stand there
   std::filesystem::remove(description.folder.parent_path(), ignored);

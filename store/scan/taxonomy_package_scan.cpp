@@ -19,7 +19,7 @@ std::string_view language_of(pugi::xml_node element) {
 }
 
 // The text of a child that may be there once for each language: in English, else the first one.
-std::string text_of(const pugi::xml_node& parent, std::string_view name) {
+std::string worded(const pugi::xml_node& parent, std::string_view name) {
   std::string first;
   for (const pugi::xml_node& child : parent.children()) {
     if (local_name(child) != name) continue;
@@ -43,16 +43,16 @@ TaxonomyPackage scan_taxonomy_package(const SourceFile& file) {
         ": this is no taxonomy package: " + parsed.description());
   }
   TaxonomyPackage package;
-  package.title = text_of(root, "name");
-  package.description = text_of(root, "description");
-  package.publisher = text_of(root, "publisher");
-  package.homepage = text_of(root, "publisherURL");
+  package.title = worded(root, "name");
+  package.description = worded(root, "description");
+  package.publisher = worded(root, "publisher");
+  package.homepage = worded(root, "publisherURL");
   for (const pugi::xml_node& entry : child_element(root, "entryPoints").children()) {
     if (local_name(entry) != "entryPoint") continue;
     // An entry point may consist of several documents.
     for (const pugi::xml_node& document : entry.children()) {
       if (local_name(document) != "entryPointDocument") continue;
-      package.entry_points.push_back({text_of(entry, "name"), document.attribute("href").value()});
+      package.entry_points.push_back({worded(entry, "name"), document.attribute("href").value()});
     }
   }
   for (const pugi::xml_node& report : child_element(root, "versioningReports").children()) {
