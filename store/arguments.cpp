@@ -81,7 +81,10 @@ void add_proving(CLI::App& app, Arguments& to) {
   sign->add_option("--key", to.key, "The file with the secret key")->required()->type_name("FILE");
   sign->add_option("--comment", to.comment, "A comment that the signature covers");
   add_command(app, to, "check", "Find whatever a manager would refuse, and more", "PLACE",
-              "A folder of sources, a tree, or the URL of a store");
+              "A folder of sources, a tree, or the URL of a store")
+      ->add_option("--public-key", to.public_key,
+                   "The key that the list has to be signed with, or the file with it")
+      ->type_name("KEY");
 }
 
 void add_serving(CLI::App& app, Arguments& to) {

@@ -219,15 +219,16 @@ class Builder {
 
   bool write_list() {
     const json::object packages = new_packages();
-    const std::string built = digest_of(list_text(0, packages));
-    const bool is_same = !published_.text.empty() &&
-                         digest_of(list_text(0, published_.packages)) == built &&
-                         published_.build_number >= settings_.build_number;
+    const std::string built = digest_of(list_text(0, settings_.builtin, packages));
+    const bool is_same =
+        !published_.text.empty() &&
+        digest_of(list_text(0, published_.builtin, published_.packages)) == built &&
+        published_.build_number >= settings_.build_number;
     const std::int64_t last = std::max(published_.build_number, settings_.build_number);
     const bool was_built = settings_.built == built && last == settings_.build_number && last > 0 &&
                            published_.build_number < last;
     const std::int64_t number = is_same || was_built ? last : last + 1;
-    const std::string text = list_text(number, packages);
+    const std::string text = list_text(number, settings_.builtin, packages);
     if (!check_list(text)) return false;
     result_.build_number = number;
     result_.is_changed = !is_same;

@@ -4,6 +4,7 @@
 #include "framework/system/files.h"
 #include "framework/system/folder.h"
 
+#include "store/scan/builtin.h"
 #include "store/whole_file.h"
 
 namespace zendro::store {
@@ -77,6 +78,11 @@ framework::Result<Settings> read_settings(const std::filesystem::path& store) {
       }
       settings.others.stable_erase(key);
     }
+    if (const json::value* builtin = settings.others.if_contains(key = "builtin")) {
+      BuiltinNames().add(*builtin);  // which are texts
+      settings.builtin = framework::as_array(*builtin);
+      settings.others.stable_erase(key);
+    }
   } catch (const framework::JsonError& error) {
     return tl::unexpected(IoError{file->place({key}) + ": " + error.what()});
   }
@@ -98,6 +104,7 @@ framework::Result<void> write_settings(const Settings& settings,
     json::object& retired = values["retired"].emplace_object();
     for (const auto& [path, digest] : settings.retired) retired[path] = digest;
   }
+  if (!settings.builtin.empty()) values["builtin"] = settings.builtin;
   for (const json::key_value_pair& member : settings.others) {
     values.emplace(member.key(), member.value());
   }

@@ -23,6 +23,7 @@ struct Settings {
   std::string built;              ///< digest of the packages of the last build
   /// Members that were published once and stand in the list no more, with their digests.
   std::map<std::string, std::string> retired;
+  json::array builtin;  ///< what every tool brings along in addition to the usual, see BuiltinNames
   json::object others;  ///< members that are not known here
 };
 
