@@ -66,7 +66,7 @@ Alias "@prefix@" "@root@"
 <Location "@prefix@">
   SetEnvIf Request_URI "^" no-gzip=1
 </Location>
-<LocationMatch "/\.">
+<LocationMatch "^@prefix@(.*/)?\.">
   Require all denied
 </LocationMatch>
 <Location "@prefix@@archive@">
@@ -130,7 +130,7 @@ std::string filled(std::string_view lines, const Site& site) {
 }
 
 /// Between quotation marks.
-std::string in_quotes(std::string_view path) {
+std::string backslashed(std::string_view path) {
   std::string out;
   for (const char c : path) {
     if (c == '"' || c == '\\') out += '\\';
@@ -185,7 +185,8 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
                             " cannot hold control characters or any of " +
                             std::string(row->refused) + " in a path");
   }
-  return filled(row->lines, Site{in_quotes(root), prefix, bootstrap_path(tree.type), tree.digest});
+  return filled(row->lines,
+                Site{backslashed(root), prefix, bootstrap_path(tree.type), tree.digest});
 }
 
 }  // namespace zendro::store
