@@ -161,6 +161,11 @@ TEST_F(StorePublish, LeavesTheListWhereAMemberCannotBeStored) {
                                      Not(HasSubstr(kSecret))));
   EXPECT_THAT(new_puts(), Not(testing::Contains(HasSubstr("pkgs-available"))));
 
+  Reply elsewhere = Reply::with_status(301);
+  elsewhere.headers.emplace_back("x-amz-bucket-region", "eu-2");
+  server_.set_fault("/bkt/p/pkgs-available.json.zip", Fault::replaced(elsewhere));
+  EXPECT_THAT(cause_of(run()), HasSubstr("set AWS_REGION to that of the bucket, eu-2"));
+
   // What may pass is tried again, but not for ever.
   is_refusing_ = false;
   server_.clear_faults();

@@ -151,9 +151,18 @@ IoError ObjectStore::error_of(const BatchRequest& request, const BatchResult& re
       text += std::string(name == std::string("Code") ? ", " : ": ") +
               framework::loggable_text(part.substr(0, 300));
   }
+  const auto region = result.headers.find("x-amz-bucket-region");
+  if (region != result.headers.end() && region->second != key_.key.region) {
+    text += ": set AWS_REGION to that of the bucket, " + framework::loggable_text(region->second);
+  } else if (request.method == BatchRequest::Method::head && result.status == 403) {
+    text += ": the key is not known, or may not read, write and list there";
+  }
   for (const std::string& secret : {key_.key.secret, key_.session_token, key_.key.id}) {
-    for (std::size_t at = 0; !secret.empty() && (at = text.find(secret)) != std::string::npos;) {
-      text.replace(at, secret.size(), "***");
+    constexpr std::string_view hidden = "***";
+    std::size_t at = 0;
+    while (!secret.empty() && (at = text.find(secret, at)) != std::string::npos) {
+      text.replace(at, secret.size(), hidden);
+      at += hidden.size();
     }
   }
   return {text};
