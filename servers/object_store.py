@@ -35,7 +35,7 @@ def complaint_of(method, target, headers, body):
     if scheme != "AWS4-HMAC-SHA256" or key != KEY or scope[1:] != [REGION, "s3", "aws4_request"]:
         return "InvalidAccessKeyId"
     missing = [name.lower() for name in headers if name.lower().startswith("x-amz-") and name.lower() not in signed]
-    if missing or "host" not in signed or signed != sorted(signed):
+    if missing or "host" not in signed or signed != sorted(signed) or any(name not in headers for name in signed):
         return "AccessDenied"
     if hashlib.sha256(body).hexdigest() != headers["x-amz-content-sha256"]:
         return "XAmzContentSHA256Mismatch"

@@ -44,9 +44,11 @@ void add_making(CLI::App& app, Arguments& to) {
   add->add_option("--homepage", to.homepage, "Instead of what the files say");
   add->add_option("--publisher", to.publisher, "Instead of what the files say");
   add->add_option("--references", to.references, "Packages that it needs, as in other-1.2")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false);
   add->add_option("--conflicts", to.conflicts, "Packages that must not stand beside it")
-      ->delimiter(',');
+      ->delimiter(',')
+      ->allow_extra_args(false);
   add->add_flag("--replace", to.replace, "Replace this version where it is there already");
 
   const auto with_identities = [&](CLI::App* command) {
@@ -79,7 +81,10 @@ void add_proving(CLI::App& app, Arguments& to) {
   sign->add_option("--key", to.key, "The file with the secret key")->required()->type_name("FILE");
   sign->add_option("--comment", to.comment, "A comment that the signature covers");
   add_command(app, to, "check", "Find whatever a manager would refuse, and more", "PLACE",
-              "A folder of sources, a tree, or the URL of a store");
+              "A folder of sources, a tree, or the URL of a store")
+      ->add_option("--public-key", to.public_key,
+                   "The key that the list has to be signed with, or the file with it")
+      ->type_name("KEY");
 }
 
 void add_serving(CLI::App& app, Arguments& to) {

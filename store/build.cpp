@@ -4,6 +4,7 @@
 #include <atomic>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
@@ -103,7 +104,26 @@ class Builder {
       for (const std::string& warning : some) events_.warn(warning);
     }
     for (const Faults& some : faults) faults_.insert(faults_.end(), some.begin(), some.end());
+    if (is_of_another_store()) {
+      faults_.push_back(framework::path_to_utf8(tree_ / kArchiveName) +
+                        ": lists packages, and none of them is of this store; name another folder "
+                        "for the tree");
+    }
     return faults_.empty();
+  }
+
+  /// Whether the list that is out knows none of the names of this store.
+  [[nodiscard]] bool is_of_another_store() const {
+    if (published_.members.empty() || descriptions_.empty()) return false;
+    std::set<std::string> names;
+    for (const Description& description : descriptions_) names.insert(description.identity.name);
+    const auto knows = [&](const json::key_value_pair& entry) {
+      return names.contains(pkg::parse_identity(std::string_view(entry.key())).name);
+    };
+    const json::value* deprecated = published_.packages.if_contains("_DEPRECATED");
+    return std::none_of(published_.packages.begin(), published_.packages.end(), knows) &&
+           (deprecated == nullptr ||
+            std::none_of(deprecated->as_object().begin(), deprecated->as_object().end(), knows));
   }
 
   bool make_members() {
@@ -199,15 +219,16 @@ class Builder {
 
   bool write_list() {
     const json::object packages = new_packages();
-    const std::string built = digest_of(list_text(0, packages));
-    const bool is_same = !published_.text.empty() &&
-                         digest_of(list_text(0, published_.packages)) == built &&
-                         published_.build_number >= settings_.build_number;
+    const std::string built = digest_of(list_text(0, settings_.builtin, packages));
+    const bool is_same =
+        !published_.text.empty() &&
+        digest_of(list_text(0, published_.builtin, published_.packages)) == built &&
+        published_.build_number >= settings_.build_number;
     const std::int64_t last = std::max(published_.build_number, settings_.build_number);
     const bool was_built = settings_.built == built && last == settings_.build_number && last > 0 &&
                            published_.build_number < last;
     const std::int64_t number = is_same || was_built ? last : last + 1;
-    const std::string text = list_text(number, packages);
+    const std::string text = list_text(number, settings_.builtin, packages);
     if (!check_list(text)) return false;
     result_.build_number = number;
     result_.is_changed = !is_same;

@@ -1,28 +1,19 @@
 #include "store/offers.h"
 
 #include <algorithm>
-#include <array>
 
 #include "framework/text/json.h"
 #include "pkg/meta.h"
 #include "pkg/package_url.h"
 
+#include "store/scan/builtin.h"
+
 namespace zendro::store {
 namespace {
 
-constexpr std::array<std::string_view, 6> kBuiltin = {
-    "http://www.w3.org/XML/1998/namespace",
-    "http://www.w3.org/2001/XMLSchema",
-    "http://www.w3.org/2001/XMLSchema-instance",
-    "http://www.xbrl.org/2003/instance",
-    "http://www.xbrl.org/2003/linkbase",
-    "http://www.xbrl.org/2003/xbrl-instance-2003-12-31.xsd"};
-
 bool is_builtin(const Demand& demand) {
-  const auto is_one = [](const std::string& text) {
-    return std::find(kBuiltin.begin(), kBuiltin.end(), text) != kBuiltin.end();
-  };
-  return is_one(demand.xml_namespace) || is_one(demand.location);
+  static const BuiltinNames builtin;
+  return builtin.contains(demand.xml_namespace) || builtin.contains(demand.location);
 }
 
 const json::object* map_of(const Description& package, std::string_view key) {

@@ -44,6 +44,9 @@ framework::Result<PublishedList> read_published_list(const std::filesystem::path
       if (const json::value* number = framework::as_map(*meta).if_contains("build_number")) {
         list.build_number = framework::to_int64(*number);
       }
+      if (const json::value* builtin = framework::as_map(*meta).if_contains("builtin")) {
+        list.builtin = framework::as_array(*builtin);
+      }
       list.packages.stable_erase("_META");
     }
     for (const json::key_value_pair& entry : list.packages) {
@@ -61,9 +64,13 @@ framework::Result<PublishedList> read_published_list(const std::filesystem::path
   return list;
 }
 
-std::string list_text(std::int64_t build_number, const json::object& packages) {
-  std::string text = "{\n\"_META\":{\"build_number\":" + std::to_string(build_number) + "}";
+std::string list_text(std::int64_t build_number, const json::array& builtin,
+                      const json::object& packages) {
+  json::object meta = {{"build_number", build_number}};
+  if (!builtin.empty()) meta["builtin"] = builtin;
+  std::string text = "{\n\"_META\":";
   framework::JsonWriter writer(text);
+  writer.append(meta);
   for (const json::key_value_pair& entry : packages) {
     text += ",\n";
     writer.append(std::string_view(entry.key()));

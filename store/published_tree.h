@@ -20,13 +20,15 @@ struct PublishedList {
   std::string text;       ///< of the list document
   json::object packages;  ///< without "_META"; "_DEPRECATED" included
   std::int64_t build_number = 0;
+  json::array builtin;                         ///< what the makers know every tool to bring along
   std::map<std::string, std::string> members;  ///< path to digest, in lower case
 };
 
 /// Reads the list of a tree.
 framework::Result<PublishedList> read_published_list(const std::filesystem::path& tree);
 
-/// The bytes of a list document: one package a line.
-std::string list_text(std::int64_t build_number, const json::object& packages);
+/// The bytes of a list document: one package a line. `builtin` as in PublishedList.
+std::string list_text(std::int64_t build_number, const json::array& builtin,
+                      const json::object& packages);
 
 }  // namespace zendro::store

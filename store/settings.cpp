@@ -4,6 +4,7 @@
 #include "framework/system/files.h"
 #include "framework/system/folder.h"
 
+#include "store/scan/builtin.h"
 #include "store/whole_file.h"
 
 namespace zendro::store {
@@ -29,8 +30,7 @@ std::string fault_of(const Settings& settings, const JsonFile& file) {
     return at("member") + "write the plain name of an archive: \"member\": \"" +
            default_settings(settings.type).member + "\"";
   }
-  const bool is_web = settings.url.starts_with("https://") || settings.url.starts_with("http://");
-  if (!settings.url.empty() && (!is_web || !settings.url.ends_with('/'))) {
+  if (!settings.url.empty() && !is_store_url(settings.url)) {
     return at("url") + "write the address where the store is served, with a slash at its end: " +
            "\"url\": \"https://store.example/xsd/\"";
   }
@@ -45,6 +45,11 @@ Settings default_settings(const std::string& type) {
   settings.type = type;
   settings.member = type == "xbrl" ? "taxonomy.zip" : "schemas.zip";
   return settings;
+}
+
+bool is_store_url(std::string_view url) {
+  const bool is_web = url.starts_with("https://") || url.starts_with("http://");
+  return is_web && url.ends_with('/');
 }
 
 framework::Result<Settings> read_settings(const std::filesystem::path& store) {
@@ -73,6 +78,11 @@ framework::Result<Settings> read_settings(const std::filesystem::path& store) {
       }
       settings.others.stable_erase(key);
     }
+    if (const json::value* builtin = settings.others.if_contains(key = "builtin")) {
+      BuiltinNames().add(*builtin);  // which are texts
+      settings.builtin = framework::as_array(*builtin);
+      settings.others.stable_erase(key);
+    }
   } catch (const framework::JsonError& error) {
     return tl::unexpected(IoError{file->place({key}) + ": " + error.what()});
   }
@@ -94,6 +104,7 @@ framework::Result<void> write_settings(const Settings& settings,
     json::object& retired = values["retired"].emplace_object();
     for (const auto& [path, digest] : settings.retired) retired[path] = digest;
   }
+  if (!settings.builtin.empty()) values["builtin"] = settings.builtin;
   for (const json::key_value_pair& member : settings.others) {
     values.emplace(member.key(), member.value());
   }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "framework/io/io.h"
 
@@ -22,11 +23,15 @@ struct Settings {
   std::string built;              ///< digest of the packages of the last build
   /// Members that were published once and stand in the list no more, with their digests.
   std::map<std::string, std::string> retired;
+  json::array builtin;  ///< what every tool brings along in addition to the usual, see BuiltinNames
   json::object others;  ///< members that are not known here
 };
 
 /// The usual settings of a type.
 Settings default_settings(const std::string& type);
+
+/// Whether a store can be served there: http or https, with a slash at its end.
+bool is_store_url(std::string_view url);
 
 /// Reads the settings of a store. Errors name the line and what to write instead.
 framework::Result<Settings> read_settings(const std::filesystem::path& store);

@@ -35,7 +35,8 @@ class BuiltStoreTest : public StoreTest {
     write_text(folder_ / "base/base.xsd",
                schema("urn:base", "<xs:include schemaLocation=\"more.xsd\"/>"));
     write_text(folder_ / "base/more.xsd", schema("urn:base"));
-    write_text(folder_ / "base/dtd/n\xC3\xA4me.dtd", "<!ELEMENT x EMPTY>");
+    write_text(folder_ / "base/dtd" / framework::path_from_utf8("n\xC3\xA4me.dtd"),
+               "<!ELEMENT x EMPTY>");
     write_text(folder_ / "base/catalog.xml",
                "<c:catalog xmlns:c=\"urn:oasis:names:tc:entity:xmlns:xml:catalog\">"
                "<c:group xml:base=\"dtd/\"><c:public publicId=\"-//Acme//DTD  X//EN\" "
@@ -163,6 +164,10 @@ TEST_F(BuiltStoreTest, NeverChangesWhatWasPublished) {
   fs::rename(folder_ / "kept", folder_ / "dir/packages/base");
   EXPECT_THAT(refused({"build", "$/dir", "-o", "$/out"}), HasSubstr("never changes its bytes"));
   EXPECT_EQ(out("xsd/base-1.0.0/schemas.zip"), member);
+  // Nor does another store take its place.
+  done({"init", "$/other", "--type", "xsd"});
+  done({"add", "$/other", "$/base", "--name", "other", "--version", "1.0.0"});
+  EXPECT_THAT(refused({"build", "$/other", "-o", "$/out"}), HasSubstr("none of them is of this"));
   // As it was it may come back. What is damaged in the tree is made whole again.
   write_text(folder_ / "dir/packages/base/1.0.0/files/more.xsd", schema("urn:base"));
   write_text(folder_ / "out/xsd/base-1.0.0/schemas.zip", "damaged");
@@ -184,7 +189,7 @@ TEST_F(BuiltStoreTest, NamesFileAndLineOfWhatManagersWouldRefuse) {
            "references": "other-1"})",
        ":2: write an array of packages"},
       {R"({"title": 3})", ":1: write a text"},
-      {"{\n\"catalogs\": {\"http://a/\": \"a.xsd\",\n\"http://b/{\": \"b.xsd\"}}",
+      {"{\n\"catalogs\": {\"http://a/\": \"a.xsd\",\n\"http://b/\\\"{\": \"b.xsd\"}}",
        ":3: \"b.xsd\" is no file below files/"},
       {R"({"catalogs": {"http://a": "./"}})", "is a folder; then write the location with a slash"},
       {R"({"namespace_catalog": {"urn:a": {"public": true}}})", "{\"path\": \"...\""},

@@ -124,6 +124,10 @@ TEST_F(StorePublish, StoresMembersFirstAndThenOnlyWhatChanges) {
                                       "pkgs-available.json.zip.sha256"));
   tree_.build_number = 1;
   EXPECT_THAT(cause_of(run()), HasSubstr("number 2 is published already"));
+  // Who has signed once and forgets it is told so.
+  tree_.build_number = 3;
+  server_.serve("/bkt/p/pkgs-available.json.zip.minisig", Reply::bytes("signature"));
+  EXPECT_THAT(cause_of(run()), HasSubstr("is not signed, but"));
   EXPECT_THAT(new_puts(), IsEmpty());
 }
 

@@ -15,7 +15,7 @@ using std::chrono::milliseconds;
 
 /// What an unwanted body may cost, for the sake of keeping its connection.
 constexpr std::size_t kDiscardedBytes = 64 * 1024;
-/// An upload is this long before the server is asked whether it will take it.
+/// Uploads from this length on wait for the server to agree.
 constexpr std::uint64_t kWorthAsking = 1 << 20;
 constexpr long kProxyAuthenticationRequired = 407;
 
@@ -132,8 +132,10 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
     set(CURLOPT_READDATA, const_cast<Upload*>(options.upload));
     set(CURLOPT_SEEKFUNCTION, &Exchange::on_seek);
     set(CURLOPT_SEEKDATA, const_cast<Upload*>(options.upload));
-    // A refusal in advance is worth its time only where much is not sent then.
-    if (options.upload->size < kWorthAsking) headers_.add("Expect:");
+    // The server is asked whether it will take the upload. Many never say so; their answer is worth
+    // waiting for only where much need not be sent. Not to ask is no choice: libcurl 7.88 signs the
+    // header even where it is told to leave it out.
+    if (options.upload->size < kWorthAsking) set(CURLOPT_EXPECT_100_TIMEOUT_MS, 1L);
   }
   if (options.is_head) set(CURLOPT_NOBODY, 1L);
   if (options.key != nullptr) {

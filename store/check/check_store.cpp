@@ -1,21 +1,23 @@
 #include "store/check/check_store.h"
 
 #include <algorithm>
-#include <atomic>
 #include <iterator>
 #include <map>
-#include <thread>
 #include <tuple>
 #include <vector>
 
 #include "framework/io/digest.h"
+#include "framework/system/guarded.h"
 #include "pkg/plan.h"
 
 #include "store/check/contents_cache.h"
-#include "store/check/document_check.h"
+#include "store/check/dtd_check.h"
+#include "store/check/link_check.h"
 #include "store/check/list_check.h"
+#include "store/check/schema_check.h"
 #include "store/check/store_names.h"
 #include "store/check/target_check.h"
+#include "store/parallel.h"
 
 namespace zendro::store {
 namespace {
@@ -78,14 +80,19 @@ class Checker {
   StoreCheck run() {
     StoreCheck result;
     result.packages = work_.size();
-    {
-      std::vector<std::jthread> threads;
-      const std::size_t count =
-          std::min<std::size_t>(std::max(1u, std::thread::hardware_concurrency()), work_.size());
-      for (std::size_t at = 0; at < count; ++at) {
-        threads.emplace_back([this] { work(); });
-      }
-    }
+    for_each_in_parallel(work_.size(), [this](std::size_t each) {
+      if (stop_.stop_requested()) return;
+      framework::guarded(
+          [&] { checks_[each] = check(work_[each]); },
+          [&](const std::string& failure) {
+            checks_[each].findings.push_back({Severity::error,
+                                              to_string(work_[each].front()->identity),
+                                              {},
+                                              0,
+                                              "cannot be checked: " + failure,
+                                              {}});
+          });
+    });
     append(result.findings, check_entries(store_));
     append(result.findings, check_relations(store_));
     for (PackageCheck& check : checks_) {
@@ -98,12 +105,6 @@ class Checker {
   }
 
  private:
-  void work() {
-    for (std::size_t at = next_++; at < work_.size() && !stop_.stop_requested(); at = next_++) {
-      checks_[at] = check(work_[at]);
-    }
-  }
-
   PackageCheck check(const PackageList& company) {
     std::vector<std::shared_ptr<const PackageContents>> contents;
     contents.reserve(company.size());
@@ -118,10 +119,14 @@ class Checker {
                                    [](const auto& file) { return file.first.ends_with(".dtd"); }));
     // What is missing there would be said again of whatever leads to it.
     if (own.findings.empty()) {
-      append(result.findings, check_targets(resolver, *company.front()));
-      append(result.findings,
-             check_documents(resolver, store_.builtin,
-                             [this](std::string_view name) { return names_.supplier_of(name); }));
+      append(result.findings, check_targets(resolver, *company.front(), store_.entry_file));
+      const FindSupplier find_supplier = [this](std::string_view name) {
+        return names_.supplier_of(name);
+      };
+      LinkCheck links = check_links(resolver, store_.builtin, find_supplier);
+      append(result.findings, check_schemas(resolver, links));
+      append(result.findings, std::move(links.findings));
+      append(result.findings, check_dtds(resolver, store_.builtin, find_supplier));
     }
     note_contested(own, result);
     return result;
@@ -184,13 +189,13 @@ class Checker {
     return found == all.end() ? nullptr : &found->second;
   }
 
-  static void add_claim(Findings& findings, StoreNames::Kind kind, std::string_view name,
-                        const package_t& package, const package_t& first) {
+  void add_claim(Findings& findings, StoreNames::Kind kind, std::string_view name,
+                 const package_t& package, const package_t& first) const {
     const std::string quoted = "\"" + std::string(name) + "\"";
     // Where both are installed, tools find the document of the one that comes first.
     const bool is_namespace = kind == StoreNames::Kind::name_space;
     findings.push_back({is_namespace ? Severity::warning : Severity::error,
-                        to_string(package.identity), "pkgs-available.json", 0,
+                        to_string(package.identity), store_.entry_file, 0,
                         quoted + " leads to another document than in " + to_string(first.identity),
                         "let one package have it and the other one reference that, or have them in "
                         "\"conflicting_pkgs\""});
@@ -217,7 +222,6 @@ class Checker {
   ContentsCache cache_;
   std::vector<PackageList> work_;  ///< each package with its company; deprecated ones last
   std::vector<PackageCheck> checks_;
-  std::atomic<std::size_t> next_ = 0;
 };
 
 }  // namespace

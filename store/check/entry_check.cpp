@@ -19,8 +19,6 @@
 namespace zendro::store {
 namespace {
 
-constexpr std::string_view kList = "pkgs-available.json";
-
 /// A client of the type, as it comes: of it only names are asked, nothing is opened.
 struct Client {
   explicit Client(const std::string& type) : options(options_of(type)) {}
@@ -176,7 +174,7 @@ class EntryChecker {
   }
   void add(Severity severity, std::string what, std::string advice) {
     findings_.push_back(
-        {severity, identity_, std::string(kList), 0, std::move(what), std::move(advice)});
+        {severity, identity_, store_.entry_file, 0, std::move(what), std::move(advice)});
   }
 
   static constexpr const char* kRelative = "write a path relative to the URL of the store";

@@ -3,12 +3,13 @@
 
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 
 #include "framework/io/io.h"
 #include "pkg/package_list.h"
+
+#include "store/scan/builtin.h"
 
 namespace zendro::store {
 
@@ -21,8 +22,9 @@ struct LoadedStore {
   std::string url;   ///< where it is served; empty where that is not known
   pkg::pkgs_available_t list;
   ReadMember read_member;
-  /// Namespaces and locations, those that end with "/" prefixes, that every tool brings along.
-  std::set<std::string, std::less<>> builtin;
+  BuiltinNames builtin;
+  /// Where people find the entry of a package.
+  std::string entry_file = "pkgs-available.json";
 };
 
 }  // namespace zendro::store

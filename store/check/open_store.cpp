@@ -1,5 +1,7 @@
 #include "store/check/open_store.h"
 
+#include <algorithm>
+#include <map>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -7,6 +9,7 @@
 #include "app/options/package_types.h"
 #include "framework/http/http.h"
 #include "framework/io/digest.h"
+#include "framework/sign/signature.h"
 #include "framework/system/files.h"
 #include "framework/text/lazy_json.h"
 #include "framework/text/percent.h"
@@ -16,6 +19,8 @@
 #include "pkg/local/names.h"
 #include "pkg/store.h"
 
+#include "store/published_tree.h"
+
 namespace zendro::store {
 namespace {
 
@@ -23,8 +28,6 @@ namespace fs = std::filesystem;
 using framework::IoError;
 using framework::Result;
 
-constexpr std::string_view kListName = "pkgs-available.json";
-constexpr std::string_view kArchiveName = "pkgs-available.json.zip";
 constexpr std::uint64_t kMemberLimit = std::uint64_t{4} << 30;
 constexpr std::size_t kDigits = 64;
 
@@ -33,20 +36,6 @@ using Member = Result<std::shared_ptr<const std::string>>;
 Member shared(Result<std::string> bytes) {
   if (!bytes) return tl::unexpected(bytes.error());
   return std::make_shared<const std::string>(std::move(*bytes));
-}
-
-/// What every tool brings along: XML 1.0 and XML Schema, and of taxonomies XBRL 2.1, its dimensions
-/// and the registry of roles.
-std::set<std::string, std::less<>> usual_builtin(std::string_view type) {
-  std::set<std::string, std::less<>> names = {
-      "http://www.w3.org/XML/1998/namespace", "http://www.w3.org/2001/XMLSchema",
-      "http://www.w3.org/2001/XMLSchema-instance", "http://www.w3.org/2001/xml.xsd"};
-  if (type == "xbrl") {
-    names.insert({"http://www.xbrl.org/2003/", "http://www.w3.org/1999/xlink",
-                  "http://xbrl.org/2005/", "http://www.xbrl.org/2005/",
-                  "http://www.xbrl.org/lrr/"});
-  }
-  return names;
 }
 
 class Opener {
@@ -67,6 +56,17 @@ class Opener {
           "clients refuse the list: " + (expected ? "its digest is another one"
                                                   : "\"" + std::string(digest) + "\" is no digest"),
           "write " + actual);
+  }
+
+  void check_signature(std::string_view archive, const Result<std::string>& signature,
+                       const SigningKeys& keys) {
+    const std::string file = std::string(kArchiveName) + std::string(framework::kSignatureSuffix);
+    const char* advice = "sign the list with zendro-store sign, or give managers the other key";
+    if (!signature) {
+      return error(file, "there is no signature to be read: " + signature.error().text, advice);
+    }
+    const auto verified = framework::verify_signature(*signature, archive, keys);
+    if (!verified) error(file, "clients with the key refuse the list: " + verified.error(), advice);
   }
 
   /// Checks a bootstrap document; `url` is where the store is, if that is known.
@@ -103,17 +103,20 @@ class Opener {
   }
 
   void open_list(std::string list) {
-    read_builtin(list);
-    pkg::read_list_t parsed = pkg::parse_list(std::move(list));
-    if (!parsed) {
-      return error(kListName, "clients refuse it: " + parsed.error(),
-                   "docs/lists.md has what a list looks like and may hold");
-    }
+    const auto refused = [this](const std::string& cause) {
+      error(kListName, "clients refuse it: " + cause,
+            "docs/lists.md has what a list looks like and may hold");
+    };
     LoadedStore store;
+    try {
+      store.builtin = builtin_of(list);
+    } catch (const framework::JsonError& problem) {
+      return refused(problem.what());
+    }
+    pkg::read_list_t parsed = pkg::parse_list(std::move(list));
+    if (!parsed) return refused(parsed.error());
     store.list = std::move(*parsed);
     store.type = type_.empty() ? type_of(store.list) : type_;
-    store.builtin = usual_builtin(store.type);
-    store.builtin.merge(builtin_);
     store.url = url_;
     store_ = std::move(store);
   }
@@ -133,43 +136,40 @@ class Opener {
     findings_.push_back({severity, {}, std::string(file), 0, std::move(what), std::move(advice)});
   }
 
+  /// That of most packages.
   static std::string type_of(const pkg::pkgs_available_t& list) {
+    std::map<std::string, std::size_t> counts;
     for (const auto* packages : {&list.packages(), &list.deprecated()}) {
       for (const pkg::package_t& package : *packages) {
         try {
-          const std::string type(package.meta.type());
-          if (!app::package_type(type).word.empty()) return type;
+          ++counts[std::string(package.meta.type())];
         } catch (const framework::JsonError&) {  // NOLINT(bugprone-empty-catch)
-          // Another one tells.
+          // Others tell.
         }
       }
     }
-    return std::string(app::package_types().front().word);
+    const auto types = app::package_types();
+    const auto fewer = [&counts](const app::PackageType& a, const app::PackageType& b) {
+      return counts[std::string(a.word)] < counts[std::string(b.word)];
+    };
+    return std::string(std::max_element(types.begin(), types.end(), fewer)->word);
   }
 
   /// The list says in "_META" what its makers know every tool to bring along.
-  void read_builtin(const std::string& list) {
-    try {
-      const auto document = framework::LazyDocument::parse(list);
-      if (!document) return;
-      for (const auto& member : (*document)->members((*document)->root())) {
-        if (member.name != "_META") continue;
-        const auto& meta = (*document)->object(member.text).values();
-        if (const auto* names = meta.if_contains("builtin")) {
-          for (const auto& name : framework::as_array(*names)) {
-            builtin_.emplace(framework::as_string(name));
-          }
-        }
-      }
-    } catch (const framework::JsonError& problem) {
-      error(kListName, std::string("\"builtin\" of \"_META\": ") + problem.what(),
-            "write an array of namespaces and locations");
+  static BuiltinNames builtin_of(const std::string& list) {
+    BuiltinNames builtin;
+    const auto document = framework::LazyDocument::parse(list);
+    if (!document) return builtin;
+    for (const auto& member : (*document)->members((*document)->root())) {
+      if (member.name != "_META") continue;
+      const auto& meta = (*document)->object(member.text).values();
+      if (const auto* names = meta.if_contains("builtin")) builtin.add(*names);
     }
+    return builtin;
   }
 
   std::string type_;
   std::string url_;
-  std::set<std::string, std::less<>> builtin_;
   std::optional<LoadedStore> store_;
   Findings findings_;
 };
@@ -178,10 +178,14 @@ class Tree {
  public:
   explicit Tree(fs::path folder) : folder_(std::move(folder)) {}
 
-  Result<OpenedStore> open() {
+  Result<OpenedStore> open(const SigningKeys& keys) {
     Result<std::string> archive = read(kArchiveName, pkg::kArchiveLimit);
     if (!archive) return tl::unexpected(archive.error());
     check_digest_file(*archive);
+    if (!keys.empty()) {
+      const std::string name = std::string(kArchiveName) + std::string(framework::kSignatureSuffix);
+      opener_.check_signature(*archive, read(name, framework::kSignatureLimit), keys);
+    }
     check_bootstraps();
     opener_.open_archive(std::move(*archive), shown(kArchiveName));
     return opener_.take(
@@ -233,7 +237,7 @@ class Tree {
 /// Asks one server, a request after the other.
 class Server {
  public:
-  Result<OpenedStore> open(const std::string& place) {
+  Result<OpenedStore> open(const std::string& place, const SigningKeys& keys) {
     Opener opener;
     std::string& url = opener.url();
     if (place.ends_with('/')) {
@@ -251,6 +255,10 @@ class Server {
     Result<std::string> archive = get(archive_url, pkg::kArchiveLimit, &headers);
     if (!archive) return tl::unexpected(archive.error());
     check_header(opener, *archive, headers);
+    if (!keys.empty()) {
+      const std::string suffix(framework::kSignatureSuffix);
+      opener.check_signature(*archive, get(archive_url + suffix, framework::kSignatureLimit), keys);
+    }
     opener.open_archive(std::move(*archive), framework::loggable_url(archive_url));
     if (opener.store()) expect(opener.store()->list);
     return opener.take({});
@@ -323,11 +331,13 @@ class Server {
 
 }  // namespace
 
-Result<OpenedStore> open_tree(const fs::path& folder) { return Tree(folder).open(); }
+Result<OpenedStore> open_tree(const fs::path& folder, const SigningKeys& keys) {
+  return Tree(folder).open(keys);
+}
 
-Result<OpenedStore> open_served(const std::string& url) {
+Result<OpenedStore> open_served(const std::string& url, const SigningKeys& keys) {
   const auto server = std::make_shared<Server>();
-  Result<OpenedStore> opened = server->open(url);
+  Result<OpenedStore> opened = server->open(url, keys);
   if (opened && opened->store) {
     opened->store->read_member = [server](std::string_view path) { return server->member(path); };
   }

@@ -14,7 +14,8 @@ using pkg::package_t;
 class RelationChecker {
  public:
   explicit RelationChecker(const LoadedStore& store)
-      : list_(store.list),
+      : entry_file_(store.entry_file),
+        list_(store.list),
         planner_(store.list, nothing_, pkg::pass_over_metadata, pkg::pass_over_metadata),
         states_(store.list.packages().size(), State::unseen) {}
 
@@ -119,10 +120,11 @@ class RelationChecker {
   }
 
   void add(Severity severity, const package_t& package, std::string what, std::string advice) {
-    findings_.push_back({severity, std::string(package.key), "pkgs-available.json", 0,
-                         std::move(what), std::move(advice)});
+    findings_.push_back(
+        {severity, std::string(package.key), entry_file_, 0, std::move(what), std::move(advice)});
   }
 
+  const std::string& entry_file_;
   const pkg::pkgs_available_t& list_;
   const pkg::pkgs_available_t nothing_;
   pkg::metadata_texts texts_{pkg::pass_over_metadata};

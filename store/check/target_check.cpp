@@ -10,8 +10,8 @@ namespace {
 
 class Checker {
  public:
-  Checker(const Resolver& resolver, const pkg::package_t& package)
-      : resolver_(resolver), own_(resolver.own()), package_(package) {}
+  Checker(const Resolver& resolver, const pkg::package_t& package, const std::string& entry_file)
+      : entry_file_(entry_file), resolver_(resolver), own_(resolver.own()), package_(package) {}
 
   Findings run() {
     check_paths("catalogs", own_.locations);
@@ -70,10 +70,11 @@ class Checker {
   }
 
   void report(std::string what, std::string advice) {
-    findings_.push_back({Severity::error, own_.identity, "pkgs-available.json", 0, std::move(what),
-                         std::move(advice)});
+    findings_.push_back(
+        {Severity::error, own_.identity, entry_file_, 0, std::move(what), std::move(advice)});
   }
 
+  const std::string& entry_file_;
   const Resolver& resolver_;
   const PackageContents& own_;
   const pkg::package_t& package_;
@@ -82,8 +83,9 @@ class Checker {
 
 }  // namespace
 
-Findings check_targets(const Resolver& resolver, const pkg::package_t& package) {
-  return Checker(resolver, package).run();
+Findings check_targets(const Resolver& resolver, const pkg::package_t& package,
+                       const std::string& entry_file) {
+  return Checker(resolver, package, entry_file).run();
 }
 
 }  // namespace zendro::store

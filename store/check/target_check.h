@@ -7,7 +7,8 @@
 namespace zendro::store {
 
 /// Locations, namespaces, public identifiers, mapped prefixes and entry points of a package whose
-/// members are all there.
-Findings check_targets(const Resolver& resolver, const pkg::package_t& package);
+/// members are all there. `entry_file` as LoadedStore has it.
+Findings check_targets(const Resolver& resolver, const pkg::package_t& package,
+                       const std::string& entry_file);
 
 }  // namespace zendro::store

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
 
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -24,6 +25,7 @@ struct FreeWith {
 struct Run {
   const DocumentSource& source;
   Compilation compilation;
+  std::set<std::string> malformed;  ///< URLs of what is not well-formed
 };
 thread_local Run* current = nullptr;
 
@@ -56,29 +58,38 @@ xmlParserInputPtr load_document(const char* url, const char* public_id, xmlParse
 }
 
 CompilerMessage::Kind kind_of(const xmlError& error) {
+  constexpr std::string_view kUnlocated = "Failed to ";  // locate, load, parse
   switch (error.code) {
     case XML_SCHEMAP_WARN_SKIP_SCHEMA:
       return CompilerMessage::Kind::skipped;
     case XML_SCHEMAP_WARN_UNLOCATED_SCHEMA:
+    case XML_SCHEMAP_SRC_IMPORT_2_1:
     case XML_SCHEMAP_SRC_INCLUDE:
     case XML_SCHEMAP_SRC_REDEFINE:
-      return text_of(error.message).starts_with("Failed to l") ||
-                     text_of(error.message).find(": Failed to l") != std::string_view::npos
-                 ? CompilerMessage::Kind::unlocated
-                 : CompilerMessage::Kind::error;
+    case XML_SCHEMAP_FAILED_LOAD:
+    case XML_SCHEMAP_FAILED_PARSE:
+      if (text_of(error.message).find(kUnlocated) == std::string_view::npos) break;
+      return CompilerMessage::Kind::unlocated;
     default:
-      return CompilerMessage::Kind::error;
+      break;
   }
+  return CompilerMessage::Kind::error;
 }
 
 void take_message(const xmlError& error) {
   if (current == nullptr) return;
   const CompilerMessage::Kind kind = kind_of(error);
   if (kind == CompilerMessage::Kind::error && error.level < XML_ERR_ERROR) return;
+  std::string url(text_of(error.file));
+  std::vector<CompilerMessage>& messages = current->compilation.messages;
+  if (error.level == XML_ERR_FATAL) {
+    // What is not well-formed gives many messages. The first of these tells the cause.
+    if (!current->malformed.insert(url).second) return;
+    std::erase_if(messages, [&url](const CompilerMessage& one) { return one.place.url == url; });
+  }
   std::string text(text_of(error.message));
   text.erase(text.find_last_not_of(" \r\n.") + 1);
-  current->compilation.messages.push_back(
-      {kind, {std::string(text_of(error.file)), error.line}, std::move(text)});
+  messages.push_back({kind, {std::move(url), error.line}, std::move(text)});
 }
 
 // libxml2 changed the type of the error between versions; this fits each.
@@ -97,7 +108,7 @@ void prepare() {
 template <typename Compile>
 Compilation run(const DocumentSource& source, const Compile& compile) {
   prepare();
-  Run own{source, {}};
+  Run own{source, {}, {}};
   current = &own;
   xmlSetStructuredErrorFunc(nullptr, kTakeMessage);  // of this thread
   own.compilation.is_whole = compile();

@@ -7,8 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include <tl/expected.hpp>
-
 namespace zendro::store {
 
 /// A place in a document. The line counts from 1; 0 stands for the whole.
@@ -25,8 +23,8 @@ using DocumentSource = std::function<std::string_view(
 
 struct CompilerMessage {
   enum class Kind {
-    error,
-    unlocated,  ///< a document was not found, which its source knows
+    error,      ///< of a document that is not well-formed the first one
+    unlocated,  ///< a document was not found or cannot be read, which has been said of that
     skipped,    ///< one more document of a namespace was left out, which only this compiler does
   };
   Kind kind = Kind::error;

@@ -4,18 +4,39 @@
 #include "console/exit_status.h"
 #include "console/table.h"
 #include "store/check/check_store.h"
+#include "store/check/open_sources.h"
 #include "store/check/open_store.h"
 #include "store/commands/commands.h"
+#include "store/published_tree.h"
+#include "store/settings.h"
 
 namespace zendro::store {
 namespace {
 
 namespace json = boost::json;
 
+/// The keys of the option: a file with them, or themselves.
+framework::Result<SigningKeys> keys_of(const std::string& option) {
+  if (option.empty()) return SigningKeys();
+  constexpr std::uint64_t limit = 1u << 16;
+  const std::filesystem::path file = framework::path_from_utf8(option);
+  const auto text = framework::file_exists(file) ? framework::read_file(file, limit) : option;
+  if (!text) return tl::unexpected(text.error());
+  return framework::parse_public_keys(*text).map_error(
+      [&option](const std::string& cause) { return framework::IoError{option + ": " + cause}; });
+}
+
 framework::Result<OpenedStore> open(const Arguments& arguments) {
-  const std::string scheme(framework::url_scheme(arguments.place));
-  if (scheme == "http" || scheme == "https") return open_served(arguments.place);
-  return open_tree(framework::path_from_utf8(arguments.place));
+  const framework::Result<SigningKeys> keys = keys_of(arguments.public_key);
+  if (!keys) return tl::unexpected(keys.error());
+  const std::string_view scheme = framework::url_scheme(arguments.place);
+  if (scheme == "http" || scheme == "https") return open_served(arguments.place, *keys);
+  const std::filesystem::path folder = framework::path_from_utf8(arguments.place);
+  if (framework::file_exists(folder / kArchiveName)) return open_tree(folder, *keys);
+  if (framework::file_exists(folder / kSettingsName)) return open_sources(folder);
+  return tl::unexpected(framework::IoError{
+      arguments.place + ": there is neither \"" + kSettingsName + "\" of a store's sources nor \"" +
+      kArchiveName + "\" of a built tree; name a folder with one of them, or the URL of a store"});
 }
 
 const char* word(Severity severity) { return severity == Severity::error ? "error" : "warning"; }

@@ -15,6 +15,11 @@ int init(Session& session) {
   Settings settings = default_settings(arguments.type);
   settings.url = arguments.url;
   if (!settings.url.empty() && !settings.url.ends_with('/')) settings.url += '/';
+  if (!settings.url.empty() && !is_store_url(settings.url)) {
+    return session.fail({arguments.url +
+                         ": no store can be served there; write an address as in --url "
+                         "https://store.example/xsd/"});
+  }
   if (auto made = framework::create_folders(store / "packages"); !made) {
     return session.fail(made.error());
   }

@@ -11,6 +11,9 @@
 #include "framework/url/loggable.h"
 #include "pkg/progress.h"
 
+#include "store/failure.h"
+#include "store/tree_on_disk.h"
+
 namespace zendro::store {
 namespace {
 
@@ -28,10 +31,6 @@ constexpr std::string_view kDigest = "x-amz-meta-sha256";
 constexpr std::string_view kBuildNumber = "x-amz-meta-build-number";
 // SHA-256 of nothing, for requests without a body.
 constexpr const char* kNoBody = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
-
-tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
-  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
-}
 
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
@@ -51,13 +50,6 @@ std::string encoded_key(std::string_view path) {
     }
   }
   return out;
-}
-
-std::string_view media_type(std::string_view path) {
-  if (path.ends_with(".zip")) return "application/zip";
-  if (path.ends_with("/bootstrap")) return "application/json";
-  const bool is_text = path.ends_with(".sha256") || path.ends_with(".minisig");
-  return is_text ? "text/plain" : "application/octet-stream";
 }
 
 /// What stands in an element of the document that an object store sends with an error.

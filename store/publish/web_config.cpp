@@ -10,10 +10,10 @@
 #include "framework/url/loggable.h"
 #include "pkg/store.h"
 
+#include "store/failure.h"
+
 namespace zendro::store {
 namespace {
-
-using framework::IoError;
 
 /// What the lines are made of.
 struct Site {
@@ -102,12 +102,12 @@ handle_path @prefix@* {
 
 /// A server, and the characters that the paths in its configuration cannot hold, as it would take
 /// them for something else whatever is written around them.
-struct Server {
+struct ServerLines {
   std::string_view name;
   std::string_view lines;
   std::string_view refused;
 };
-constexpr Server kServers[] = {
+constexpr ServerLines kServers[] = {
     {"nginx", kNginx, "$"}, {"apache", kApache, "$%'\\"}, {"caddy", kCaddy, "{}"}};
 
 std::string filled(std::string_view lines, const Site& site) {
@@ -153,10 +153,6 @@ bool is_simple(std::string_view path) {
          });
 }
 
-tl::unexpected<IoError> failed(const std::string& where, const std::string& cause) {
-  return tl::unexpected(IoError{where + ": " + cause});
-}
-
 }  // namespace
 
 framework::Result<std::string> web_config(std::string_view server, const PublishedTree& tree) {
@@ -168,7 +164,7 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
   if constexpr (framework::kPathSeparator == '\\')
     std::replace(root.begin(), root.end(), '\\', '/');
   const auto row = std::find_if(std::begin(kServers), std::end(kServers),
-                                [server](const Server& each) { return each.name == server; });
+                                [server](const ServerLines& each) { return each.name == server; });
   if (row == std::end(kServers)) return failed(std::string(server), "no known server");
   if (tree.store_url.empty()) {
     return failed(root + bootstrap_path(tree.type),

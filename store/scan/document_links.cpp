@@ -4,6 +4,8 @@
 
 #include <pugixml.hpp>
 
+#include "store/scan/xml_names.h"
+
 namespace zendro::store {
 namespace {
 
@@ -11,22 +13,6 @@ constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema"
 constexpr std::string_view kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 constexpr std::string_view kLocation = "schemaLocation";
-
-std::string_view local_name(std::string_view name) {
-  return name.substr(name.find(':') + 1);  // npos + 1 is 0
-}
-
-/// The namespace that the prefix of an element is bound to there.
-std::string_view namespace_of(const pugi::xml_node& element) {
-  const std::string_view name = element.name();
-  const std::size_t colon = name.find(':');
-  const std::string attribute =
-      colon == std::string_view::npos ? "xmlns" : "xmlns:" + std::string(name.substr(0, colon));
-  for (pugi::xml_node at = element; at; at = at.parent()) {
-    if (const pugi::xml_attribute bound = at.attribute(attribute.c_str())) return bound.value();
-  }
-  return {};
-}
 
 /// Where an XLink that stands for a document leads; empty for any other element.
 std::string_view xlink_of(const pugi::xml_node& element) {
@@ -54,7 +40,7 @@ class Scanner {
 
  private:
   void take(const pugi::xml_node& element) {
-    const std::string_view name = local_name(element.name());
+    const std::string_view name = local_name(element);
     const std::string location = element.attribute("schemaLocation").value();
     if (name == "import" && namespace_of(element) == kSchemaNamespace) {
       add(DocumentLink::Kind::import, element, location);
@@ -122,7 +108,7 @@ std::optional<LinkedDocument> scan_links(std::string_view bytes) {
   if (!parsed || !root) return std::nullopt;
   const std::string_view root_namespace = namespace_of(root);
   LinkedDocument document;
-  document.is_schema = local_name(root.name()) == "schema" && root_namespace == kSchemaNamespace;
+  document.is_schema = local_name(root) == "schema" && root_namespace == kSchemaNamespace;
   if (!document.is_schema && root_namespace != kLinkbaseNamespace) return std::nullopt;
   document.xml_namespace = root.attribute("targetNamespace").value();
   Scanner(bytes, document).scan(root);
