@@ -11,6 +11,7 @@ from pathlib import Path
 
 import core_rows
 import process_rows
+import store_rows
 import table
 import window_rows
 from measure import Row
@@ -22,11 +23,13 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "update": core_rows.update,
     "verification": process_rows.verification,
     "small-downloads": process_rows.small_downloads,
+    "mirror": process_rows.mirror,
     "large-download": process_rows.large_download,
     "operations": core_rows.operations,
     "catalogs": core_rows.catalogs,
     "local-files": core_rows.local_files,
     "unpacking": process_rows.unpacking,
+    "store": store_rows.build,
     "selection": core_rows.selection,
     "window": window_rows.rows,
 }

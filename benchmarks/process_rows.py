@@ -169,6 +169,23 @@ def small_downloads(programs: Path, work: Path) -> Iterator[Row]:
     shutil.rmtree(store)
 
 
+def mirror(programs: Path, work: Path) -> Iterator[Row]:
+    """A whole store, its list included, against the members alone."""
+    store = work / "store"
+    package = stores.Package(store, 1000, 20_000)
+    package.write_archive()
+    copy = work / "copy"
+    with stores.served(programs, store, work, 20) as url:
+        download = _Download(programs, work, package, url)
+        ours = [programs / "zendro-store", "-q", "mirror", url, copy]
+        own, aria2 = alternately(
+            [lambda: _timed(ours, lambda: shutil.rmtree(copy, ignore_errors=True)), download.aria2]
+        )
+        yield Row("mirror 1,000 members, 20 ms each", "aria2c -j16", "s", own, aria2, 1.0)
+    for folder in (copy, work / "manager", store):
+        shutil.rmtree(folder)
+
+
 def large_download(programs: Path, work: Path) -> Iterator[Row]:
     store = work / "store"
     package = stores.Package(store, 1, 512 * MIB)

@@ -22,6 +22,7 @@ class Package:
     """One package with members of random bytes, as files of a store's folder."""
 
     def __init__(self, store: Path, count: int, size: int):
+        self._store = store
         source = random.Random(SEED)
         self.members = [f"xsd/{IDENTITY}/{number}.bin" for number in range(count)]
         self.digests = {}
@@ -38,6 +39,11 @@ class Package:
     def list(self) -> str:
         meta = {"_name": NAME, "_type": "xsd", "_pkg_installdir": IDENTITY, "files": self.digests}
         return json.dumps({"_META": {"build_number": 1}, IDENTITY: meta})
+
+    def write_archive(self) -> None:
+        """The list as the store publishes it."""
+        with zipfile.ZipFile(self._store / "pkgs-available.json.zip", "w") as archive:
+            archive.writestr("pkgs-available.json", self.list())
 
 
 class Installation:

@@ -72,15 +72,18 @@ CONFIGURATIONS = {"nginx": NGINX, "apache": APACHE, "caddy": CADDY}
 COMMANDS = {"nginx": ("nginx", "-c", "{file}", "-e", "{folder}/nginx.error.log"),
             "apache": ("apache2", "-f", "{file}", "-DFOREGROUND"),
             "caddy": ("caddy", "run", "--config", "{file}", "--adapter", "caddyfile")}
+# Where the store is; the site of one may be nothing else.
+PATHS = {"nginx": "schemas/", "apache": "", "caddy": "stores/xsd-1.0/"}
 
 
 class Site:
-    """A site at https://localhost:<port>/schemas/, of which start() begins to serve."""
+    """A site with a store below one of its paths, which start() begins to serve."""
 
     def __init__(self, processes, server, port):
         self.processes, self.server, self.port = processes, server, port
         self.base = f"https://localhost:{port}/"
-        self.store_url = self.base + "schemas/"
+        self.path = PATHS[server]
+        self.store_url = self.base + self.path
         # A path that has to be written between quotation marks.
         self.tree = os.path.join(processes.folder, f'the "{server}" tree')
 

@@ -14,7 +14,7 @@ namespace {
 using framework::IoError;
 using framework::Result;
 
-constexpr std::uint64_t kArchiveLimit = 256 << 20;
+constexpr std::uint64_t kLargestArchive = 256 << 20;
 constexpr std::size_t kLongestComment = 1024;
 
 Result<std::int64_t> build_number_of(const std::string& archive, const std::string& label) {
@@ -37,7 +37,7 @@ Result<SignedList> sign_list(const std::filesystem::path& out, const framework::
   const std::string name = kArchiveName;
   const std::filesystem::path file = out / name;
   const std::string label = framework::path_to_utf8(file);
-  const Result<std::string> archive = framework::read_file(file, kArchiveLimit);
+  const Result<std::string> archive = framework::read_file(file, kLargestArchive);
   if (!archive) return tl::unexpected(archive.error());
   const Result<std::int64_t> build = build_number_of(*archive, label);
   if (!build) return tl::unexpected(build.error());

@@ -13,6 +13,8 @@
 #include "pkg/list_files.h"
 #include "pkg/store.h"
 
+#include "store/failure.h"
+
 namespace zendro::store {
 namespace {
 
@@ -23,9 +25,55 @@ using framework::Result;
 // Any store will do to find out where a reference leads.
 constexpr std::string_view kAnyStore = "http://store.invalid/store/";
 
-tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
-  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
-}
+/// Members, by the place that they have.
+class MemberCollection {
+ public:
+  Result<void> add(const pkg::package_t& package, bool is_deprecated) {
+    const std::string identity = to_string(package.identity);
+    const boost::json::object* files = nullptr;
+    try {
+      files = package.meta.files();
+    } catch (const framework::JsonError& error) {
+      return failed(identity, error.what());
+    }
+    if (files == nullptr) return {};
+    for (const auto& file : *files) {
+      const std::string_view name(file.key().data(), file.key().size());
+      const boost::json::string* digest = file.value().if_string();
+      const auto cause = add(name, digest != nullptr ? std::string_view(*digest) : "",
+                             {"", "", identity, is_deprecated});
+      if (!cause.empty()) {
+        return failed(identity + ": \"" + framework::loggable_url(name) + "\"", cause);
+      }
+    }
+    return {};
+  }
+
+  std::vector<PublishedMember> take() && { return std::move(members_); }
+
+ private:
+  /// Why it is refused; empty: it is not.
+  std::string add(std::string_view name, std::string_view digest_text, PublishedMember member) {
+    const auto place = member_place(name);
+    if (!place) return place.error();
+    const auto digest = framework::parse_sha256(digest_text);
+    if (!digest) return "its digest is not 64 hexadecimal digits";
+    member.digest = framework::to_hex(*digest);
+    for (const std::string& part : *place) member.path += (member.path.empty() ? "" : "/") + part;
+    const auto [first, is_new] =
+        known_.try_emplace(framework::comparable_name(member.path), members_.size());
+    if (is_new) {
+      members_.push_back(std::move(member));
+      return {};
+    }
+    const PublishedMember& other = members_[first->second];
+    if (other.digest == member.digest) return {};
+    return "has the place of a member of " + other.owner + " that has another digest";
+  }
+
+  std::vector<PublishedMember> members_;
+  std::map<std::string, std::size_t> known_;  ///< by comparable path
+};
 
 }  // namespace
 
@@ -49,6 +97,13 @@ tl::expected<std::string, std::string> store_url_of(std::string_view document) {
 
 std::string digest_line(std::string_view digest) {
   return std::string(digest) + "  " + std::string(kArchiveName) + "\n";
+}
+
+std::string_view media_type(std::string_view path) {
+  if (path.ends_with(".zip")) return "application/zip";
+  if (path.ends_with("/bootstrap")) return "application/json";
+  const bool is_text = path.ends_with(".sha256") || path.ends_with(".minisig");
+  return is_text ? "text/plain" : "application/octet-stream";
 }
 
 Result<pkg::pkgs_available_t> list_in_archive(std::string archive, std::string_view label) {
@@ -98,41 +153,15 @@ tl::expected<std::vector<std::string>, std::string> member_place(std::string_vie
   return place;
 }
 
-Result<std::vector<PublishedMember>> published_members(const pkg::package_map& packages) {
-  std::vector<PublishedMember> members;
-  std::map<std::string, std::size_t> known;  // by comparable path
-  for (const pkg::package_t& package : packages) {
-    const std::string identity = to_string(package.identity);
-    const boost::json::object* files = nullptr;
-    try {
-      files = package.meta.files();
-    } catch (const framework::JsonError& error) {
-      return failed(identity, error.what());
-    }
-    if (files == nullptr) continue;
-    for (const auto& file : *files) {
-      const std::string_view name(file.key().data(), file.key().size());
-      const std::string label = identity + ": \"" + framework::loggable_url(name) + "\"";
-      const auto place = member_place(name);
-      if (!place) return failed(label, place.error());
-      const boost::json::string* text = file.value().if_string();
-      const auto digest = framework::parse_sha256(text != nullptr ? std::string_view(*text) : "");
-      if (!digest) return failed(label, "its digest is not 64 hexadecimal digits");
-      PublishedMember member{"", framework::to_hex(*digest), identity};
-      for (const std::string& part : *place) {
-        member.path += (member.path.empty() ? "" : "/") + part;
-      }
-      const auto [first, is_new] =
-          known.try_emplace(framework::comparable_name(member.path), members.size());
-      if (is_new) {
-        members.push_back(std::move(member));
-      } else if (members[first->second].digest != member.digest) {
-        return failed(label, "has the place of a member of " + members[first->second].owner +
-                                 " that has another digest");
-      }
-    }
+Result<std::vector<PublishedMember>> published_members(const pkg::pkgs_available_t& list) {
+  MemberCollection members;
+  for (const pkg::package_t& package : list.packages()) {
+    if (auto added = members.add(package, false); !added) return tl::unexpected(added.error());
   }
-  return members;
+  for (const pkg::package_t& package : list.deprecated()) {
+    if (auto added = members.add(package, true); !added) return tl::unexpected(added.error());
+  }
+  return std::move(members).take();
 }
 
 Result<PublishedTree> read_published_tree(const std::filesystem::path& folder) {

@@ -34,6 +34,9 @@ tl::expected<std::string, std::string> store_url_of(std::string_view document);
 /// The line that sha256sum writes for the archive.
 std::string digest_line(std::string_view digest);
 
+/// The content type of a file of the tree.
+std::string_view media_type(std::string_view path);
+
 /// The list in the bytes of an archive; `label` names the archive in error texts.
 framework::Result<pkg::pkgs_available_t> list_in_archive(std::string archive,
                                                          std::string_view label);
@@ -42,17 +45,20 @@ std::string type_of(const pkg::pkgs_available_t& list);
 
 /// A file that members of the list are published as.
 struct PublishedMember {
-  std::string path;    ///< below the store URL, not encoded, "/" between components
-  std::string digest;  ///< 64 lower-case hexadecimal digits
-  std::string owner;   ///< the identity of a package that has it
+  std::string path;            ///< below the store URL, not encoded, "/" between components
+  std::string digest;          ///< 64 lower-case hexadecimal digits
+  std::string owner;           ///< the identity of a package that has it
+  bool is_deprecated = false;  ///< only deprecated packages have it
 };
 
 /// Where a static server has a member of the list: components that are plain names. Fails for what
 /// would lie outside of the store, in hidden files or in the place of the store's own files.
 tl::expected<std::vector<std::string>, std::string> member_place(std::string_view member);
-/// The members of packages, each file once, in the list's order. Fails, naming package and member,
-/// for one without a place or digest, and where two with different digests have one place.
-framework::Result<std::vector<PublishedMember>> published_members(const pkg::package_map& packages);
+/// The members of the list's packages and then of its deprecated ones, which managers repair with
+/// what the store still has of them; each file once. Fails, naming package and member, for one
+/// without a place or digest, and where two with different digests have one place.
+framework::Result<std::vector<PublishedMember>> published_members(
+    const pkg::pkgs_available_t& list);
 
 /// A tree as it stands on the disk.
 struct PublishedTree {

@@ -41,6 +41,13 @@ std::string schema(const std::string& xml_namespace, const std::string& body) {
          "\n</xs:schema>\n";
 }
 
+/// Of ASCII.
+std::string utf16(const std::string& text) {
+  std::string wide = "\xFF\xFE";
+  for (const char c : text) wide.append({c, '\0'});
+  return wide;
+}
+
 /// A store of two packages, of which "main" needs "other", before it is written.
 struct Draft {
   std::string type = "xsd";
@@ -225,6 +232,9 @@ TEST(StoreCheck, FindsEachFault) {
       {put("a/part.xsd", schema("urn:main", "<xs:element name='p'\n type='t:gone'/>")),
        {"error main-2.1.0 a/part.xsd:3 "}},
       {put("a/part.xsd", "<xs:schema"), {"error main-2.1.0 a/part.xsd:1 "}},
+      {put("alone.xsd", "<schema/>"), {"error main-2.1.0 alone.xsd:0 "}},
+      {put("wide.xsd", utf16(schema("urn:w", "<xs:include schemaLocation='gone.xsd'/>"))),
+       {"error main-2.1.0 wide.xsd:2 "}},
       {put("alone.xsd", schema("urn:alone",
                                "<xs:import namespace='urn:gone' schemaLocation='gone.xsd'/>\n"
                                "<xs:element name='x' type='y:t' xmlns:y='urn:gone'/>")),

@@ -104,6 +104,21 @@ TEST_F(StoreMirror, CopiesEverythingAndThenOnlyWhatChanges) {
   EXPECT_THAT(said_, HasSubstr("The list is not signed"));
 }
 
+TEST_F(StoreMirror, CopiesOfDeprecatedPackagesWhatIsStillThere) {
+  for (const char* version : {"old-1.0.0", "old-2.0.0"}) {
+    source_.add(version, std::string("xsd/") + version + "/old.zip");
+    source_.deprecated[version] = source_.packages[version];
+    source_.packages.erase(version);
+  }
+  source_.members.erase("xsd/old-1.0.0/old.zip");
+  serve();
+  const auto outcome = run();
+  ASSERT_EQ(cause_of(outcome), "");
+  EXPECT_EQ(outcome->fetched, 4U);
+  EXPECT_TRUE(has("xsd/old-2.0.0/old.zip"));
+  EXPECT_THAT(said_, HasSubstr("deprecated"));
+}
+
 TEST_F(StoreMirror, CopiesAPartWithWhatItReferences) {
   server_.serve("/s/pkgs-available.json.zip.minisig", Reply::bytes("signature"));
   source_.build_number = 7;

@@ -124,6 +124,10 @@ TEST_F(StorePublish, StoresMembersFirstAndThenOnlyWhatChanges) {
                                       "pkgs-available.json.zip.sha256"));
   tree_.build_number = 1;
   EXPECT_THAT(cause_of(run()), HasSubstr("number 2 is published already"));
+  // Who has signed once and forgets it is told so.
+  tree_.build_number = 3;
+  server_.serve("/bkt/p/pkgs-available.json.zip.minisig", Reply::bytes("signature"));
+  EXPECT_THAT(cause_of(run()), HasSubstr("is not signed, but"));
   EXPECT_THAT(new_puts(), IsEmpty());
 }
 
@@ -156,6 +160,11 @@ TEST_F(StorePublish, LeavesTheListWhereAMemberCannotBeStored) {
   EXPECT_THAT(cause_of(run()), AllOf(HasSubstr("403, AccessDenied: not for ***"), HasSubstr(member),
                                      Not(HasSubstr(kSecret))));
   EXPECT_THAT(new_puts(), Not(testing::Contains(HasSubstr("pkgs-available"))));
+
+  Reply elsewhere = Reply::with_status(301);
+  elsewhere.headers.emplace_back("x-amz-bucket-region", "eu-2");
+  server_.set_fault("/bkt/p/pkgs-available.json.zip", Fault::replaced(elsewhere));
+  EXPECT_THAT(cause_of(run()), HasSubstr("set AWS_REGION to that of the bucket, eu-2"));
 
   // What may pass is tried again, but not for ever.
   is_refusing_ = false;

@@ -80,7 +80,7 @@ TEST_F(StoreSigning, WhatCannotBeSignedIsNamedAndLeavesTheSignature) {
                         {archive(), "covered", "", "set ZENDRO_STORE_PASSWORD"},
                         {archive(), "key", "two\nlines", "--comment: write one line"},
                         {"no zip", "key", "", "Not a zip archive"},
-                        {list("{"), "key", "", "pkgs-available.json.zip: not JSON"},
+                        {list("{"), "key", "", "pkgs-available.json: not JSON"},
                         {list("{}"), "key", "", "has no \"build_number\""},
                         {make_zip({{"other", "{}"}}), "key", "", "holds no such"}};
   for (const Case& now : cases) {

@@ -19,6 +19,7 @@ namespace zendro::tests {
 struct StoreTree {
   std::map<std::string, std::string> members;  ///< as the list writes them, to their bytes
   boost::json::object packages;
+  boost::json::object deprecated;
   std::int64_t build_number = 1;
   std::string url = "https://store.test/";  ///< of the bootstrap document
 
@@ -37,6 +38,7 @@ struct StoreTree {
 
   [[nodiscard]] std::string archive() const {
     boost::json::object list = packages;
+    list["_DEPRECATED"] = deprecated;
     list["_META"] = boost::json::object{{"build_number", build_number}};
     return store::write_zip({{std::string(store::kListName), boost::json::serialize(list)}});
   }

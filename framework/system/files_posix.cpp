@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
 #include <vector>
 
@@ -8,6 +7,7 @@
 
 #include "framework/system/files.h"
 #include "framework/system/files_internal.h"
+#include "framework/system/this_process.h"
 
 namespace zendro::framework {
 
@@ -17,11 +17,6 @@ namespace {
 
 // The system would take the part before a NUL for the whole path.
 bool holds_nul(const fs::path& path) { return path.native().find('\0') != std::string::npos; }
-
-std::string environment_value(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : std::string(value);
-}
 
 fs::path home_folder() {
   if (const std::string home = environment_value("HOME"); !home.empty()) return home;

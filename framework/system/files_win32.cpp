@@ -8,6 +8,7 @@
 #include "framework/system/handle_win32.h"
 #include "framework/system/path_win32.h"
 #include "framework/system/system_error.h"
+#include "framework/system/this_process.h"
 #include "framework/text/utf8.h"
 
 namespace zendro::framework {
@@ -15,19 +16,6 @@ namespace zendro::framework {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::wstring environment_value(const wchar_t* name) {
-  std::wstring value;
-  for (DWORD needed = MAX_PATH; needed > value.size();) {
-    value.resize(needed);
-    needed = GetEnvironmentVariableW(name, value.data(), needed);
-    if (needed < value.size()) {
-      value.resize(needed);
-      break;
-    }
-  }
-  return value;
-}
 
 // Opens what stands at a path, links followed, only to look at it.
 Handle open_to_look(const std::wstring& name) {
@@ -128,8 +116,8 @@ fs::path executable_path() {
 }
 
 fs::path common_appdata_folder() {
-  if (const std::wstring folder = environment_value(L"ZENDRO_COMMON_APPDATA"); !folder.empty()) {
-    return folder;
+  if (const std::string folder = environment_value("ZENDRO_COMMON_APPDATA"); !folder.empty()) {
+    return path_from_utf8(folder);
   }
   std::array<wchar_t, MAX_PATH> folder{};
   const HRESULT result =

@@ -10,5 +10,7 @@ namespace zendro::framework {
 std::int64_t process_id();
 /// The name of the user that it runs for, in UTF-8; empty where the system does not tell.
 std::string user_name();
+/// A variable of its environment, in UTF-8; empty where it is not set.
+std::string environment_value(const char* name);
 
 }  // namespace zendro::framework

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstdlib>
 #include <vector>
 
 #include <pwd.h>
@@ -18,6 +19,11 @@ std::string user_name() {
     buffer.resize(buffer.size() * 2);
   }
   return found == nullptr ? std::string() : found->pw_name;
+}
+
+std::string environment_value(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
 }
 
 }  // namespace zendro::framework

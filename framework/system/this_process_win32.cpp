@@ -15,4 +15,18 @@ std::string user_name() {
   return to_utf8({name, size - 1});  // the size counts the end of the text
 }
 
+std::string environment_value(const char* name) {
+  const std::wstring wide_name = to_wide(name);
+  std::wstring value;
+  for (DWORD needed = MAX_PATH; needed > value.size();) {
+    value.resize(needed);
+    needed = GetEnvironmentVariableW(wide_name.c_str(), value.data(), needed);
+    if (needed < value.size()) {
+      value.resize(needed);
+      break;
+    }
+  }
+  return to_utf8(value);
+}
+
 }  // namespace zendro::framework

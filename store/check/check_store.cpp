@@ -11,8 +11,10 @@
 #include "pkg/plan.h"
 
 #include "store/check/contents_cache.h"
-#include "store/check/document_check.h"
+#include "store/check/dtd_check.h"
+#include "store/check/link_check.h"
 #include "store/check/list_check.h"
+#include "store/check/schema_check.h"
 #include "store/check/store_names.h"
 #include "store/check/target_check.h"
 #include "store/parallel.h"
@@ -118,9 +120,13 @@ class Checker {
     // What is missing there would be said again of whatever leads to it.
     if (own.findings.empty()) {
       append(result.findings, check_targets(resolver, *company.front(), store_.entry_file));
-      append(result.findings,
-             check_documents(resolver, store_.builtin,
-                             [this](std::string_view name) { return names_.supplier_of(name); }));
+      const FindSupplier find_supplier = [this](std::string_view name) {
+        return names_.supplier_of(name);
+      };
+      LinkCheck links = check_links(resolver, store_.builtin, find_supplier);
+      append(result.findings, check_schemas(resolver, links));
+      append(result.findings, std::move(links.findings));
+      append(result.findings, check_dtds(resolver, store_.builtin, find_supplier));
     }
     note_contested(own, result);
     return result;

@@ -1,7 +1,8 @@
 #include "store/commands/password.h"
 
-#include <cstdlib>
 #include <optional>
+
+#include "framework/system/this_process.h"
 
 #include "console/terminal.h"
 
@@ -19,7 +20,9 @@ Result<std::string> ask(Session& session, const std::string& question) {
 }
 
 Result<std::string> password_of(Session& session, const std::string& file, bool is_new) {
-  if (const char* value = std::getenv(kPasswordVariable)) return std::string(value);
+  if (std::string value = framework::environment_value(kPasswordVariable); !value.empty()) {
+    return value;
+  }
   if (!console::is_terminal(console::Stream::input) ||
       !console::is_terminal(console::Stream::error)) {
     return tl::unexpected(IoError{"there is no terminal to ask for the password of " + file +

@@ -13,6 +13,7 @@
 #include "pkg/references.h"
 #include "pkg/store.h"
 
+#include "store/failure.h"
 #include "store/tree_folder.h"
 #include "store/tree_on_disk.h"
 #include "store/zip_writer.h"
@@ -25,10 +26,6 @@ using framework::HttpTransport;
 using framework::IoError;
 using framework::loggable_url;
 using framework::Result;
-
-tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
-  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
-}
 
 // The store's list as it came.
 struct SourceList {
@@ -217,8 +214,12 @@ Result<void> Mirror::fetch_member(const PublishedMember& member, const std::stri
 }
 
 Result<void> Mirror::fetch_members(const SourceList& source) {
-  const Result<std::vector<PublishedMember>> members = published_members(source.list.packages());
+  Result<std::vector<PublishedMember>> members = published_members(source.list);
   if (!members) return tl::unexpected(members.error());
+  // Who chooses wants what is installed from the copy, not what only stands there to be removed.
+  if (!request_.filters.empty()) {
+    std::erase_if(*members, [](const PublishedMember& member) { return member.is_deprecated; });
+  }
   progress_.begin(members->size());
   std::vector<std::pair<const PublishedMember*, std::string>> missing;
   for (const PublishedMember& member : *members) {
@@ -242,6 +243,10 @@ Result<void> Mirror::fetch_members(const SourceList& source) {
     const auto& [member, url] = missing[place];
     done =
         stop_.stop_requested() ? failed(member->path, pkg::kStopped) : fetch_member(*member, url);
+    if (!done && member->is_deprecated && !stop_.stop_requested()) {
+      warn("Left out, as its package is deprecated: " + done.error().text);
+      done = {};
+    }
     if (done) progress_.member_done();
   }
   http_.expect({});

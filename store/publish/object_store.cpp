@@ -11,6 +11,9 @@
 #include "framework/url/loggable.h"
 #include "pkg/progress.h"
 
+#include "store/failure.h"
+#include "store/tree_on_disk.h"
+
 namespace zendro::store {
 namespace {
 
@@ -28,10 +31,6 @@ constexpr std::string_view kDigest = "x-amz-meta-sha256";
 constexpr std::string_view kBuildNumber = "x-amz-meta-build-number";
 // SHA-256 of nothing, for requests without a body.
 constexpr const char* kNoBody = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
-
-tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
-  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
-}
 
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
@@ -51,13 +50,6 @@ std::string encoded_key(std::string_view path) {
     }
   }
   return out;
-}
-
-std::string_view media_type(std::string_view path) {
-  if (path.ends_with(".zip")) return "application/zip";
-  if (path.ends_with("/bootstrap")) return "application/json";
-  const bool is_text = path.ends_with(".sha256") || path.ends_with(".minisig");
-  return is_text ? "text/plain" : "application/octet-stream";
 }
 
 /// What stands in an element of the document that an object store sends with an error.
@@ -159,9 +151,18 @@ IoError ObjectStore::error_of(const BatchRequest& request, const BatchResult& re
       text += std::string(name == std::string("Code") ? ", " : ": ") +
               framework::loggable_text(part.substr(0, 300));
   }
+  const auto region = result.headers.find("x-amz-bucket-region");
+  if (region != result.headers.end() && region->second != key_.key.region) {
+    text += ": set AWS_REGION to that of the bucket, " + framework::loggable_text(region->second);
+  } else if (request.method == BatchRequest::Method::head && result.status == 403) {
+    text += ": the key is not known, or may not read, write and list there";
+  }
   for (const std::string& secret : {key_.key.secret, key_.session_token, key_.key.id}) {
-    for (std::size_t at = 0; !secret.empty() && (at = text.find(secret)) != std::string::npos;) {
-      text.replace(at, secret.size(), "***");
+    constexpr std::string_view hidden = "***";
+    std::size_t at = 0;
+    while (!secret.empty() && (at = text.find(secret, at)) != std::string::npos) {
+      text.replace(at, secret.size(), hidden);
+      at += hidden.size();
     }
   }
   return {text};

@@ -3,19 +3,16 @@
 #include "framework/io/hashed_copy.h"
 #include "framework/system/files.h"
 
+#include "store/failure.h"
+
 namespace zendro::store {
 namespace {
 
-using framework::IoError;
 using framework::path_from_utf8;
 using framework::path_to_utf8;
 using framework::Result;
 
-tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
-  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
-}
-
-Result<std::string> digest_of(const std::filesystem::path& path) {
+Result<std::string> file_digest(const std::filesystem::path& path) {
   const framework::OpenedStream file = framework::open_file(path);
   if (!file) return tl::unexpected(file.error());
   framework::Sha256 digest;
@@ -32,6 +29,7 @@ class Publication {
   Result<PublishOutcome> run();
 
  private:
+  Result<void> compare_with_published();
   Result<void> put_members();
   Result<std::vector<NewObject>> missing(const std::vector<PublishedMember>& members);
   Result<std::vector<NewObject>> heads();
@@ -65,12 +63,14 @@ Result<std::vector<NewObject>> Publication::missing(const std::vector<PublishedM
                         : "is there with other bytes. A member path never changes them: give what "
                           "is new a version of its own");
     } else {
-      objects.push_back(
-          {member.path, tree_.folder / path_from_utf8(member.path), member.digest, {}});
+      const std::filesystem::path file = tree_.folder / path_from_utf8(member.path);
+      // A mirror need not have what is deprecated.
+      if (member.is_deprecated && framework::is_missing(file)) continue;
+      objects.push_back({member.path, file, member.digest, {}});
     }
   }
   for (const NewObject& object : objects) {
-    const Result<std::string> digest = digest_of(object.file);
+    const Result<std::string> digest = file_digest(object.file);
     if (!digest) return tl::unexpected(digest.error());
     if (*digest != object.digest) {
       return failed(path_to_utf8(object.file), "has not the digest that the list gives");
@@ -80,7 +80,7 @@ Result<std::vector<NewObject>> Publication::missing(const std::vector<PublishedM
 }
 
 Result<void> Publication::put_members() {
-  const auto members = published_members(tree_.list.packages());
+  const auto members = published_members(tree_.list);
   if (!members) return tl::unexpected(members.error());
   progress_.begin(members->size());
   const auto objects = missing(*members);
@@ -98,7 +98,7 @@ Result<std::vector<NewObject>> Publication::heads() {
                                   std::string(kSignatureName), bootstrap_path(tree_.type)}) {
     const std::filesystem::path file = tree_.folder / path_from_utf8(name);
     if (framework::is_missing(file)) continue;
-    const Result<std::string> digest = digest_of(file);
+    const Result<std::string> digest = file_digest(file);
     if (!digest) return tl::unexpected(digest.error());
     objects.push_back({name, file, *digest, {}});
   }
@@ -120,19 +120,31 @@ Result<void> Publication::put_heads(const std::vector<NewObject>& objects) {
   return {};
 }
 
+/// Refuses what managers would refuse, or never see, because of what is published already.
+Result<void> Publication::compare_with_published() {
+  const auto there =
+      store_.look_at({std::string(kArchiveName), std::string(kSignatureName)}, stop_);
+  if (!there) return tl::unexpected(there.error());
+  const std::optional<StoredObject>& list = there->front();
+  const std::optional<std::int64_t> build = tree_.list.build_number();
+  const std::string archive = path_to_utf8(tree_.folder / path_from_utf8(kArchiveName));
+  if (list && list->build_number && build && *list->build_number > *build) {
+    return failed(archive, "has build number " + std::to_string(*build) + ", but number " +
+                               std::to_string(*list->build_number) + " is published already");
+  }
+  if (there->back() && framework::is_missing(tree_.folder / path_from_utf8(kSignatureName))) {
+    return failed(archive,
+                  "is not signed, but the list that is published is, and a list without its "
+                  "signature is refused: sign it with \"zendro-store sign\"");
+  }
+  return {};
+}
+
 Result<PublishOutcome> Publication::run() {
   const auto objects = heads();
   if (!objects) return tl::unexpected(objects.error());
-  const auto list = store_.look_at({objects->front().path}, stop_);
-  if (!list) return tl::unexpected(list.error());
-  const std::optional<std::int64_t> build = tree_.list.build_number();
-  if (list->front() && list->front()->build_number && build &&
-      *list->front()->build_number > *build) {
-    return failed(path_to_utf8(objects->front().file),
-                  "has build number " + std::to_string(*build) + ", but number " +
-                      std::to_string(*list->front()->build_number) + " is published already");
-  }
-  Result<void> done = put_members();
+  Result<void> done = compare_with_published();
+  if (done) done = put_members();
   if (done) done = put_heads(*objects);
   if (!done) return tl::unexpected(done.error());
   return outcome_;

@@ -10,10 +10,10 @@
 #include "framework/url/loggable.h"
 #include "pkg/store.h"
 
+#include "store/failure.h"
+
 namespace zendro::store {
 namespace {
-
-using framework::IoError;
 
 /// What the lines are made of.
 struct Site {
@@ -66,7 +66,7 @@ Alias "@prefix@" "@root@"
 <Location "@prefix@">
   SetEnvIf Request_URI "^" no-gzip=1
 </Location>
-<LocationMatch "/\.">
+<LocationMatch "^@prefix@(.*/)?\.">
   Require all denied
 </LocationMatch>
 <Location "@prefix@@archive@">
@@ -102,12 +102,12 @@ handle_path @prefix@* {
 
 /// A server, and the characters that the paths in its configuration cannot hold, as it would take
 /// them for something else whatever is written around them.
-struct Server {
+struct ServerLines {
   std::string_view name;
   std::string_view lines;
   std::string_view refused;
 };
-constexpr Server kServers[] = {
+constexpr ServerLines kServers[] = {
     {"nginx", kNginx, "$"}, {"apache", kApache, "$%'\\"}, {"caddy", kCaddy, "{}"}};
 
 std::string filled(std::string_view lines, const Site& site) {
@@ -130,7 +130,7 @@ std::string filled(std::string_view lines, const Site& site) {
 }
 
 /// Between quotation marks.
-std::string in_quotes(std::string_view path) {
+std::string backslashed(std::string_view path) {
   std::string out;
   for (const char c : path) {
     if (c == '"' || c == '\\') out += '\\';
@@ -153,10 +153,6 @@ bool is_simple(std::string_view path) {
          });
 }
 
-tl::unexpected<IoError> failed(const std::string& where, const std::string& cause) {
-  return tl::unexpected(IoError{where + ": " + cause});
-}
-
 }  // namespace
 
 framework::Result<std::string> web_config(std::string_view server, const PublishedTree& tree) {
@@ -168,7 +164,7 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
   if constexpr (framework::kPathSeparator == '\\')
     std::replace(root.begin(), root.end(), '\\', '/');
   const auto row = std::find_if(std::begin(kServers), std::end(kServers),
-                                [server](const Server& each) { return each.name == server; });
+                                [server](const ServerLines& each) { return each.name == server; });
   if (row == std::end(kServers)) return failed(std::string(server), "no known server");
   if (tree.store_url.empty()) {
     return failed(root + bootstrap_path(tree.type),
@@ -189,7 +185,8 @@ framework::Result<std::string> web_config(std::string_view server, const Publish
                             " cannot hold control characters or any of " +
                             std::string(row->refused) + " in a path");
   }
-  return filled(row->lines, Site{in_quotes(root), prefix, bootstrap_path(tree.type), tree.digest});
+  return filled(row->lines,
+                Site{backslashed(root), prefix, bootstrap_path(tree.type), tree.digest});
 }
 
 }  // namespace zendro::store

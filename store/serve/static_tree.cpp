@@ -32,12 +32,6 @@ bool is_authority(std::string_view text) {
   });
 }
 
-std::string_view media_type(std::string_view name) {
-  if (name.ends_with(".zip")) return "application/zip";
-  const bool is_text = name.ends_with(".sha256") || name.ends_with(".minisig");
-  return is_text ? "text/plain" : "application/octet-stream";
-}
-
 std::string hex(std::uint64_t value) {
   std::string digits;
   for (; value != 0; value >>= 4) digits += "0123456789abcdef"[value & 15];

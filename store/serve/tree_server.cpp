@@ -116,9 +116,9 @@ void Connection::write_block() {
       });
 }
 
-class Server final : public TreeServer {
+class ListeningServer final : public TreeServer {
  public:
-  Server(const StaticTree& tree, Log log) : tree_(tree), log_(std::move(log)) {}
+  ListeningServer(const StaticTree& tree, Log log) : tree_(tree), log_(std::move(log)) {}
 
   error_code open(const std::string& host, const std::string& port) {
     error_code error;
@@ -192,7 +192,7 @@ framework::Result<std::unique_ptr<TreeServer>> TreeServer::listen(std::string_vi
     return tl::unexpected(framework::IoError{
         std::string(address) + ": an address is a host and a port, as in 127.0.0.1:8080"});
   }
-  auto server = std::make_unique<Server>(tree, std::move(log));
+  auto server = std::make_unique<ListeningServer>(tree, std::move(log));
   if (const error_code error = server->open(host, port)) {
     return tl::unexpected(framework::IoError{std::string(address) + ": " + error.message()});
   }
