@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,9 @@ bool has_colours(Stream stream);
 
 /// A line that the user types; nothing at the end of the input.
 std::optional<std::string> read_line();
+/// The same on a terminal, which does not show what is typed from `ask` on; nothing as well where
+/// Ctrl+C ends it.
+std::optional<std::string> read_secret(const std::function<void()>& ask);
 /// Ends the process at once, without cleaning up.
 [[noreturn]] void end_at_once(int status);
 

@@ -1,7 +1,11 @@
+#include <cerrno>
+
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "console/terminal.h"
+#include "console/terminal_keys.h"
 
 namespace zendro::console {
 
@@ -16,6 +20,24 @@ std::size_t columns(Stream stream) {
 }
 
 std::shared_ptr<void> set_console_up() { return nullptr; }
+
+std::shared_ptr<void> hide_input() {
+  termios before = {};
+  if (tcgetattr(STDIN_FILENO, &before) != 0) return nullptr;
+  termios hidden = before;
+  hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | ISIG);
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  return {nullptr, [before](void*) { tcsetattr(STDIN_FILENO, TCSAFLUSH, &before); }};
+}
+
+std::string read_key() {
+  char byte = 0;
+  ssize_t count = 0;
+  do {
+    count = read(STDIN_FILENO, &byte, 1);
+  } while (count < 0 && errno == EINTR);
+  return count == 1 ? std::string(1, byte) : std::string();
+}
 
 void end_at_once(int status) { _exit(status); }
 

@@ -5,7 +5,10 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include "framework/text/utf8.h"
+
 #include "console/terminal.h"
+#include "console/terminal_keys.h"
 
 namespace zendro::console {
 namespace {
@@ -42,6 +45,28 @@ std::shared_ptr<void> set_console_up() {
   return {nullptr, [previous](void*) {
             if (previous != 0) SetConsoleOutputCP(previous);
           }};
+}
+
+std::shared_ptr<void> hide_input() {
+  const HANDLE input = handle_of(Stream::input);
+  DWORD before = 0;
+  if (GetConsoleMode(input, &before) == 0) return nullptr;
+  SetConsoleMode(input, 0);
+  return {nullptr, [input, before](void*) { SetConsoleMode(input, before); }};
+}
+
+std::string read_key() {
+  std::wstring key;
+  // A character beyond the first 65,536 comes in two.
+  do {
+    wchar_t unit = 0;
+    DWORD count = 0;
+    if (ReadConsoleW(handle_of(Stream::input), &unit, 1, &count, nullptr) == 0 || count == 0) {
+      return {};
+    }
+    key += unit;
+  } while (key.size() == 1 && IS_HIGH_SURROGATE(key[0]));
+  return framework::to_utf8(key);
 }
 
 void end_at_once(int status) {

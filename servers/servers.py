@@ -1,12 +1,13 @@
 """The servers, each a process without privileges, with a configuration of its own in a folder of its own."""
 
 import os
+import shutil
 import socket
 import ssl
 import subprocess
-import time
 
 import tree
+from processes import Processes, free_ports, make_certificates
 
 HERE = os.path.dirname(os.path.realpath(__file__))
 PROXIED_HOST = "store.test"  # known to the proxy alone
@@ -72,37 +73,12 @@ http_access deny all
 """
 
 
-def free_ports(count):
-    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(count)]
-    ports = [each.getsockname()[1] for each in sockets]
-    for each in sockets:
-        each.close()
-    return ports
-
-
-def make_certificates(folder):
-    """An authority of our own and the server's certificate. Returns the authority's."""
-
-    def openssl(*arguments):
-        subprocess.run(["openssl", *arguments], cwd=folder, check=True, capture_output=True)
-
-    key = ("-newkey", "rsa:2048", "-nodes")
-    openssl("req", "-x509", *key, "-keyout", "ca.key", "-out", "ca.pem", "-days", "2", "-subj", "/CN=Test CA")
-    with open(os.path.join(folder, "names"), "w") as out:
-        out.write(f"subjectAltName=DNS:localhost,DNS:{PROXIED_HOST}\n")
-    openssl("req", *key, "-keyout", "server.key", "-out", "server.csr", "-subj", "/CN=localhost")
-    openssl("x509", "-req", "-in", "server.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-CAcreateserial",
-            "-days", "2", "-extfile", "names", "-out", "server.pem")
-    return os.path.join(folder, "ca.pem")
-
-
-class Servers:
+class Servers(Processes):
     """All of them, running. What a server says stands in the folder."""
 
     def __init__(self, folder, served, digest):
-        self.folder = folder
-        self.processes = []
-        self.authority = make_certificates(folder)
+        super().__init__(folder)
+        self.authority = make_certificates(folder, "localhost", PROXIED_HOST)
         self.http, self.https, self.apache, self.squid, self.python = free_ports(5)
         values = {"folder": folder, "tree": served, "archive": tree.ARCHIVE, "digest": digest,
                   "other_digest": "0" * 64, "modules": "/usr/lib/apache2/modules"}
@@ -112,6 +88,7 @@ class Servers:
         self.write("hosts", f"127.0.0.1 localhost {PROXIED_HOST}\n")
         hashed = subprocess.run(["openssl", "passwd", "-apr1", PASSWORD], check=True, capture_output=True, text=True)
         self.write("passwords", f"{USER}:{hashed.stdout}")
+        shutil.copy(os.path.join(HERE, "one_thread.py"), folder)
         self.give_away()
         try:
             self.start("nginx", "-c", f"{folder}/nginx.conf", "-e", f"{folder}/nginx.error.log")
@@ -125,40 +102,6 @@ class Servers:
             self.close()
             raise
 
-    def write(self, name, text):
-        with open(os.path.join(self.folder, name), "w") as out:
-            out.write(text)
-
-    def give_away(self):
-        """The servers may write to the folder and have no other rights, also where root starts them."""
-        with open(os.path.join(HERE, "one_thread.py")) as program:
-            self.write("one_thread.py", program.read())
-        self.identity = {}
-        if os.geteuid() == 0:
-            self.identity = {"user": "nobody", "group": "nogroup", "extra_groups": []}
-            subprocess.run(["chown", "-R", "nobody:nogroup", self.folder], check=True)
-
-    def start(self, *command):
-        name = os.path.basename(command[0])
-        environment = {**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin"}
-        command = ("setpriv", "--pdeathsig", "TERM", *command)  # none outlives this process
-        with open(os.path.join(self.folder, name + ".output"), "w") as output:
-            self.processes.append(subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL,
-                                                   stdout=output, stderr=output, **self.identity))
-
-    def wait_for(self, port):
-        until = time.monotonic() + 10
-        while time.monotonic() < until:
-            for process in self.processes:
-                if process.poll() is not None:
-                    raise SystemExit(f"{process.args[3]} does not start:\n" + self.said())
-            try:
-                socket.create_connection(("127.0.0.1", port)).close()
-                return
-            except OSError:
-                time.sleep(0.02)
-        raise SystemExit(f"nobody listens on port {port}:\n" + self.said())
-
     def check_http2(self):
         context = ssl.create_default_context(cafile=self.authority)
         context.set_alpn_protocols(["h2"])
@@ -166,21 +109,3 @@ class Servers:
             with context.wrap_socket(plain, server_hostname="localhost") as tls:
                 if tls.selected_alpn_protocol() != "h2":
                     raise SystemExit("nginx does not offer HTTP/2")
-
-    def said(self):
-        text = ""
-        for entry in sorted(os.scandir(self.folder), key=lambda entry: entry.name):
-            if entry.name.endswith((".output", ".log")):
-                with open(entry.path, errors="replace") as log:
-                    text += f"--- {entry.name}\n" + log.read()[-2000:]
-        return text
-
-    def close(self):
-        for process in self.processes:
-            process.terminate()
-        for process in self.processes:
-            try:
-                process.wait(5)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()

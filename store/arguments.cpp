@@ -75,6 +75,8 @@ void add_proving(CLI::App& app, Arguments& to) {
       ->add_option("--public-key", to.public_key,
                    "The file for the public key; FILE.pub unless given")
       ->type_name("FILE");
+  keygen->add_flag("--no-password", to.no_password, "Leave the secret key as it is in its file");
+  keygen->add_flag("--force", to.force, "Replace files that stand there");
   CLI::App* sign = add_tree_command(app, to, "sign", "Sign the list of a tree");
   sign->add_option("--key", to.key, "The file with the secret key")->required()->type_name("FILE");
   sign->add_option("--comment", to.comment, "A comment that the signature covers");

@@ -38,6 +38,8 @@ struct Arguments : console::OutputStyle {
   std::string key;
   std::string public_key;
   std::string comment;
+  bool no_password = false;
+  bool force = false;
 
   // Of serve, publish, web-config, completion.
   std::string listen;

@@ -17,4 +17,8 @@ enum class Durability { proved_later, on_storage };
 framework::Result<void> write_whole_file(const std::filesystem::path& path, std::string_view bytes,
                                          Durability durability = Durability::on_storage);
 
+/// The same for a secret: only its owner may read it (on Windows: whoever may in the folder).
+framework::Result<void> write_private_file(const std::filesystem::path& path,
+                                           std::string_view bytes);
+
 }  // namespace zendro::store

@@ -69,6 +69,7 @@ TEST(OptionsFileTest, GivesTheOptionsOfTheRunOrSaysWhatIsWrong) {
   const std::pair<const char*, const char*> kBad[] = {
       {"[]", "Cannot cast value to JSON map!"},
       {R"({"pkg.cache_root": 5})", "pkg.cache_root: Cannot cast value to JSON string!"},
+      {R"({"pkg.store_public_key": 5})", "pkg.store_public_key: Cannot cast value to JSON string!"},
       {R"({"pkg.log-remote-io": "yes"})", "pkg.log-remote-io: Cannot convert JSON value to bool!"},
       {R"({"pkg.telemetry": 0})", "pkg.telemetry: Cannot convert JSON value to bool!"},
       {R"({"pkg.member_size_limit": 0})", "pkg.member_size_limit: is less than 1"},

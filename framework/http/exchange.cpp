@@ -1,5 +1,7 @@
 #include "framework/http/exchange.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <new>
 #include <utility>
 
@@ -13,9 +15,19 @@ using std::chrono::milliseconds;
 
 /// What an unwanted body may cost, for the sake of keeping its connection.
 constexpr std::size_t kDiscardedBytes = 64 * 1024;
+/// An upload is this long before the server is asked whether it will take it.
+constexpr std::uint64_t kWorthAsking = 1 << 20;
 constexpr long kProxyAuthenticationRequired = 407;
 
 }  // namespace
+
+bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers) {
+  const auto control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
+  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
+    return std::any_of(header.first.begin(), header.first.end(), control) ||
+           std::any_of(header.second.begin(), header.second.end(), control);
+  });
+}
 
 void HeaderList::add(const std::string& line) {
   curl_slist* longer = curl_slist_append(list_.get(), line.c_str());
@@ -112,6 +124,22 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
     set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->size()));
     headers_.add("Expect:");
     if (!has_type) headers_.add("Content-Type:");
+  }
+  if (options.upload != nullptr) {
+    set(CURLOPT_UPLOAD, 1L);
+    set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(options.upload->size));
+    set(CURLOPT_READFUNCTION, &Exchange::on_upload);
+    set(CURLOPT_READDATA, const_cast<Upload*>(options.upload));
+    set(CURLOPT_SEEKFUNCTION, &Exchange::on_seek);
+    set(CURLOPT_SEEKDATA, const_cast<Upload*>(options.upload));
+    // A refusal in advance is worth its time only where much is not sent then.
+    if (options.upload->size < kWorthAsking) headers_.add("Expect:");
+  }
+  if (options.is_head) set(CURLOPT_NOBODY, 1L);
+  if (options.key != nullptr) {
+    set(CURLOPT_AWS_SIGV4, ("aws:amz:" + options.key->region + ":s3").c_str());
+    set(CURLOPT_USERNAME, options.key->id.c_str());
+    set(CURLOPT_PASSWORD, options.key->secret.c_str());
   }
   set(CURLOPT_HTTPHEADER, headers_.get());
 
@@ -258,6 +286,18 @@ std::size_t Exchange::on_body(char* bytes, std::size_t, std::size_t size, void* 
 void Exchange::count_received(std::size_t bytes) {
   transfer_->content += bytes;
   content_ += bytes;
+}
+
+std::size_t Exchange::on_upload(char* bytes, std::size_t, std::size_t size, void* upload) {
+  const std::int64_t count = static_cast<Upload*>(upload)->source.read(bytes, size);
+  return count < 0 ? CURL_READFUNC_ABORT : static_cast<std::size_t>(count);
+}
+
+// A connection that was closed while it waited makes libcurl begin again on another one.
+int Exchange::on_seek(void* upload, curl_off_t offset, int origin) {
+  IOImpl_base& source = static_cast<Upload*>(upload)->source;
+  const bool done = origin == SEEK_SET && source.seek(offset, SeekOrigin::begin) == offset;
+  return done ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_FAIL;
 }
 
 int Exchange::on_debug(CURL*, curl_infotype type, char* bytes, std::size_t size, void* self) try {

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -40,9 +42,21 @@ class HeaderList {
   std::unique_ptr<curl_slist, CurlFree> list_;
 };
 
+/// Whether a name or value holds a character that could end the header's line and begin another.
+bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers);
+
+/// The body of a PUT, read from front to back.
+struct Upload {
+  IOImpl_base& source;  ///< at its beginning; seekable
+  std::uint64_t size;
+};
+
 /// How a request is sent.
 struct SendOptions {
   const std::string_view* body = nullptr;  ///< of a POST; null: a GET
+  const Upload* upload = nullptr;          ///< of a PUT, which outlives the request
+  bool is_head = false;                    ///< a HEAD
+  const AwsKey* key = nullptr;             ///< that the request is signed with
   bool with_credentials = true;            ///< else headers that carry some are left out
   ProxyChoice proxy = {};
 };
@@ -101,6 +115,8 @@ class Exchange {
   void count_received(std::size_t bytes);
   static std::size_t on_header(char* line, std::size_t one, std::size_t size, void* self);
   static std::size_t on_body(char* bytes, std::size_t one, std::size_t size, void* self);
+  static std::size_t on_upload(char* bytes, std::size_t one, std::size_t size, void* upload);
+  static int on_seek(void* upload, curl_off_t offset, int origin);
   static int on_debug(CURL* easy, curl_infotype type, char* bytes, std::size_t size, void* self);
   static int on_connected(void* self, char* ip, char* local_ip, int port, int local_port);
 

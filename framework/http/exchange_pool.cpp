@@ -63,10 +63,9 @@ void ExchangePool::put_back_later(std::unique_ptr<Exchange> exchange) {
   later_.push_back(std::move(exchange));
 }
 
-void ExchangePool::start(Exchange& exchange, const HttpRequest& request,
-                         const std::string_view* body, bool with_credentials) {
-  const std::string& url = exchange.transfer().url;
-  exchange.start(request, {body, with_credentials, choose_proxy(url, *system_proxy_)});
+void ExchangePool::start(Exchange& exchange, const HttpRequest& request, SendOptions options) {
+  options.proxy = choose_proxy(exchange.transfer().url, *system_proxy_);
+  exchange.start(request, options);
 }
 
 CURLMcode ExchangePool::move_on() {

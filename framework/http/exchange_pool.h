@@ -36,9 +36,8 @@ class ExchangePool {
   /// open for other requests.
   void put_back_later(std::unique_ptr<Exchange> exchange);
 
-  /// Sends the request to the URL that the exchange is prepared for; `body` is that of a POST.
-  void start(Exchange& exchange, const HttpRequest& request = {},
-             const std::string_view* body = nullptr, bool with_credentials = true);
+  /// Sends the request to the URL that the exchange is prepared for, over the proxy of that URL.
+  void start(Exchange& exchange, const HttpRequest& request = {}, SendOptions options = {});
   /// Moves all transfers on as far as they go without waiting.
   CURLMcode move_on();
   /// Waits until one of them can go on, or for so long.

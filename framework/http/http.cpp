@@ -11,7 +11,7 @@ std::string too_long(std::uint64_t limit) {
   return "holds more than " + std::to_string(limit) + " bytes";
 }
 
-/// Why an answer with status 200 is not taken; empty: it is.
+/// Why an answer is not taken; empty: it is.
 std::string refusal(const HttpHeaders& headers, std::int64_t size, std::uint64_t size_limit) {
   if (size > 0 && static_cast<std::uint64_t>(size) > size_limit) return too_long(size_limit);
   // These names mean that the body is not encoded: "identity" is the standard's, "none" is a common
@@ -48,11 +48,17 @@ class CurlTransport final : public HttpTransport {
 /// as it does before its next request and at its end.
 class CurlResponse final : public HttpResponse {
  public:
-  CurlResponse(CurlTransport& transport, std::string url, HttpHeaders headers, std::int64_t size)
-      : transport_(&transport), url_(std::move(url)), headers_(std::move(headers)), size_(size) {}
+  CurlResponse(CurlTransport& transport, std::string url, HttpHeaders headers, std::int64_t size,
+               long status)
+      : transport_(&transport),
+        url_(std::move(url)),
+        headers_(std::move(headers)),
+        size_(size),
+        status_(status) {}
   ~CurlResponse() override { close(); }
 
   [[nodiscard]] const HttpHeaders& headers() const override { return headers_; }
+  [[nodiscard]] long status() const override { return status_; }
   [[nodiscard]] const IoError& error() const override { return error_; }
   bool open(std::string_view) override { return refuse("an answer cannot be opened again"); }
   void close() override {
@@ -89,6 +95,7 @@ class CurlResponse final : public HttpResponse {
   std::string url_;
   HttpHeaders headers_;
   std::int64_t size_;
+  long status_;
   IoError error_;
   bool at_end_ = false;
 };
@@ -107,7 +114,7 @@ HttpAnswer CurlTransport::get(const HttpRequest& request) {
   SendResult sent = send(request, nullptr);
   if (sent.status == 0) return tl::unexpected(std::move(sent.error));
   Exchange& exchange = sender_.current();
-  if (sent.status != 200) {
+  if (sent.status != 200 && !request.any_status) {
     IoError error = exchange.fail("HTTP status " + std::to_string(sent.status));
     sender_.drain();
     end();
@@ -122,8 +129,8 @@ HttpAnswer CurlTransport::get(const HttpRequest& request) {
   }
   size_limit_ = request.size_limit;
   sender_.read_ahead();
-  auto response =
-      std::make_shared<CurlResponse>(*this, transfer().url, std::move(transfer().headers), size);
+  auto response = std::make_shared<CurlResponse>(*this, transfer().url,
+                                                 std::move(transfer().headers), size, sent.status);
   response_ = response.get();
   return response;
 }

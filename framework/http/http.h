@@ -37,6 +37,7 @@ struct HttpRequest {
   std::uint64_t size_limit = std::uint64_t{4} << 30;
   std::shared_ptr<IOImpl_base> trace_log;  ///< what the trace is appended to; null: no trace
   int trace_level = kTraceHeaders;
+  bool any_status = false;  ///< an answer with another status than 200 is no failure
 };
 
 /// The answer to a GET: a stream of the body and its headers. Valid until the transport opens the
@@ -44,6 +45,8 @@ struct HttpRequest {
 class HttpResponse : public IOImpl_base {
  public:
   [[nodiscard]] virtual const HttpHeaders& headers() const = 0;
+  /// 200 unless any status was asked for.
+  [[nodiscard]] virtual long status() const { return 200; }
 };
 
 /// An answer, never null.
@@ -61,8 +64,9 @@ class HttpTransport {
   virtual ~HttpTransport() = default;
 
   /// GETs a URL and returns its answer once the headers have arrived with status 200; any other
-  /// status is a failure. Redirects are followed (10 at most, http or https only, never from https
-  /// to http). The body is read from the answer as it arrives, in constant memory.
+  /// status is a failure, unless the request takes it. Redirects are followed (10 at most, http or
+  /// https only, never from https to http). The body is read from the answer as it arrives, in
+  /// constant memory.
   virtual HttpAnswer get(const HttpRequest& request) = 0;
 
   /// POSTs `body`. Waits 2 s at most after it is sent, for the answer, whose status does not
@@ -76,6 +80,13 @@ class HttpTransport {
   /// early answer is cut short, is an error, or does not begin to arrive, get() sends the request
   /// once more.
   virtual void expect(const std::vector<std::string>& urls) { static_cast<void>(urls); }
+};
+
+/// What requests to an object store are signed with (AWS Signature Version 4).
+struct AwsKey {
+  std::string id;
+  std::string secret;
+  std::string region;
 };
 
 struct TransportSettings {

@@ -1,6 +1,5 @@
 #include "framework/http/request_sender.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "framework/http/redirect.h"
@@ -14,15 +13,6 @@ using std::chrono::steady_clock;
 /// How long the answer to a body that was sent is waited for.
 constexpr std::chrono::seconds kAnswerTime{2};
 
-/// Whether a name or value holds a character that could end the header's line and begin another.
-bool have_control_characters(const std::vector<std::pair<std::string, std::string>>& headers) {
-  const auto control = [](char c) { return (c >= 0 && c < 0x20 && c != '\t') || c == 0x7F; };
-  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
-    return std::any_of(header.first.begin(), header.first.end(), control) ||
-           std::any_of(header.second.begin(), header.second.end(), control);
-  });
-}
-
 std::string why_unanswered(const Transfer& transfer) {
   if (!transfer.over) return "no answer in time";
   return transfer.cause.empty() ? "closed without an answer" : transfer.cause;
@@ -34,7 +24,8 @@ SendResult RequestSender::send(const HttpRequest& request, const std::string_vie
   end();
   driver_.begin_request();
   const RequestUrl url = http_request_url(request.url);
-  const bool is_plain = body == nullptr && request.headers.empty() && request.trace_log == nullptr;
+  const bool is_plain = body == nullptr && request.headers.empty() &&
+                        request.trace_log == nullptr && !request.any_status;
   const bool is_sent = is_plain && url && take_early(*url);
   if (!is_sent) {
     if (request.trace_log != nullptr) current_->trace_to(request.trace_log, request.trace_level);
@@ -75,7 +66,7 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
     const bool in_turn = !std::exchange(is_sent, false);
     if (in_turn) {
       const bool is_trusted = redirects == 0 || same_origin(first_url, current_->transfer().url);
-      pool_.start(*current_, request, body, is_trusted);
+      pool_.start(*current_, request, {.body = body, .with_credentials = is_trusted});
     }
     await_answer(body, result);
     const Transfer& answer = current_->transfer();

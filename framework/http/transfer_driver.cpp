@@ -45,29 +45,29 @@ void TransferDriver::drain(Exchange& current, Clock::time_point latest) {
 
 /// Takes note of time that went into the current request, and gives that up where it is too slow.
 void TransferDriver::charge(Exchange& current, Clock::duration time) {
-  using std::to_string;
-  const TransportSettings& settings = pool_.settings();
   Transfer& transfer = current.transfer();
   const std::uint64_t sent = current.sent_bytes();
-  const std::uint64_t moved = pool_.received() - received_before_ + sent;
   spent_ += time;
   if (transfer.over) return;
   if (transfer.connected) transfer.stall.add(time, transfer.content + sent);
-  if (transfer.stall.stalled()) {
-    current.stop("slower than " + to_string(settings.stall_speed) + " bytes/s for " +
-                 to_string(settings.stall_time.count()) + " s");
-  } else if (least_bytes() > static_cast<std::int64_t>(moved)) {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(spent_);
-    current.stop("slower than " + to_string(settings.lowest_speed) + " bytes/s on average for " +
-                 to_string(seconds.count()) + " s");
-  }
+  const std::string cause = why_too_slow(pool_.settings(), transfer.stall, spent_,
+                                         pool_.received() - received_before_ + sent);
+  if (!cause.empty()) current.stop(cause);
 }
 
-/// What the request must have moved by now.
-std::int64_t TransferDriver::least_bytes() const {
-  const TransportSettings& settings = pool_.settings();
-  const auto late = std::chrono::floor<std::chrono::seconds>(spent_ - settings.grace_time);
-  return late.count() * settings.lowest_speed;
+std::string why_too_slow(const TransportSettings& settings, const StallClock& stall,
+                         std::chrono::nanoseconds spent, std::uint64_t moved) {
+  using std::to_string;
+  using std::chrono::floor;
+  using std::chrono::seconds;
+  if (stall.stalled()) {
+    return "slower than " + to_string(settings.stall_speed) + " bytes/s for " +
+           to_string(settings.stall_time.count()) + " s";
+  }
+  const auto late = floor<seconds>(spent - settings.grace_time);
+  if (late.count() * settings.lowest_speed <= static_cast<std::int64_t>(moved)) return {};
+  return "slower than " + to_string(settings.lowest_speed) + " bytes/s on average for " +
+         to_string(floor<seconds>(spent).count()) + " s";
 }
 
 }  // namespace zendro::framework

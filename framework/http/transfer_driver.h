@@ -5,11 +5,17 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "framework/http/exchange.h"
 #include "framework/http/exchange_pool.h"
 
 namespace zendro::framework {
+
+/// Why a request is given up, which has had `spent` and in that time moved so many bytes of
+/// content, those of other requests beside it included; empty: it is not.
+std::string why_too_slow(const TransportSettings& settings, const StallClock& stall,
+                         std::chrono::nanoseconds spent, std::uint64_t moved);
 
 class TransferDriver {
  public:
@@ -31,7 +37,6 @@ class TransferDriver {
 
  private:
   void charge(Exchange& current, Clock::duration time);
-  [[nodiscard]] std::int64_t least_bytes() const;
 
   ExchangePool& pool_;
   Clock::duration spent_{0};           ///< on the current request and its redirects

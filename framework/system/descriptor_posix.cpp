@@ -51,6 +51,7 @@ int flags_of(OpenHow how) {
     case OpenHow::write:
       return O_WRONLY | O_CREAT;
     case OpenHow::write_new:
+    case OpenHow::write_private:
       return O_WRONLY | O_CREAT | O_EXCL;
     case OpenHow::append:
       return O_WRONLY | O_CREAT | O_APPEND;
@@ -94,7 +95,8 @@ Result<Descriptor> open_regular(int folder, const std::string& name, OpenHow how
   // The system would take the part before a NUL for the whole name.
   if (name.find('\0') != std::string::npos) return tl::unexpected(system_error(label, EINVAL));
   const int flags = flags_of(how) | more | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-  Descriptor file(retry_interrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
+  const mode_t mode = how == OpenHow::write_private ? 0600 : 0666;
+  Descriptor file(retry_interrupted([&] { return openat(folder, name.c_str(), flags, mode); }));
   struct stat status {};
   if (!file || fstat(file.get(), &status) != 0) {
     return tl::unexpected(system_error(label, errno));

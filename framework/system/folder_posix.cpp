@@ -130,7 +130,8 @@ class PosixFolder : public Folder {
                                                                OpenHow how) const override {
     if (!is_one_component(name)) return tl::unexpected(NotOpened{no_entry(name)});
     const std::string entry(name);
-    const bool may_exist = how != OpenHow::read && how != OpenHow::write_new;
+    const bool may_exist =
+        how == OpenHow::write || how == OpenHow::append || how == OpenHow::read_write;
     if (may_exist) {
       // What is made here is known here alone.
       auto made = open_regular(folder_.get(), entry, how, O_NOFOLLOW | O_EXCL, label(name));

@@ -157,6 +157,7 @@ Mode mode_of(OpenHow how) {
     case OpenHow::write:
       return {FILE_GENERIC_WRITE, FILE_OPEN_IF};
     case OpenHow::write_new:
+    case OpenHow::write_private:
       return {FILE_GENERIC_WRITE, FILE_CREATE};
     case OpenHow::append:
       return {FILE_APPEND_DATA, FILE_OPEN_IF};

@@ -18,10 +18,11 @@ namespace zendro::framework {
 
 enum class OpenHow {
   read,
-  write,       ///< created when missing, contents kept
-  write_new,   ///< refused where something stands
-  append,      ///< created when missing; what is written goes to the end
-  read_write,  ///< created when missing, contents kept
+  write,          ///< created when missing, contents kept
+  write_new,      ///< refused where something stands
+  write_private,  ///< the same; only its owner may read it (on Windows: whoever may in the folder)
+  append,         ///< created when missing; what is written goes to the end
+  read_write,     ///< created when missing, contents kept
 };
 
 /// Why the contents of a file were not replaced.

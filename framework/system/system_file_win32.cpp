@@ -26,6 +26,7 @@ Mode mode_of(OpenHow how) {
     case OpenHow::write:
       return {GENERIC_WRITE, OPEN_ALWAYS};
     case OpenHow::write_new:
+    case OpenHow::write_private:
       return {GENERIC_WRITE, CREATE_NEW};
     case OpenHow::append:
       return {FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS};

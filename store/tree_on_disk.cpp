@@ -1,0 +1,169 @@
+#include "store/tree_on_disk.h"
+
+#include <map>
+
+#include "app/options/package_types.h"
+#include "framework/io/digest.h"
+#include "framework/system/files.h"
+#include "framework/system/folder.h"
+#include "framework/text/json.h"
+#include "framework/text/percent.h"
+#include "framework/url/http_url.h"
+#include "framework/url/loggable.h"
+#include "pkg/list_files.h"
+#include "pkg/store.h"
+
+namespace zendro::store {
+namespace {
+
+using framework::IoError;
+using framework::path_to_utf8;
+using framework::Result;
+
+// Any store will do to find out where a reference leads.
+constexpr std::string_view kAnyStore = "http://store.invalid/store/";
+
+tl::unexpected<IoError> failed(std::string_view where, std::string_view cause) {
+  return tl::unexpected(IoError{std::string(where) + ": " + std::string(cause)});
+}
+
+}  // namespace
+
+std::string bootstrap_path(std::string_view type) {
+  return "api/" + std::string(type) + "-manager/v1/bootstrap";
+}
+
+std::string bootstrap_document(std::string_view store_url) {
+  return boost::json::serialize(boost::json::object{{"pkg.store_url", store_url}}) + "\n";
+}
+
+tl::expected<std::string, std::string> store_url_of(std::string_view document) {
+  const framework::ParsedJson parsed = framework::parse_json(document);
+  if (!parsed) return tl::unexpected("not JSON: " + parsed.error());
+  try {
+    return pkg::store_url_of(*parsed);
+  } catch (const framework::JsonError& error) {
+    return tl::unexpected<std::string>(error.what());
+  }
+}
+
+std::string digest_line(std::string_view digest) {
+  return std::string(digest) + "  " + std::string(kArchiveName) + "\n";
+}
+
+Result<pkg::pkgs_available_t> list_in_archive(std::string archive, std::string_view label) {
+  Result<std::string> text = pkg::unpack_list(std::move(archive), kListName, std::string(label));
+  if (!text) return tl::unexpected(text.error());
+  pkg::read_list_t list = pkg::parse_list(std::move(*text));
+  if (!list) return failed(label, std::string(kListName) + ": " + list.error());
+  return std::move(*list);
+}
+
+std::string type_of(const pkg::pkgs_available_t& list) {
+  for (const pkg::package_t& package : list.packages()) {
+    try {
+      for (const app::PackageType& type : app::package_types()) {
+        if (type.word == package.meta.type()) return std::string(type.word);
+      }
+    } catch (const framework::JsonError&) {
+      continue;
+    }
+  }
+  return {};
+}
+
+tl::expected<std::vector<std::string>, std::string> member_place(std::string_view member) {
+  const auto refused = [](const char* cause) { return tl::unexpected<std::string>(cause); };
+  const framework::RequestUrl url = framework::http_request_url(kAnyStore, member);
+  if (!url) return tl::unexpected(url.error());
+  if (!url->starts_with(kAnyStore) || url->size() == kAnyStore.size()) {
+    return refused("it leads out of the store");
+  }
+  if (url->find_first_of("?#") != std::string::npos) return refused("no file has a query");
+  std::vector<std::string> place;
+  std::string_view rest = std::string_view(*url).substr(kAnyStore.size());
+  for (;;) {
+    const std::size_t slash = rest.find('/');
+    place.push_back(framework::percent_decode(rest.substr(0, slash)));
+    if (!framework::is_plain_name(place.back())) {
+      return refused("a part of it can be no file or folder on every system");
+    }
+    if (place.back().starts_with('.')) return refused("a part of it begins with a dot");
+    if (slash == std::string_view::npos) break;
+    rest.remove_prefix(slash + 1);
+  }
+  const bool is_own =
+      place.front() == "api" || (place.size() == 1 && place.front().starts_with(kListName));
+  if (is_own) return refused("a file of the store itself stands there");
+  return place;
+}
+
+Result<std::vector<PublishedMember>> published_members(const pkg::package_map& packages) {
+  std::vector<PublishedMember> members;
+  std::map<std::string, std::size_t> known;  // by comparable path
+  for (const pkg::package_t& package : packages) {
+    const std::string identity = to_string(package.identity);
+    const boost::json::object* files = nullptr;
+    try {
+      files = package.meta.files();
+    } catch (const framework::JsonError& error) {
+      return failed(identity, error.what());
+    }
+    if (files == nullptr) continue;
+    for (const auto& file : *files) {
+      const std::string_view name(file.key().data(), file.key().size());
+      const std::string label = identity + ": \"" + framework::loggable_url(name) + "\"";
+      const auto place = member_place(name);
+      if (!place) return failed(label, place.error());
+      const boost::json::string* text = file.value().if_string();
+      const auto digest = framework::parse_sha256(text != nullptr ? std::string_view(*text) : "");
+      if (!digest) return failed(label, "its digest is not 64 hexadecimal digits");
+      PublishedMember member{"", framework::to_hex(*digest), identity};
+      for (const std::string& part : *place) {
+        member.path += (member.path.empty() ? "" : "/") + part;
+      }
+      const auto [first, is_new] =
+          known.try_emplace(framework::comparable_name(member.path), members.size());
+      if (is_new) {
+        members.push_back(std::move(member));
+      } else if (members[first->second].digest != member.digest) {
+        return failed(label, "has the place of a member of " + members[first->second].owner +
+                                 " that has another digest");
+      }
+    }
+  }
+  return members;
+}
+
+Result<PublishedTree> read_published_tree(const std::filesystem::path& folder) {
+  PublishedTree tree;
+  tree.folder = folder;
+  const std::filesystem::path archive = folder / framework::path_from_utf8(kArchiveName);
+  Result<std::string> bytes = framework::read_file(archive, pkg::kArchiveLimit);
+  if (!bytes) {
+    return failed(path_to_utf8(folder),
+                  "no published tree, as \"zendro-store build\" makes it: " + bytes.error().text);
+  }
+  tree.digest = framework::to_hex(framework::sha256(*bytes));
+  Result<pkg::pkgs_available_t> list = list_in_archive(std::move(*bytes), path_to_utf8(archive));
+  if (!list) return tl::unexpected(list.error());
+  tree.list = std::move(*list);
+  tree.type = type_of(tree.list);
+  for (const app::PackageType& type : app::package_types()) {
+    const auto path = folder / framework::path_from_utf8(bootstrap_path(type.word));
+    if (framework::is_missing(path)) continue;
+    tree.type = type.word;
+    const Result<std::string> document = framework::read_file(path, pkg::kBootstrapLimit);
+    if (!document) return tl::unexpected(document.error());
+    const auto url = store_url_of(*document);
+    if (!url) return failed(path_to_utf8(path), url.error());
+    tree.store_url = *url;
+  }
+  if (tree.type.empty()) {
+    return failed(path_to_utf8(archive), "neither a package nor a bootstrap document in \"" +
+                                             bootstrap_path("xsd") + "\" tells the type");
+  }
+  return tree;
+}
+
+}  // namespace zendro::store
