@@ -1,7 +1,5 @@
 #include "store/check/open_store.h"
 
-#include <algorithm>
-#include <map>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -19,7 +17,7 @@
 #include "pkg/local/names.h"
 #include "pkg/store.h"
 
-#include "store/published_tree.h"
+#include "store/tree_on_disk.h"
 
 namespace zendro::store {
 namespace {
@@ -60,7 +58,7 @@ class Opener {
 
   void check_signature(std::string_view archive, const Result<std::string>& signature,
                        const SigningKeys& keys) {
-    const std::string file = std::string(kArchiveName) + std::string(framework::kSignatureSuffix);
+    constexpr std::string_view file = kSignatureName;
     const char* advice = "sign the list with zendro-store sign, or give managers the other key";
     if (!signature) {
       return error(file, "there is no signature to be read: " + signature.error().text, advice);
@@ -117,6 +115,7 @@ class Opener {
     if (!parsed) return refused(parsed.error());
     store.list = std::move(*parsed);
     store.type = type_.empty() ? type_of(store.list) : type_;
+    if (store.type.empty()) store.type = app::package_types().front().word;
     store.url = url_;
     store_ = std::move(store);
   }
@@ -134,25 +133,6 @@ class Opener {
  private:
   void add(Severity severity, std::string_view file, std::string what, std::string advice) {
     findings_.push_back({severity, {}, std::string(file), 0, std::move(what), std::move(advice)});
-  }
-
-  /// That of most packages.
-  static std::string type_of(const pkg::pkgs_available_t& list) {
-    std::map<std::string, std::size_t> counts;
-    for (const auto* packages : {&list.packages(), &list.deprecated()}) {
-      for (const pkg::package_t& package : *packages) {
-        try {
-          ++counts[std::string(package.meta.type())];
-        } catch (const framework::JsonError&) {  // NOLINT(bugprone-empty-catch)
-          // Others tell.
-        }
-      }
-    }
-    const auto types = app::package_types();
-    const auto fewer = [&counts](const app::PackageType& a, const app::PackageType& b) {
-      return counts[std::string(a.word)] < counts[std::string(b.word)];
-    };
-    return std::string(std::max_element(types.begin(), types.end(), fewer)->word);
   }
 
   /// The list says in "_META" what its makers know every tool to bring along.
@@ -183,8 +163,7 @@ class Tree {
     if (!archive) return tl::unexpected(archive.error());
     check_digest_file(*archive);
     if (!keys.empty()) {
-      const std::string name = std::string(kArchiveName) + std::string(framework::kSignatureSuffix);
-      opener_.check_signature(*archive, read(name, framework::kSignatureLimit), keys);
+      opener_.check_signature(*archive, read(kSignatureName, framework::kSignatureLimit), keys);
     }
     check_bootstraps();
     opener_.open_archive(std::move(*archive), shown(kArchiveName));
@@ -201,16 +180,16 @@ class Tree {
   }
 
   void check_digest_file(const std::string& archive) {
-    const std::string name = std::string(kArchiveName) + ".sha256";
-    const Result<std::string> digest = read(name, pkg::kBootstrapLimit);
-    if (digest) return opener_.check_digest(archive, digest->substr(0, kDigits), name);
-    opener_.error(name, "clients that take the list from a folder refuse it: the digest is missing",
+    const Result<std::string> digest = read(kDigestName, pkg::kBootstrapLimit);
+    if (digest) return opener_.check_digest(archive, digest->substr(0, kDigits), kDigestName);
+    opener_.error(kDigestName,
+                  "clients that take the list from a folder refuse it: the digest is missing",
                   "write " + framework::to_hex(framework::sha256(archive)));
   }
 
   void check_bootstraps() {
     for (const app::PackageType& type : app::package_types()) {
-      const std::string name = "api/" + std::string(type.word) + "-manager/v1/bootstrap";
+      const std::string name = bootstrap_path(type.word);
       if (!framework::file_exists(folder_ / framework::path_from_utf8(name))) continue;
       opener_.set_type(std::string(type.word));
       const Result<std::string> document = read(name, pkg::kBootstrapLimit);
@@ -256,8 +235,8 @@ class Server {
     if (!archive) return tl::unexpected(archive.error());
     check_header(opener, *archive, headers);
     if (!keys.empty()) {
-      const std::string suffix(framework::kSignatureSuffix);
-      opener.check_signature(*archive, get(archive_url + suffix, framework::kSignatureLimit), keys);
+      opener.check_signature(
+          *archive, get(url + std::string(kSignatureName), framework::kSignatureLimit), keys);
     }
     opener.open_archive(std::move(*archive), framework::loggable_url(archive_url));
     if (opener.store()) expect(opener.store()->list);
@@ -285,7 +264,7 @@ class Server {
   // It may be elsewhere, so that none here says nothing.
   void look_for_bootstrap(Opener& opener) {
     for (const app::PackageType& type : app::package_types()) {
-      const std::string name = "api/" + std::string(type.word) + "-manager/v1/bootstrap";
+      const std::string name = bootstrap_path(type.word);
       const Result<std::string> document = get(opener.url() + name, pkg::kBootstrapLimit);
       if (!document) continue;
       opener.set_type(std::string(type.word));
