@@ -230,6 +230,7 @@ Result<Description> read_description(const fs::path& store, const pkg::name_semv
 std::vector<Description> read_descriptions(const fs::path& store, Faults& faults) {
   std::vector<Description> all;
   const fs::path packages = store / "packages";
+  if (framework::is_missing(packages)) return all;  // version control keeps no empty folder
   for (const std::string& name : folders_in(packages, faults)) {
     const fs::path of_name = packages / framework::path_from_utf8(name);
     for (const std::string& version : folders_in(of_name, faults)) {
@@ -271,9 +272,13 @@ json::object list_entry(const Description& description, const Settings& settings
                         const std::string& digest) {
   const std::string member = member_path(settings, description.identity);
   const std::string prefix = member + "|zip/";
+  const std::string folder = to_string(description.identity);
   json::object entry = {{"_name", description.identity.name},
                         {"_type", settings.type},
-                        {"_pkg_installdir", to_string(description.identity)}};
+                        {"_pkg_installdir", folder},
+                        {"_pkgurl", settings.type + "/" + folder + "/"},
+                        {"version", folder.substr(description.identity.name.size() + 1)},
+                        {"major_version", std::to_string(description.identity.version.major)}};
   for (const json::key_value_pair& given : description.file.values) {
     if (given.key() == "deprecated") continue;
     json::value value = given.value();
