@@ -26,7 +26,7 @@ constexpr std::array kTexts = {"title",     "description", "homepage",
 constexpr std::array kRelations = {"references", "conflicting_pkgs"};
 constexpr std::array kMaps = {"catalogs", "namespace_catalog", "uri_mappings"};
 constexpr std::array kOthers = {"entrypoints", "versioning_reports", "languages", "deprecated"};
-constexpr std::array kMade = {"files", "_name"};
+constexpr std::array kMade = {"files", "_name", "_pkgurl", "version", "major_version"};
 
 template <typename Names>
 bool is_one_of(const Names& names, std::string_view name) {

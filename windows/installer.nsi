@@ -1,5 +1,5 @@
 ; The installer, one file for all users of a machine:
-;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
+;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DSTORE_PROGRAM=<zendro-store.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
 ;
 ; Switches: /S installs or uninstalls without a window. The installer adds the programs to the machine's
 ; Path with /PATH (or when chosen in its window), and when an earlier one has done so. The uninstaller
@@ -88,6 +88,8 @@ where another user has it open, and try again." /SD IDCANCEL IDRETRY again
     Push "Plintor.exe"
     Call ${un}RefuseWhileRunning
     Push "zendro.exe"
+    Call ${un}RefuseWhileRunning
+    Push "zendro-store.exe"
     Call ${un}RefuseWhileRunning
   FunctionEnd
 !macroend
@@ -178,6 +180,7 @@ Section "The managers" managers
   File "/oname=korvane.exe" "${PROGRAM}"
   File "/oname=Plintor.exe" "${PROGRAM}"
   File "/oname=zendro.exe" "${COMMAND_LINE_PROGRAM}"
+  File "/oname=zendro-store.exe" "${STORE_PROGRAM}"
   WriteUninstaller "${PROGRAM_FOLDER}\${UNINSTALLER}"
 
   CreateDirectory "${START_MENU}"
@@ -245,6 +248,7 @@ Section "un.The managers"
   Delete "${PROGRAM_FOLDER}\korvane.exe"
   Delete "${PROGRAM_FOLDER}\Plintor.exe"
   Delete "${PROGRAM_FOLDER}\zendro.exe"
+  Delete "${PROGRAM_FOLDER}\zendro-store.exe"
   Delete "${PROGRAM_FOLDER}\${UNINSTALLER}"
   RMDir "${PROGRAM_FOLDER}"
   Call un.RemoveFromPath
