@@ -193,8 +193,7 @@ Result<Added> add_package(const fs::path& store, const std::vector<std::string>&
                                   ": this version is there already; say --replace to replace it"});
   }
   Faults faults;
-  std::vector<Description> others;
-  if (!framework::is_missing(store / "packages")) others = read_descriptions(store, faults);
+  std::vector<Description> others = read_descriptions(store, faults);
   if (!faults.empty()) return tl::unexpected(IoError{faults.front()});
 
   const Result<std::vector<SourceFile>> files = read_sources(sources);

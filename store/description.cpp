@@ -230,6 +230,7 @@ Result<Description> read_description(const fs::path& store, const pkg::name_semv
 std::vector<Description> read_descriptions(const fs::path& store, Faults& faults) {
   std::vector<Description> all;
   const fs::path packages = store / "packages";
+  if (framework::is_missing(packages)) return all;  // version control keeps no empty folder
   for (const std::string& name : folders_in(packages, faults)) {
     const fs::path of_name = packages / framework::path_from_utf8(name);
     for (const std::string& version : folders_in(of_name, faults)) {

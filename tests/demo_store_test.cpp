@@ -239,7 +239,7 @@ TEST_F(DemoStore, RefusesWhatDoesNotHangTogether) {
   EXPECT_THAT(failure_with(R"("title": "User")", R"("titel": "User")"),
               HasSubstr("unknown member titel"));
   write(folder_ / "unpacked/deb/usr/schemas/user/second.xsd", "<no-schema/>");
-  EXPECT_THAT(failure_with("User", "User"), HasSubstr("user/second.xsd is no XML schema"));
+  EXPECT_THAT(failure_with("User", "User"), HasSubstr("user/second.xsd:1: this is no XML schema"));
 }
 
 TEST_F(DemoStore, CheckFindsDamage) {

@@ -22,7 +22,7 @@ std::string schema(const std::string& name, const std::string& contents = {}) {
          "\">\n" + contents + "</xs:schema>\n";
 }
 
-std::string import(const std::string& name, const std::string& location) {
+std::string import_of(const std::string& name, const std::string& location) {
   return "<xs:import namespace=\"" + name + "\" schemaLocation=\"" + location + "\"/>\n";
 }
 
@@ -45,9 +45,9 @@ class BuiltStoreTest : public StoreTest {
     write_text(
         folder_ / "user.zip",
         make_zip({{"sub/user.xsd",
-                   schema("urn:user", import("urn:base", "../base/base.xsd") +
-                                          import("urn:base", "http://base.example/b.xsd") +
-                                          import("urn:none", "http://none.example/n.xsd"))}}));
+                   schema("urn:user", import_of("urn:base", "../base/base.xsd") +
+                                          import_of("urn:base", "http://base.example/b.xsd") +
+                                          import_of("urn:none", "http://none.example/n.xsd"))}}));
     init();
     done({"add", "$/dir", "$/base", "--name", "base", "--version", "1.0.0"});
     added_ = done({"add", "$/dir", "$/user.zip", "--name", "user", "--version", "2.1.0"});
@@ -275,8 +275,8 @@ TEST_F(BuiltTaxonomyTest, IsDescribedByItsTaxonomyPackage) {
            {"tax-2025/firm/2025/more.xsd", schema("urn:more")},
            {"tax-2025/firm/x/all.xsd",
             schema("urn:all",
-                   import("urn:bank", "http://firm.example/2025/bank.xsd") +
-                       import("http://www.xbrl.org/2003/instance", "http://x.example/i"))}}));
+                   import_of("urn:bank", "http://firm.example/2025/bank.xsd") +
+                       import_of("http://www.xbrl.org/2003/instance", "http://x.example/i"))}}));
   init();
   const ProcessOutcome added =
       store({"add", "$/dir", "$/tax.zip", "--name", "tax", "--version", "2025.1.0"});

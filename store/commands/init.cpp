@@ -3,8 +3,16 @@
 #include "console/exit_status.h"
 #include "store/commands/commands.h"
 #include "store/settings.h"
+#include "store/whole_file.h"
 
 namespace zendro::store {
+namespace {
+
+// Version control must not change line ends in what goes into members.
+constexpr const char* kAttributesName = ".gitattributes";
+constexpr const char* kAttributes = "packages/*/*/files/** -text\n";
+
+}  // namespace
 
 int init(Session& session) {
   const Arguments& arguments = session.arguments();
@@ -22,6 +30,10 @@ int init(Session& session) {
   }
   if (auto made = framework::create_folders(store / "packages"); !made) {
     return session.fail(made.error());
+  }
+  if (framework::is_missing(store / kAttributesName)) {
+    auto done = write_whole_file(store / kAttributesName, kAttributes);
+    if (!done) return session.fail(done.error());
   }
   if (auto done = write_settings(settings, store); !done) return session.fail(done.error());
   session.output().note(arguments.place + " is an empty store of type " + settings.type +
