@@ -15,20 +15,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// The longest wait between two looks at the clock, and at whether to stop.
-constexpr std::chrono::milliseconds kPollTime{100};
+constexpr std::chrono::milliseconds kLongestPause{100};
 /// A body that is longer is not read to its end.
 constexpr std::uint64_t kLongestBody = 1 << 20;
-
-/// A request that is under way.
-struct Job {
-  std::size_t place = 0;
-  std::unique_ptr<Exchange> exchange;
-  std::shared_ptr<IOImpl_base> file;
-  std::optional<Upload> upload;
-  std::uint64_t moved_before = 0;  ///< by all requests, before this one
-  Clock::duration spent{0};
-  BatchResult result;
-};
 
 }  // namespace
 
@@ -41,6 +30,17 @@ class RequestBatch::Impl {
            const std::stop_token& stop);
 
  private:
+  /// A request that is under way.
+  struct Job {
+    std::size_t place = 0;
+    std::unique_ptr<Exchange> exchange;
+    std::shared_ptr<IOImpl_base> file;
+    std::optional<Upload> upload;
+    std::uint64_t moved_before = 0;  ///< by all requests, before this one
+    Clock::duration spent{0};
+    BatchResult result;
+  };
+
   void begin(const BatchRequest& request, std::size_t place, const Sink& sink);
   [[nodiscard]] IoError start(const BatchRequest& request, Job& job);
   void move_on(Clock::duration time, const Sink& sink);
@@ -68,7 +68,7 @@ void RequestBatch::Impl::run(const std::vector<BatchRequest>& requests, std::siz
     const auto now = Clock::now();
     move_on(now - std::exchange(before, now), sink);
     const bool is_idle = next == requests.size() || jobs_.size() == at_once;
-    if (code == CURLM_OK && is_idle && !jobs_.empty()) code = pool_.wait(kPollTime);
+    if (code == CURLM_OK && is_idle && !jobs_.empty()) code = pool_.wait(kLongestPause);
     if (code != CURLM_OK) {
       for (Job& job : jobs_) job.exchange->stop(curl_multi_strerror(code));
     }
