@@ -66,9 +66,9 @@ struct PackageCheck {
   std::map<std::pair<StoreNames::Kind, std::string>, framework::Sha256Digest> contested;
 };
 
-class Checker {
+class StoreChecker {
  public:
-  Checker(const LoadedStore& store, const std::stop_token& stop)
+  StoreChecker(const LoadedStore& store, const std::stop_token& stop)
       : store_(store), stop_(stop), names_(store.list), cache_(store) {
     const Companies companies(store.list);
     for (const auto* packages : {&store.list.packages(), &store.list.deprecated()}) {
@@ -227,7 +227,7 @@ class Checker {
 }  // namespace
 
 StoreCheck check_store(const LoadedStore& store, const std::stop_token& stop) {
-  return Checker(store, stop).run();
+  return StoreChecker(store, stop).run();
 }
 
 }  // namespace zendro::store

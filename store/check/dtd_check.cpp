@@ -9,9 +9,10 @@
 namespace zendro::store {
 namespace {
 
-class Checker {
+class DtdChecker {
  public:
-  Checker(const Resolver& resolver, const BuiltinNames& builtin, const FindSupplier& find_supplier)
+  DtdChecker(const Resolver& resolver, const BuiltinNames& builtin,
+             const FindSupplier& find_supplier)
       : resolver_(resolver),
         own_(resolver.own()),
         builtin_(builtin),
@@ -91,7 +92,7 @@ class Checker {
 
 Findings check_dtds(const Resolver& resolver, const BuiltinNames& builtin,
                     const FindSupplier& find_supplier) {
-  return Checker(resolver, builtin, find_supplier).run();
+  return DtdChecker(resolver, builtin, find_supplier).run();
 }
 
 }  // namespace zendro::store

@@ -5,9 +5,10 @@
 namespace zendro::store {
 namespace {
 
-class Checker {
+class LinkChecker {
  public:
-  Checker(const Resolver& resolver, const BuiltinNames& builtin, const FindSupplier& find_supplier)
+  LinkChecker(const Resolver& resolver, const BuiltinNames& builtin,
+              const FindSupplier& find_supplier)
       : resolver_(resolver),
         own_(resolver.own()),
         builtin_(builtin),
@@ -73,7 +74,7 @@ class Checker {
 
 LinkCheck check_links(const Resolver& resolver, const BuiltinNames& builtin,
                       const FindSupplier& find_supplier) {
-  return Checker(resolver, builtin, find_supplier).run();
+  return LinkChecker(resolver, builtin, find_supplier).run();
 }
 
 }  // namespace zendro::store

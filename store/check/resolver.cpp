@@ -10,14 +10,23 @@
 namespace zendro::store {
 namespace {
 
-/// The longest key that the text begins with, and its value; the end of the map where there is
-/// none. Keys count for which `fits` holds.
+/// The longest key for which `fits` holds that the text begins with, and its value; the end of the
+/// map where there is none.
 template <typename Fits>
 NameMap::const_iterator longest_prefix(const NameMap& names, std::string_view text,
                                        const Fits& fits) {
-  for (std::size_t size = text.size(); size > 0; --size) {
-    const auto found = names.find(text.substr(0, size));
-    if (found != names.end() && fits(found->first)) return found;
+  // Between a prefix and its text stands in the order only what begins with that prefix, too: of
+  // the key before the text only the part counts that both have.
+  while (!text.empty()) {
+    auto key = names.upper_bound(text);
+    if (key == names.begin()) break;
+    --key;
+    const std::string_view name = key->first;
+    const auto common = static_cast<std::size_t>(
+        std::mismatch(name.begin(), name.end(), text.begin(), text.end()).first - name.begin());
+    const bool is_prefix = common == name.size();
+    if (is_prefix && fits(name)) return key;
+    text = text.substr(0, is_prefix && common > 0 ? common - 1 : common);
   }
   return names.end();
 }

@@ -13,9 +13,9 @@ namespace {
 
 using Kind = CompilerMessage::Kind;
 
-class Checker {
+class SchemaChecker {
  public:
-  Checker(const Resolver& resolver, const LinkCheck& links)
+  SchemaChecker(const Resolver& resolver, const LinkCheck& links)
       : resolver_(resolver), own_(resolver.own()), links_(links) {}
 
   // A schema that another one takes in is compiled with that.
@@ -119,7 +119,7 @@ class Checker {
 }  // namespace
 
 Findings check_schemas(const Resolver& resolver, const LinkCheck& links) {
-  return Checker(resolver, links).run();
+  return SchemaChecker(resolver, links).run();
 }
 
 }  // namespace zendro::store

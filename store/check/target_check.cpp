@@ -8,9 +8,10 @@
 namespace zendro::store {
 namespace {
 
-class Checker {
+class TargetChecker {
  public:
-  Checker(const Resolver& resolver, const pkg::package_t& package, const std::string& entry_file)
+  TargetChecker(const Resolver& resolver, const pkg::package_t& package,
+                const std::string& entry_file)
       : entry_file_(entry_file), resolver_(resolver), own_(resolver.own()), package_(package) {}
 
   Findings run() {
@@ -85,7 +86,7 @@ class Checker {
 
 Findings check_targets(const Resolver& resolver, const pkg::package_t& package,
                        const std::string& entry_file) {
-  return Checker(resolver, package, entry_file).run();
+  return TargetChecker(resolver, package, entry_file).run();
 }
 
 }  // namespace zendro::store

@@ -4,14 +4,12 @@
 
 #include <pugixml.hpp>
 
+#include "store/scan/document.h"
 #include "store/scan/xml_names.h"
 
 namespace zendro::store {
 namespace {
 
-constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
-constexpr std::string_view kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
-constexpr std::string_view kWhiteSpace = " \t\r\n";
 constexpr std::string_view kLocation = "schemaLocation";
 
 /// Where an XLink that stands for a document leads; empty for any other element.
@@ -26,9 +24,10 @@ std::string_view xlink_of(const pugi::xml_node& element) {
   return type == "simple" || type == "locator" ? href.substr(0, href.find('#')) : "";
 }
 
-class Scanner {
+class LinkScanner {
  public:
-  Scanner(std::string_view bytes, LinkedDocument& document) : bytes_(bytes), document_(document) {}
+  LinkScanner(std::string_view bytes, LinkedDocument& document)
+      : bytes_(bytes), document_(document) {}
 
   void scan(const pugi::xml_node& parent) {
     for (const pugi::xml_node& child : parent.children()) {
@@ -111,7 +110,7 @@ std::optional<LinkedDocument> scan_links(std::string_view bytes) {
   document.is_schema = local_name(root) == "schema" && root_namespace == kSchemaNamespace;
   if (!document.is_schema && root_namespace != kLinkbaseNamespace) return std::nullopt;
   document.xml_namespace = root.attribute("targetNamespace").value();
-  Scanner(bytes, document).scan(root);
+  LinkScanner(bytes, document).scan(root);
   return document;
 }
 

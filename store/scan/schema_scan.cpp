@@ -12,9 +12,6 @@ namespace zendro::store {
 
 namespace {
 
-constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
-constexpr std::string_view kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
-
 /// All character data below a node.
 std::string text_of(const pugi::xml_node& node) {
   std::string text;

@@ -7,6 +7,9 @@
 
 namespace zendro::store {
 
+inline constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
+inline constexpr std::string_view kLinkbaseNamespace = "http://www.xbrl.org/2003/linkbase";
+
 /// The name without its prefix.
 std::string_view local_name(const pugi::xml_node& node);
 /// The namespace that the prefix of an element is bound to, on it or above it.
