@@ -29,9 +29,9 @@ Result<std::string> password_of(Session& session, const std::string& file, bool 
                                   "; set " + kPasswordVariable +
                                   (is_new ? ", or give --no-password" : "")});
   }
-  const Result<std::string> typed = ask(session, "Password of " + file + ": ");
+  Result<std::string> typed = ask(session, "Password of " + file + ": ");
   if (!typed || !is_new) return typed;
-  const Result<std::string> again = ask(session, "The same once more: ");
+  Result<std::string> again = ask(session, "The same once more: ");
   if (again && *again != *typed) {
     return tl::unexpected(IoError{"the two passwords differ; nothing was written"});
   }
