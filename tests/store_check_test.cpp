@@ -35,7 +35,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-std::string schema(const std::string& xml_namespace, const std::string& body) {
+std::string schema_of(const std::string& xml_namespace, const std::string& body) {
   return R"(<xs:schema xmlns:xs="http://www.w3.org/2001/XMLSchema" targetNamespace=")" +
          xml_namespace + R"(" xmlns:o="urn:other" xmlns:t=")" + xml_namespace + "\">\n" + body +
          "\n</xs:schema>\n";
@@ -57,16 +57,17 @@ struct Draft {
   Draft() {
     list["_META"] = {{"build_number", 3}};
     list["_DEPRECATED"] = json::object();
-    add("other-1.0.0", {{"o.xsd", schema("urn:other", R"(<xs:element name="o" type="xs:int"/>)")}});
+    add("other-1.0.0",
+        {{"o.xsd", schema_of("urn:other", R"(<xs:element name="o" type="xs:int"/>)")}});
     add("main-2.1.0",
-        {{"a/m.xsd", schema("urn:main",
-                            "<xs:include\n  schemaLocation='part.xsd'/>"
-                            "<xs:import namespace='urn:other'/>"
-                            "<xs:import namespace='http://www.w3.org/XML/1998/namespace'/>"
-                            "<xs:element name='m'><xs:complexType><xs:sequence>"
-                            "<xs:element ref='o:o'/><xs:element ref='t:p'/></xs:sequence>"
-                            "<xs:attribute ref='xml:lang'/></xs:complexType></xs:element>")},
-         {"a/part.xsd", schema("urn:main", "<xs:element name='p'/>")},
+        {{"a/m.xsd", schema_of("urn:main",
+                               "<xs:include\n  schemaLocation='part.xsd'/>"
+                               "<xs:import namespace='urn:other'/>"
+                               "<xs:import namespace='http://www.w3.org/XML/1998/namespace'/>"
+                               "<xs:element name='m'><xs:complexType><xs:sequence>"
+                               "<xs:element ref='o:o'/><xs:element ref='t:p'/></xs:sequence>"
+                               "<xs:attribute ref='xml:lang'/></xs:complexType></xs:element>")},
+         {"a/part.xsd", schema_of("urn:main", "<xs:element name='p'/>")},
          {"d.dtd", "<!ENTITY % x SYSTEM \"d.mod\">\n%x;\n<!ELEMENT d (e)>"},
          {"d.mod", "<!ELEMENT e EMPTY>"}});
     of("main-2.1.0")["references"] = {"other-1"};
@@ -229,15 +230,15 @@ TEST(StoreCheck, FindsEachFault) {
       {set(other, "catalogs", "{'http://main.example/': 'xsd/other-1.0.0/schemas.zip|zip/'}"),
        {of_other + "\"http://main.example/\" leads to another document than in main-2.1.0"}},
       // Documents.
-      {put("a/part.xsd", schema("urn:main", "<xs:element name='p'\n type='t:gone'/>")),
+      {put("a/part.xsd", schema_of("urn:main", "<xs:element name='p'\n type='t:gone'/>")),
        {"error main-2.1.0 a/part.xsd:3 "}},
       {put("a/part.xsd", "<xs:schema"), {"error main-2.1.0 a/part.xsd:1 "}},
       {put("alone.xsd", "<schema/>"), {"error main-2.1.0 alone.xsd:0 "}},
-      {put("wide.xsd", utf16(schema("urn:w", "<xs:include schemaLocation='gone.xsd'/>"))),
+      {put("wide.xsd", utf16(schema_of("urn:w", "<xs:include schemaLocation='gone.xsd'/>"))),
        {"error main-2.1.0 wide.xsd:2 "}},
-      {put("alone.xsd", schema("urn:alone",
-                               "<xs:import namespace='urn:gone' schemaLocation='gone.xsd'/>\n"
-                               "<xs:element name='x' type='y:t' xmlns:y='urn:gone'/>")),
+      {put("alone.xsd", schema_of("urn:alone",
+                                  "<xs:import namespace='urn:gone' schemaLocation='gone.xsd'/>\n"
+                                  "<xs:element name='x' type='y:t' xmlns:y='urn:gone'/>")),
        {"error main-2.1.0 alone.xsd:2 nothing resolves \"gone.xsd\" (namespace \"urn:gone\") -> "
         "add "
         "the document to the package"}},
@@ -295,7 +296,7 @@ TEST(StoreCheck, ReadsSourcesAsTheBuildPublishesThem) {
     EXPECT_TRUE(framework::write_file(path, text));
   };
   const auto found = [&] { return lines_of(findings_of(store::open_sources(folder.path()))); };
-  write(package / "files" / "p.xsd", schema("urn:p", "<xs:import namespace='urn:tool'/>"));
+  write(package / "files" / "p.xsd", schema_of("urn:p", "<xs:import namespace='urn:tool'/>"));
   write(package / "package.json", R"({"title": "P", "namespace_catalog": {"urn:p": "p.xsd"}})");
   write(folder / "store.json", R"({"type": "xsd"})");
   EXPECT_THAT(found(),
