@@ -11,6 +11,7 @@ class progress_reporter::watched_response : public framework::HttpResponse {
       : inner_(std::move(inner)), reporter_(reporter) {}
 
   [[nodiscard]] const framework::HttpHeaders& headers() const override { return inner_->headers(); }
+  [[nodiscard]] long status() const override { return inner_->status(); }
   [[nodiscard]] const framework::IoError& error() const override {
     return stopped_ ? stopped_ : inner_->error();
   }

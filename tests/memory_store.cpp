@@ -20,6 +20,7 @@ class MemoryResponse : public framework::HttpResponse {
         breaks_off_(breaks_off) {}
 
   [[nodiscard]] const HttpHeaders& headers() const override { return headers_; }
+  [[nodiscard]] long status() const override { return 200; }
   [[nodiscard]] const IoError& error() const override { return error_ ? error_ : stream_->error(); }
   bool open(std::string_view url) override { return stream_->open(url); }
   void close() override { stream_->close(); }

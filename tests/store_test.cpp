@@ -327,6 +327,7 @@ class UnchangedListTest : public StoreTest {
   }
   // What the update asked for the list with; "whole" without a condition.
   std::string update(bool always = false) {
+    cache().set_progress_sink([](const pkg::progress_t&) {});  // as programs have it
     EXPECT_TRUE(cache().update_store_information(true, always));
     EXPECT_THAT(take_messages(), IsEmpty());
     const loopback::ServedRequest request = server_.requests().back();

@@ -51,7 +51,7 @@ class HttpResponse : public IOImpl_base {
  public:
   [[nodiscard]] virtual const HttpHeaders& headers() const = 0;
   /// 200, kNotModified for a conditional request, or any where that was asked for.
-  [[nodiscard]] virtual long status() const { return 200; }
+  [[nodiscard]] virtual long status() const = 0;
 };
 
 /// An answer, never null.
