@@ -30,6 +30,7 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "local-files": core_rows.local_files,
     "unpacking": process_rows.unpacking,
     "store": store_rows.build,
+    "store-check": store_rows.check,
     "selection": core_rows.selection,
     "window": window_rows.rows,
 }

@@ -66,3 +66,9 @@ def build(programs: Path, work: Path) -> Iterator[Row]:
     yield Row(f"build a store of {PACKAGES:,} packages", "zip -X and sha256sum", "s", *times, 1.5)
     for folder in (store, tree, zips):
         shutil.rmtree(folder)
+
+
+def check(programs: Path, _: Path) -> Iterator[Row]:
+    tree = programs.parent.parent / "demo" / "store" / "xsd"
+    times = [_timed([programs / "zendro-store", "check", tree]) for _ in range(5)]
+    yield Row("check the demonstration store", "", "s", times, None, 5.0)
