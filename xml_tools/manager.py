@@ -42,5 +42,5 @@ class Manager:
             return [name for name in json.load(text) if not name.startswith("_")]
 
     def close(self):
-        self.server.send_signal(signal.SIGINT)
+        self.server.send_signal(signal.SIGTERM)
         self.server.wait(LONGEST_END)
