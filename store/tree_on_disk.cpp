@@ -18,7 +18,6 @@
 namespace zendro::store {
 namespace {
 
-using framework::IoError;
 using framework::path_to_utf8;
 using framework::Result;
 

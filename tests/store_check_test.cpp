@@ -30,7 +30,6 @@ using store::Findings;
 using store::Severity;
 using testing::AllOf;
 using testing::ElementsAre;
-using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;

@@ -19,9 +19,7 @@ using loopback::Reply;
 using store::MirrorOutcome;
 using testing::AllOf;
 using testing::Each;
-using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 namespace fs = std::filesystem;
 
