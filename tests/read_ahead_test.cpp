@@ -288,7 +288,7 @@ class BestTimes {
   }
 
  private:
-  static constexpr int kMembers = 15;
+  static constexpr int kMembers = 30;
   struct LimitedStore : LateStore {
     explicit LimitedStore(const FewConnections& few)
         : LateStore(kMembers, milliseconds(25), few.closes) {

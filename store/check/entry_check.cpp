@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <string>
@@ -26,7 +27,9 @@ struct Client {
   static pkg::json::object options_of(const std::string& type) {
     pkg::json::object options;
     app::set_type(options, type);
-    const std::string root = framework::path_to_utf8(framework::path_from_utf8("/zendro/"));
+    // An absolute path on any system.
+    const std::filesystem::path base = std::filesystem::current_path().root_path();
+    const std::string root = framework::path_to_utf8(base / "zendro" / "");
     options[app::option::install_root] = root;
     options[app::option::cache_root] =
         root + std::string(app::package_type(type).cache_folder) + "/";

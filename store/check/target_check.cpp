@@ -41,7 +41,9 @@ class TargetChecker {
     std::vector<pkg::local::mapping_t> mappings;
     for (const auto& [from, to] : own_.mappings) mappings.push_back({from, to});
     const auto joined = pkg::local::join_mappings(mappings);
-    for (const auto& [from, to] : own_.mappings) {
+    for (const auto& mapping : own_.mappings) {
+      const std::string& from = mapping.first;
+      const std::string& to = mapping.second;
       const bool has_end = std::any_of(joined.begin(), joined.end(),
                                        [&](const auto& one) { return one.from == from; });
       if (!has_end) {

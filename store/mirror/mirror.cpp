@@ -266,7 +266,7 @@ Result<void> Mirror::put_list(const SourceList& source) {
   const bool was_signed =
       !folder_.read(std::string(kSignatureName), framework::kSignatureLimit).empty();
   if (outcome_.is_list_new) {
-    if (const auto gone = folder_.remove(std::string(kSignatureName)); !gone) return gone;
+    if (auto gone = folder_.remove(std::string(kSignatureName)); !gone) return gone;
     if (auto put = folder_.write(archive, source.archive); !put) return put;
   }
   if (auto put = folder_.write(std::string(kDigestName), digest_line(framework::to_hex(digest)));
