@@ -437,6 +437,18 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
 }
 
+TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
+  Selection selection = make(R"({"a-1.0.0": {}, "a-1.0.1": {}, "a-1.0.2": {},
+                                 "tool-1.0.0": {"references": ["a-1.0.0"]}})",
+                             R"({"a-1.0.0": {}})");
+  toggle(selection, L"a-1.0.1");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.1"));
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0 <tool-1.0.0", "a-1.0.1", "tool-1.0.0"));
+  EXPECT_THAT(selection.plan().removed, IsEmpty());
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0), Pair("tool-1.0.0", 0)));
+}
+
 TEST_F(SelectionTest, SummaryRequestsAndButtonsFollowTheSelection) {
   Selection selection =
       make(R"({"a-1.0.0": {}, "a-1.0.1": {}, "n-1.0.0": {}, "n-2.0.0": {}, "o-1.0.0": {}})",

@@ -109,6 +109,7 @@ class Selection {
   // In selection_plan.cpp: making the ticks agree with the plan.
   void settle();
   [[nodiscard]] pkg::changes_t wanted_changes() const;
+  void note_replaced();
   bool adopt_needs();
   bool adopt_kept();
   bool adopt_levels();

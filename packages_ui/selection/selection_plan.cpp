@@ -15,6 +15,7 @@ constexpr int kMostRounds = 64;
 void Selection::settle() {
   for (int round = 0; round < kMostRounds; ++round) {
     plan_ = table_->planner().plan(wanted_changes());
+    note_replaced();
     bool changed = adopt_needs();
     changed |= adopt_kept();
     changed |= adopt_levels();
@@ -46,6 +47,17 @@ pkg::changes_t Selection::wanted_changes() const {
   return changes;
 }
 
+// Remembers which installed levels newer ones replace, other than those that stay beside them.
+void Selection::note_replaced() {
+  replaced_.clear();
+  for (const pkg::replacement_t& replacement : plan_.replaced) {
+    replaced_.insert(table_->row_of(*replacement.old_level));
+  }
+  for (const pkg::kept_package_t& level : plan_.kept_levels) {
+    replaced_.erase(table_->row_of(*level.package));
+  }
+}
+
 // Ticks what the versions to be installed need. Like the next two, returns whether the plan has to
 // be made again.
 bool Selection::adopt_needs() {
@@ -74,21 +86,15 @@ bool Selection::adopt_kept() {
 // Where a newer level is installed, unticks the old one, or ticks it if it has to stay beside it.
 bool Selection::adopt_levels() {
   bool changed = false;
-  std::set<RowId> kept;
   for (const pkg::kept_package_t& level : plan_.kept_levels) {
     const RowId row = table_->row_of(*level.package);
-    kept.insert(row);
     if (rows_[row].checked && rows_[row].patch == PatchState::none) continue;
     changed |= !rows_[row].checked || rows_[row].patch == PatchState::chosen;
     if (rows_[row].patch == PatchState::chosen) rows_[table_->patch_for(row)].checked = true;
     rows_[row].checked = true;
     rows_[row].patch = patch_to_choose(row);
   }
-  replaced_.clear();
-  for (const pkg::replacement_t& replacement : plan_.replaced) {
-    const RowId row = table_->row_of(*replacement.old_level);
-    if (kept.count(row) != 0) continue;
-    replaced_.insert(row);
+  for (const RowId row : replaced_) {
     const RowId patch = table_->patch_for(row);
     if (patch != kNoRow && rows_[patch].checked) {
       rows_[patch].checked = false;
