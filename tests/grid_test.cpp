@@ -2,7 +2,6 @@
 // how long it takes with a large list.
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -253,7 +252,7 @@ class LargeGridTest : public GridTest {
   // How long the window does not react at the longest while `action` takes effect.
   double longest_stall(const char* what, const std::function<void()>& action,
                        const std::function<bool()>& done) {
-    const std::clock_t processor_start = std::clock();
+    const double processor_start = processor_seconds();
     Stopwatch since_last;
     double longest = 0;
     const auto round = [&] {
@@ -275,7 +274,7 @@ class LargeGridTest : public GridTest {
       wxYield();
       round();
     }
-    const double processor = static_cast<double>(std::clock() - processor_start) / CLOCKS_PER_SEC;
+    const double processor = processor_seconds() - processor_start;
     std::printf("%-32s longest stall %5.0f ms, processor time %5.0f ms\n", what, longest * 1000,
                 processor * 1000);
     std::fflush(stdout);
