@@ -62,13 +62,14 @@ class Document:
             told += f" Single files of the source package have: {'; '.join(licence.others)}."
         return {"licenseDeclared": self.expression(licence.name, origin, licence.texts), "licenseComments": told}
 
-    def put(self, name, version, purpose, **more):
+    def put(self, name, version, **more):
         """Describes a package once and gives its identifier."""
         identifier = "SPDXRef-" + word(name)
-        self.packages[identifier] = {
+        described = {
             "SPDXID": identifier, "name": name, "versionInfo": version, "downloadLocation": NOTHING,
-            "filesAnalyzed": False, "licenseConcluded": NOTHING, "copyrightText": NOTHING,
-            "primaryPackagePurpose": purpose, **more}
+            "filesAnalyzed": False, "licenseConcluded": NOTHING, "copyrightText": NOTHING, **more}
+        if self.packages.setdefault(identifier, described) != described:
+            raise RuntimeError(f"two packages would be {identifier}")
         return identifier
 
     def put_debian(self, package):
@@ -76,7 +77,7 @@ class Document:
         version = urllib.parse.quote(package.version, safe="")
         locator = f"pkg:deb/debian/{package.name}@{version}?arch={package.architecture}&distro=debian-12"
         return self.put(
-            package.name, package.version, "LIBRARY", supplier="Organization: Debian",
+            package.name, package.version, supplier="Organization: Debian",
             sourceInfo=f"Built from Debian's source package {package.source}.", **self.licence_of(package),
             externalRefs=[{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl", "referenceLocator": locator}])
 
