@@ -74,8 +74,8 @@ class Document:
 
     def put_debian(self, package):
         """A package of Debian."""
-        version = urllib.parse.quote(package.version, safe="")
-        locator = f"pkg:deb/debian/{package.name}@{version}?arch={package.architecture}&distro=debian-12"
+        name, version = (urllib.parse.quote(text, safe="") for text in (package.name, package.version))
+        locator = f"pkg:deb/debian/{name}@{version}?arch={package.architecture}&distro=debian-12"
         return self.put(
             package.name, package.version, supplier="Organization: Debian",
             sourceInfo=f"Built from Debian's source package {package.source}.", **self.licence_of(package),
