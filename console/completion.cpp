@@ -77,27 +77,34 @@ std::string fish(const std::vector<CommandGrammar>& all, bool lists_packages) {
          "' -a '(PROGRAM list -q 2> /dev/null | tail -n +2 | cut -d \" \" -f 1 | sort -u)'\n";
 }
 
+// The position counts from the start of the command. Names that mean something to the shell are
+// left out, as above: it puts what is chosen into the line as it is.
 std::string powershell(const std::vector<CommandGrammar>& all, bool lists_packages) {
-  std::vector<std::string> options;
+  std::string text =
+      "Register-ArgumentCompleter -Native -CommandName PROGRAM -ScriptBlock {\n"
+      "  param($word, $line, $position)\n"
+      "  $options = @{\n";
   for (const CommandGrammar& command : all) {
-    options.insert(options.end(), command.options.begin(), command.options.end());
+    text += "    '" + command.name + "' = '" + joined(command.options, " ") + "'\n";
   }
-  const std::string names =
-      "    else { PROGRAM list -q --json | ConvertFrom-Json |\n"
-      "      ForEach-Object { $_.packages.name } | Sort-Object -Unique }\n";
-  return "Register-ArgumentCompleter -Native -CommandName PROGRAM -ScriptBlock {\n"
-         "  param($word, $line, $position)\n"
+  return text +
+         "  }\n"
          "  $commands = '" +
          command_names(all) +
          "' -split ' '\n"
-         "  $options = '" +
-         joined(options, " ") +
-         "' -split ' ' | Sort-Object -Unique\n"
-         "  $known = @($line.CommandElements | Where-Object { $commands -contains \"$_\" })\n"
-         "  $words = if ($word -like '-*') { $options } elseif ($known.Count -eq 0) { $commands "
-         "}\n" +
-         (lists_packages ? names : "") +
-         "  $words | Where-Object { $_ -like \"$word*\" } |\n"
+         "  $command = $line.CommandElements |\n"
+         "    Where-Object { $_.Extent.EndOffset - $line.Extent.StartOffset -lt $position } |\n"
+         "    ForEach-Object { \"$_\" } | Where-Object { $commands -contains $_ } |\n"
+         "    Select-Object -First 1\n"
+         "  $words = @(if ($word -like '-*') { \"$($options[\"$command\"]) $($options[''])\" "
+         "-split ' ' }\n"
+         "    elseif (-not $command) { $commands }" +
+         (lists_packages ? "\n    else { PROGRAM list -q --json 2> $null | ConvertFrom-Json |\n"
+                           "      ForEach-Object { $_.packages.name } |\n"
+                           "      Where-Object { $_ -match '^[A-Za-z0-9._-]+$' } }"
+                         : "") +
+         ")\n"
+         "  $words | Where-Object { $_ -like \"$word*\" } | Select-Object -Unique |\n"
          "    ForEach-Object { [System.Management.Automation.CompletionResult]::new($_) }\n"
          "}\n";
 }

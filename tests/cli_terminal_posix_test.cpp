@@ -1,5 +1,6 @@
 // The command-line program on a terminal: its question, its progress, and Ctrl+C.
 #include <csignal>
+#include <regex>
 
 #include "tests/cli_fixture.h"
 #include "tests/terminal_posix.h"
@@ -54,12 +55,20 @@ TEST_F(CliTest, CtrlCLeavesWhatTheNextRunCanUse) {
 TEST_F(CliTest, CompletionKnowsCommandsOptionsAndPackages) {
   start_with({package_of_one_member("base-1.0.0"), package_of_one_member("bass-1.0.0"),
               package_of_one_member("ba$(echo>evil)-1.0.0")});
-  for (const char* shell : {"zsh", "fish", "powershell"}) {
+  for (const char* shell : {"zsh", "fish"}) {
     EXPECT_THAT(zendro({"completion", shell}).out,
                 testing::AllOf(HasSubstr("uninstall"), HasSubstr("keep-references")));
   }
+  const std::string bash = zendro({"completion", "bash"}).out;
+  const std::string powershell = zendro({"completion", "powershell"}).out;
+  const std::regex row(R"(('.*')\) options=('.*') ;;)");
+  const std::sregex_iterator rows(bash.begin(), bash.end(), row), end;
+  EXPECT_GT(std::distance(rows, end), 10);
+  for (auto each = rows; each != end; ++each) {
+    EXPECT_THAT(powershell, HasSubstr("    " + each->format("$1 = $2") + "\n"));
+  }
   write_text(folder_ / "script",
-             zendro({"completion", "bash"}).out +
+             bash +
                  "for words in 'un' 'install --lo' 'install ba'; do\n"
                  "  COMP_WORDS=(zendro $words) COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
                  "  _zendro; echo \"${COMPREPLY[@]}\"\n"

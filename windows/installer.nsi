@@ -1,5 +1,5 @@
 ; The installer, one file for all users of a machine:
-;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DSTORE_PROGRAM=<zendro-store.exe> -DICON=<file> -DOUTPUT=<file> installer.nsi
+;   makensis -DVERSION=<number> -DPROGRAM=<korvane.exe> -DCOMMAND_LINE_PROGRAM=<zendro.exe> -DSTORE_PROGRAM=<zendro-store.exe> -DCOMPLETION=<file> -DICON=<file> -DOUTPUT=<file> installer.nsi
 ;
 ; Switches: /S installs or uninstalls without a window. The installer adds the programs to the machine's
 ; Path with /PATH (or when chosen in its window), and when an earlier one has done so. The uninstaller
@@ -181,6 +181,7 @@ Section "The managers" managers
   File "/oname=Plintor.exe" "${PROGRAM}"
   File "/oname=zendro.exe" "${COMMAND_LINE_PROGRAM}"
   File "/oname=zendro-store.exe" "${STORE_PROGRAM}"
+  File "/oname=zendro-completion.ps1" "${COMPLETION}"
   WriteUninstaller "${PROGRAM_FOLDER}\${UNINSTALLER}"
 
   CreateDirectory "${START_MENU}"
@@ -249,6 +250,7 @@ Section "un.The managers"
   Delete "${PROGRAM_FOLDER}\Plintor.exe"
   Delete "${PROGRAM_FOLDER}\zendro.exe"
   Delete "${PROGRAM_FOLDER}\zendro-store.exe"
+  Delete "${PROGRAM_FOLDER}\zendro-completion.ps1"
   Delete "${PROGRAM_FOLDER}\${UNINSTALLER}"
   RMDir "${PROGRAM_FOLDER}"
   Call un.RemoveFromPath
