@@ -24,9 +24,6 @@ struct CurlFree {
   void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
   void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
-struct CurlShareFree {
-  void operator()(CURLSH* share) const { curl_share_cleanup(share); }
-};
 struct CurlMultiFree {
   void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
