@@ -13,6 +13,8 @@ import core_rows
 import process_rows
 import store_rows
 import table
+import transfer_rows
+import update_rows
 import window_rows
 from measure import Row
 
@@ -21,10 +23,13 @@ GROUPS: dict[str, Callable[[Path, Path], Iterator[Row]]] = {
     "starts": process_rows.starts,
     "memory": process_rows.list_memory,
     "update": core_rows.update,
+    "unchanged": update_rows.process,
+    "wire": update_rows.wire,
     "verification": process_rows.verification,
-    "small-downloads": process_rows.small_downloads,
-    "mirror": process_rows.mirror,
-    "large-download": process_rows.large_download,
+    "small-downloads": transfer_rows.small_downloads,
+    "distant-downloads": transfer_rows.distant_downloads,
+    "mirror": transfer_rows.mirror,
+    "large-download": transfer_rows.large_download,
     "operations": core_rows.operations,
     "catalogs": core_rows.catalogs,
     "local-files": core_rows.local_files,

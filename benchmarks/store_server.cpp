@@ -32,8 +32,10 @@ void run(const fs::path& folder, const fs::path& url_file, std::chrono::millisec
   };
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
     if (!entry.is_regular_file()) continue;
+    // The files do not change.
+    const std::string etag = '"' + std::to_string(entry.file_size()) + '"';
     serve("/" + entry.path().lexically_relative(folder).generic_string(),
-          Reply::from_file(entry.path()));
+          Reply::from_file(entry.path(), {{"ETag", etag}}));
   }
   serve("/bootstrap", Reply::bytes(json::serialize(json::object{{"pkg.store_url", server.url()}})));
   serve("/telemetry", Reply::with_status(200));

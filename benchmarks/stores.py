@@ -46,6 +46,11 @@ class Package:
             archive.writestr("pkgs-available.json", self.list())
 
 
+def write_bootstrap(store: Path, url: str) -> None:
+    """The document that tells where the store is, as a file of it."""
+    (store / "bootstrap").write_text(json.dumps({"pkg.store_url": url}))
+
+
 class Installation:
     """The packages of a manager in a folder, and how the manager is called there."""
 

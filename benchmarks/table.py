@@ -22,7 +22,8 @@ def _cells(row: Row) -> tuple[str, ...]:
     if row.others is None:
         return row.work, row.against, ours, "", "", f"{row.bound:g} {row.unit}", remark
     other = _number(statistics.median(row.others), row.unit)
-    return (row.work, row.against, ours, other, f"{row.value():.2f}", f"{row.bound:.1f}", remark)
+    bound = "" if row.bound is None else f"{row.bound:.1f}"
+    return (row.work, row.against, ours, other, f"{row.value():.2f}", bound, remark)
 
 
 def progress(row: Row) -> str:

@@ -1,6 +1,8 @@
 #include "pkg/download.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,8 +16,10 @@
 #include "framework/io/hashed_copy.h"
 #include "framework/system/files.h"
 #include "framework/system/folder.h"
+#include "framework/system/work_ahead.h"
 #include "framework/url/http_url.h"
 #include "framework/url/loggable.h"
+#include "pkg/member_digest.h"
 #include "pkg/package_folder.h"
 #include "pkg/percent_encoding.h"
 #include "pkg/remote_io_log.h"
@@ -34,6 +38,9 @@ using framework::Sha256Digest;
 msg::Argument member_argument(std::string_view member, std::wstring_view name = L"file") {
   return text_argument(name, framework::hide_credentials(member));
 }
+
+// Members whose digests are made before their turn.
+constexpr std::size_t kMostAhead = 16;
 
 // A member as the metadata lists it.
 struct listed_member_t {
@@ -89,10 +96,13 @@ class package_download {
     const std::vector<listed_member_t> members = listed_members(*files);
     following_ = members;
     while (!following_.empty()) {
+      prove_following();
       const listed_member_t& member = following_.front();
       following_ = following_.subspan(1);
+      --looked_at_;
       if (context_.is_stopped()) return false;
       if (!provide(member)) return false;
+      if (is_proving(member)) digest_of_local(member);  // its file has gone meanwhile
       context_.progress().member_done();
     }
     return true;
@@ -114,6 +124,33 @@ class package_download {
     return true;
   }
 
+  // Has the digests made, on all processors, of the next members that are on the disk. One with the
+  // file of another one before it waits for its turn, as that may be downloaded anew.
+  void prove_following() {
+    for (; looked_at_ < std::min(kMostAhead, following_.size()); ++looked_at_) {
+      const listed_member_t& member = following_[looked_at_];
+      const bool is_good = member.digest && !member.is_taken && !member.is_repeated;
+      if (!is_good || folder_->kind_of(member.local_name) == EntryKind::absent) continue;
+      proving_.push_back(&member);
+      digests_.add(
+          [this, name = member.local_name] { return digest_of_member(context_, *folder_, name); });
+    }
+  }
+
+  [[nodiscard]] bool is_proving(const listed_member_t& member) const {
+    return !proving_.empty() && proving_.front() == &member;
+  }
+
+  // The digest of a member, where it has been asked for or the member is on the disk by now. What
+  // is unreadable has none.
+  std::optional<Sha256Digest> digest_of_local(const listed_member_t& member) {
+    const bool is_ahead = is_proving(member);
+    if (is_ahead) proving_.pop_front();
+    const framework::Result<Sha256Digest> digest =
+        is_ahead ? digests_.take() : digest_of_member(context_, *folder_, member.local_name);
+    return digest ? std::optional(*digest) : std::nullopt;
+  }
+
   // Proves a member, or downloads it.
   bool provide(const listed_member_t& member) {
     // Two members may have the same local file only if they have the same bytes.
@@ -127,7 +164,8 @@ class package_download {
       context_.log(msg::Code::log_file_exists, msg::kLevelDetail,
                    {path_argument(place_.path() +
                                   local_member_name(framework::hide_credentials(member.name)))});
-      if (digest_of_local(member.local_name) == member.digest) return true;
+      if (digest_of_local(member) == member.digest) return true;
+      if (context_.is_stopped()) return false;
       context_.log(msg::Code::checksum_mismatch, msg::kLevelProgress, mismatch(member.name));
     }
     return download(member);
@@ -150,14 +188,6 @@ class package_download {
 
   [[nodiscard]] std::shared_ptr<framework::IOImpl_base> open_trace_log() const {
     return open_remote_io_log(context_, to_string(package_.identity));
-  }
-
-  std::optional<Sha256Digest> digest_of_local(const std::string& local_name) {
-    // What is unreadable is downloaded anew.
-    const OpenedStream file = folder_->open_file(local_name);
-    framework::Sha256 digest;
-    if (!file || !framework::hash_stream(**file, digest)) return std::nullopt;
-    return digest.finish();
   }
 
   bool download(const listed_member_t& member) {
@@ -234,7 +264,11 @@ class package_download {
   framework::HashedCopy copy_;
   std::unique_ptr<Folder> folder_;
   std::span<const listed_member_t> following_;  ///< members whose turn has not come
+  std::size_t looked_at_ = 0;                   ///< by prove_following(), of these
+  std::deque<const listed_member_t*> proving_;  ///< whose digests are asked for
   std::optional<std::string> store_;            ///< the store URL once it is known
+  // The last member: what works ahead uses the others.
+  framework::WorkAhead<framework::Result<Sha256Digest>> digests_{kMostAhead};
 };
 
 }  // namespace

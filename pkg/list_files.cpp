@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "pkg/list_origin.h"
 #include "pkg/replace_file.h"
 
 namespace zendro::pkg {
@@ -64,7 +65,9 @@ read_list_t read_list(root_folder& root, std::string_view name) {
 }
 
 std::optional<pkgs_available_t> load_available(core_context& context) {
-  return load(context, context.available_name());
+  std::optional<pkgs_available_t> list = load(context, context.available_name());
+  if (!list) forget_list_origin(context);
+  return list;
 }
 
 std::optional<pkgs_available_t> load_installed(core_context& context) {

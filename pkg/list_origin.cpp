@@ -18,6 +18,7 @@ constexpr std::size_t kLongestValue = 1024;
 constexpr std::string_view kUrl = "url";
 constexpr std::string_view kBuildNumber = "build_number";
 constexpr std::string_view kPublicKey = "public_key";
+constexpr std::string_view kStamp = "stamp";
 constexpr std::string_view kETag = "ETag";
 constexpr std::string_view kLastModified = "Last-Modified";
 
@@ -53,18 +54,44 @@ std::optional<json::object> read_origin(core_context& context) {
   return std::move(document->get_object());
 }
 
+void write_origin(core_context& context, const json::object& origin) {
+  std::string text;
+  framework::JsonWriter(text).append(origin);
+  message_reporter unheard({});
+  replace_file(context.cache_folder(), kFile, text + "\n", unheard);
+}
+
+// What the list on the disk is known by without reading it; empty where it cannot be opened.
+std::string stamp_on_disk(core_context& context) {
+  const borrowed_folder folder = context.cache_folder().open();
+  if (!folder || !(*folder)->open_file(context.available_name())) return {};
+  return std::to_string((*folder)->stamp_of(context.available_name()));
+}
+
+// Whether the list on the disk has the build number of this origin. Takes note of its stamp then.
+// That is not done as soon as the list is written: what changes it in the same tick of the clock
+// would go unnoticed.
+bool is_of_disk(core_context& context, json::object& origin) {
+  const json::value* build_number = origin.if_contains(kBuildNumber);
+  if (build_number == nullptr || !build_number->is_int64()) return false;
+  const std::string stamp = stamp_on_disk(context);
+  if (stamp.empty()) return false;
+  if (stamp == text_of(origin, kStamp)) return true;
+  if (build_number_on_disk(context) != build_number->get_int64()) return false;
+  if (stamp == stamp_on_disk(context)) {
+    origin[kStamp] = stamp;
+    write_origin(context, origin);
+  }
+  return true;
+}
+
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> conditions_for(core_context& context,
                                                                 const std::string& url) {
-  const std::optional<json::object> origin = read_origin(context);
+  std::optional<json::object> origin = read_origin(context);
   if (!origin || text_of(*origin, kUrl) != url ||
-      text_of(*origin, kPublicKey) != public_key(context)) {
-    return {};
-  }
-  const json::value* build_number = origin->if_contains(kBuildNumber);
-  if (build_number == nullptr || !build_number->is_int64() ||
-      build_number_on_disk(context) != build_number->get_int64()) {
+      text_of(*origin, kPublicKey) != public_key(context) || !is_of_disk(context, *origin)) {
     return {};
   }
   std::vector<std::pair<std::string, std::string>> conditions;
@@ -89,12 +116,13 @@ void note_list_origin(core_context& context, const std::string& url,
   origin[kUrl] = url;
   origin[kBuildNumber] = *build_number;
   origin[kPublicKey] = public_key(context);
-  std::string text;
-  framework::JsonWriter(text).append(origin);
-  const std::optional<json::object> noted = read_origin(context);
-  if (noted && *noted == origin) return;
-  message_reporter unheard({});
-  replace_file(context.cache_folder(), kFile, text + "\n", unheard);
+  write_origin(context, origin);
+}
+
+void forget_list_origin(core_context& context) {
+  const borrowed_folder folder = context.cache_folder().open();
+  // Where it cannot be removed, a list cannot be put in place either.
+  if (folder) static_cast<void>((*folder)->remove_file(kFile));
 }
 
 }  // namespace zendro::pkg

@@ -19,7 +19,8 @@ namespace zendro::pkg {
 /// The request headers (RFC 9110, section 13.1) with which `url` is asked for only if its archive
 /// is another one than that of the list on the disk. None where that is not sure: where the list
 /// cannot be read, came from elsewhere, has not the build number of that archive, or where another
-/// public key than today's has proved it.
+/// public key than today's has proved it. A list that was read for this once is not read again
+/// until it is written (see Folder::stamp_of).
 std::vector<std::pair<std::string, std::string>> conditions_for(core_context& context,
                                                                 const std::string& url);
 
@@ -29,5 +30,8 @@ std::vector<std::pair<std::string, std::string>> conditions_for(core_context& co
 void note_list_origin(core_context& context, const std::string& url,
                       const framework::HttpHeaders& headers,
                       std::optional<std::int64_t> build_number);
+
+/// For a list on the disk that turned out to be none: the next update fetches all of it.
+void forget_list_origin(core_context& context);
 
 }  // namespace zendro::pkg

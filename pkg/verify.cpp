@@ -1,20 +1,18 @@
 #include "pkg/verify.h"
 
 #include <algorithm>
-#include <array>
-#include <condition_variable>
-#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
-#include <thread>
 #include <utility>
 
 #include "framework/io/digest.h"
 #include "framework/system/files.h"
 #include "framework/system/guarded.h"
+#include "framework/system/work_ahead.h"
 #include "pkg/download.h"
+#include "pkg/member_digest.h"
 #include "pkg/package_folder.h"
 #include "pkg/percent_encoding.h"
 #include "pkg/request_check.h"
@@ -25,121 +23,30 @@ namespace {
 using framework::EntryKind;
 using framework::Folder;
 
-// A member to be read.
-struct task_t {
-  std::size_t order;  ///< among all findings
-  std::shared_ptr<const Folder> folder;
-  std::string local_name;
-  std::optional<framework::Sha256Digest> digest;
-  member_finding_t finding;  ///< what it would be
-};
+using finding_t = std::optional<member_finding_t>;
 
-using numbered_findings = std::map<std::size_t, member_finding_t>;
+// Members whose folder is open while they wait to be read.
+constexpr std::size_t kMostWaiting = 64;
 
-// Threads that read members. The tasks that wait are few, so that few folders are open at a time.
-class readers {
- public:
-  explicit readers(core_context& context) : context_(context) {
-    const unsigned count = std::max(1u, std::thread::hardware_concurrency());
-    for (unsigned i = 0; i < count; ++i) threads_.emplace_back([this] { work(); });
-  }
-  ~readers() { close(); }
-  readers(const readers&) = delete;
-  readers& operator=(const readers&) = delete;
-
-  void add(task_t task) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return tasks_.size() < kMostWaiting; });
-    tasks_.push_back(std::move(task));
-    changed_.notify_all();
-    tell(lock);
-  }
-
-  /// Once all has been read.
-  numbered_findings finish() {
-    std::unique_lock lock(mutex_);
-    while (!tasks_.empty()) {
-      changed_.wait(lock);
-      tell(lock);
-    }
-    lock.unlock();
-    close();
-    lock.lock();
-    tell(lock);
-    return std::move(findings_);
-  }
-
- private:
-  static constexpr std::size_t kMostWaiting = 64;
-
-  void close() {
-    {
-      const std::lock_guard lock(mutex_);
-      is_closed_ = true;
-    }
-    changed_.notify_all();
-    for (std::thread& thread : threads_) {
-      if (thread.joinable()) thread.join();
-    }
-  }
-
-  // Progress is told on the thread of the operation.
-  void tell(std::unique_lock<std::mutex>& lock) {
-    const std::size_t done = std::exchange(done_, 0);
-    lock.unlock();
-    for (std::size_t i = 0; i < done; ++i) context_.progress().member_done();
-    lock.lock();
-  }
-
-  void work() {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-      changed_.wait(lock, [this] { return is_closed_ || !tasks_.empty(); });
-      if (tasks_.empty()) return;
-      task_t task = std::move(tasks_.front());
-      tasks_.pop_front();
-      lock.unlock();
-      bool is_whole = false;
-      framework::guarded([&] { is_whole = read(task); },
-                         [&](const std::string& failure) {
-                           task.finding.state = member_state::unreadable;
-                           task.finding.cause = failure;
-                         });
-      lock.lock();
-      ++done_;
-      if (!is_whole) findings_.emplace(task.order, std::move(task.finding));
-      changed_.notify_all();
-    }
-  }
-
-  // Whether the member is whole; else the finding says what it is.
-  bool read(task_t& task) {
-    task.finding.state = member_state::missing;
-    if (task.folder->kind_of(task.local_name) == EntryKind::absent) return false;
-    const framework::OpenedStream file = task.folder->open_file(task.local_name);
-    framework::Sha256 digest;
-    std::array<char, framework::kIoBlock> block;
-    std::int64_t count = file ? 0 : -1;
-    while (file && !context_.stop_requested() &&
-           (count = (*file)->read(block.data(), block.size())) > 0) {
-      digest.update(block.data(), static_cast<std::size_t>(count));
-    }
-    task.finding.state = member_state::damaged;
-    if (count == 0) return task.digest && digest.finish() == *task.digest;
-    task.finding.state = member_state::unreadable;
-    task.finding.cause = file ? (*file)->error().text : file.error().text;
-    return false;
-  }
-
-  core_context& context_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<task_t> tasks_;
-  numbered_findings findings_;
-  std::size_t done_ = 0;  ///< that have not been told
-  bool is_closed_ = false;
-  std::vector<std::thread> threads_;
-};
+// Compares a member with its digest: `finding`, which says which it is, or nothing where it is
+// whole.
+finding_t look_at(const core_context& context, const Folder& folder, const std::string& local_name,
+                  const std::optional<framework::Sha256Digest>& digest, member_finding_t finding) {
+  bool is_whole = false;
+  const auto read = [&] {
+    if (folder.kind_of(local_name) == EntryKind::absent) return;
+    const auto found = digest_of_member(context, folder, local_name);
+    is_whole = found && digest && *found == *digest;
+    finding.state = found ? member_state::damaged : member_state::unreadable;
+    if (!found) finding.cause = found.error().text;
+  };
+  framework::guarded(read, [&](const std::string& failure) {
+    finding.state = member_state::unreadable;
+    finding.cause = failure;
+  });
+  if (is_whole) return std::nullopt;
+  return finding;
+}
 
 // The names that belong to installed packages, by folder.
 class folder_contents {
@@ -191,7 +98,7 @@ std::uint64_t count_members(const std::vector<const package_t*>& packages) {
 class verifying {
  public:
   verifying(core_context& context, const pkgs_available_t& installed)
-      : context_(context), contents_(context, installed), readers_(context) {}
+      : context_(context), contents_(context, installed) {}
 
   void add(const package_t& package) {
     try {
@@ -201,15 +108,30 @@ class verifying {
     }
   }
 
+  /// In package order.
   std::vector<member_finding_t> finish() {
-    findings_.merge(readers_.finish());
-    std::vector<member_finding_t> all;
-    for (auto& [order, finding] : findings_) all.push_back(std::move(finding));
-    return all;
+    while (!members_.is_empty()) take();
+    return std::move(findings_);
   }
 
  private:
-  void found(member_finding_t finding) { findings_.emplace(order_++, std::move(finding)); }
+  void add_work(std::function<finding_t()> work) {
+    if (!members_.has_room()) take();
+    members_.add(std::move(work));
+  }
+
+  // Progress is told on the thread of the operation.
+  void take() {
+    finding_t finding = members_.take();
+    const bool is_member =
+        !finding || (finding->state != member_state::foreign && !finding->member.empty());
+    if (is_member) context_.progress().member_done();
+    if (finding) findings_.push_back(std::move(*finding));
+  }
+
+  void found(member_finding_t finding) {
+    add_work([finding = std::move(finding)] { return finding; });
+  }
 
   void add_members(const package_t& package) {
     const package_folder place(context_, package.meta);
@@ -232,12 +154,13 @@ class verifying {
     if (files != nullptr) {
       for (const json::key_value_pair& file : *files) {
         const std::string_view member(file.key().data(), file.key().size());
-        readers_.add({order_++,
-                      folder,
-                      local_member_name(member),
-                      framework::parse_sha256(framework::as_string(file.value())),
-                      {package.identity, std::string(member), place.member_path(member),
-                       member_state::missing}});
+        member_finding_t missing{package.identity, std::string(member), place.member_path(member),
+                                 member_state::missing};
+        add_work([this, folder, name = local_member_name(member),
+                  digest = framework::parse_sha256(framework::as_string(file.value())),
+                  missing = std::move(missing)] {
+          return look_at(context_, *folder, name, digest, missing);
+        });
       }
     }
     for (const std::string& name : contents_.take_foreign(place, *folder)) {
@@ -247,9 +170,8 @@ class verifying {
 
   core_context& context_;
   folder_contents contents_;
-  std::size_t order_ = 0;
-  numbered_findings findings_;
-  readers readers_;
+  std::vector<member_finding_t> findings_;
+  framework::WorkAhead<finding_t> members_{kMostWaiting};
 };
 
 }  // namespace

@@ -20,7 +20,8 @@ http {{
   gzip on;
   gzip_types application/zip;
   server {{
-    listen 127.0.0.1:{port} ssl;
+    listen 127.0.0.1:{port} ssl http2;
+    ssl_protocols TLSv1.2 TLSv1.3;
     ssl_certificate {folder}/server.pem;
     ssl_certificate_key {folder}/server.key;
     include {lines};

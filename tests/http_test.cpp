@@ -765,6 +765,12 @@ TEST_F(HttpsTest, OnlyTrustedCertificatesOfTheRightHostPass) {
     EXPECT_EQ(fetched.body.size(), 1'000'000U) << fetched.error.text;
   }
   EXPECT_EQ(secure_.connections(), 1U);
+  transport = trusting(identity_);
+  EXPECT_EQ(fetch(*transport, secure_.url("x")).body.size(), 1'000'000U);
+  EXPECT_EQ(secure_.connections(), 2U);
+  if (!tests::is_wine()) {
+    EXPECT_EQ(secure_.resumed_sessions(), 1U) << "by another transport";
+  }
   secure_.set_fault("/x", Fault::close(500'000));
   EXPECT_TRUE(fetch(*transport, secure_.url("x")).error) << "cut off without a TLS closure";
   secure_.set_fault("/x", Fault::reset());
@@ -772,6 +778,7 @@ TEST_F(HttpsTest, OnlyTrustedCertificatesOfTheRightHostPass) {
             "");
   EXPECT_EQ(secure_.requests().back().body.size(), 5'000'000U);
 
+  // Whoever trusts others does not go on with the session either.
   expect_refused(*trusting(loopback::make_self_signed("localhost")), secure_.url("x"),
                  "ertificate");
   const loopback::TlsIdentity other = loopback::make_self_signed("store.example");

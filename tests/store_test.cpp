@@ -366,8 +366,8 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
   publish({{"a-1.0.0", {}}});
   publish_build(5, {{"ETag", "\"five\""}});
   update();
-  ASSERT_EQ(update(), "If-None-Match: \"five\"");
   const std::string good = file_text(origin());
+  ASSERT_EQ(update(), "If-None-Match: \"five\"");
   const auto with = [&](const std::string& from, const std::string& to) {
     std::string text = good;
     EXPECT_NE(text.find(from), std::string::npos) << text;
@@ -385,6 +385,16 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
     write_text(cache_file("pkgs-available.json"), list);
     EXPECT_EQ(update(), "whole") << list;
   }
+  // A list that has become bad without a trace is fetched once somebody has wanted to read it.
+  EXPECT_EQ(update(), "If-None-Match: \"five\"");
+  const auto list = cache_file("pkgs-available.json");
+  const auto time = std::filesystem::last_write_time(list);
+  write_text(list, std::string(std::filesystem::file_size(list), '{'));
+  std::filesystem::last_write_time(list, time);
+  EXPECT_EQ(update(), "If-None-Match: \"five\"");
+  EXPECT_FALSE(cache().load_available());
+  take_messages();
+  EXPECT_EQ(update(), "whole");
   // What is on the disk is newer than what the store has: nothing says where it came from.
   write_text(cache_file("pkgs-available.json"), R"({"_META":{"build_number":6}})");
   EXPECT_EQ(update(), "whole");

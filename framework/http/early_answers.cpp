@@ -1,5 +1,6 @@
 #include "framework/http/early_answers.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace zendro::framework {
@@ -13,6 +14,13 @@ using std::chrono::steady_clock;
 constexpr milliseconds kMoveOnInterval{1};
 
 }  // namespace
+
+void EarlyAnswers::note_answer(const Exchange& exchange, steady_clock::duration time) {
+  answer_time_ = time;
+  if (exchange.reuses_connection()) return;
+  connect_time_ = std::min<steady_clock::duration>(exchange.connect_time(), time);
+  answer_time_ -= connect_time_;
+}
 
 void EarlyAnswers::note_end(const Exchange& exchange) {
   kept_ = exchange.keeps_connection();
@@ -45,9 +53,11 @@ bool EarlyAnswers::is_worth_waiting(Exchange& on_trial) {
   const Transfer& transfer = on_trial.transfer();
   const auto answered = [&transfer] { return transfer.answered; };
   // Requests that were sent together are not answered at the same instant. So the answer gets half
-  // the time that one took before, unless there is reason to believe that it will not come.
+  // the time that one took before, and what it took to connect, unless there is reason to believe
+  // that it will not come.
   const bool is_expected = !kept_ || !ahead_.is_limited();
-  const auto grace = is_expected ? ceil<milliseconds>(answer_time_ / 2) : milliseconds(0);
+  const auto grace =
+      is_expected ? ceil<milliseconds>(connect_time_ + answer_time_ / 2) : milliseconds(0);
   driver_.drive(on_trial, answered, steady_clock::now() + grace);
   // A server that closes every connection serves the others in turn, if they get through at all.
   return transfer.answered || transfer.over || (!kept_ && transfer.connected);

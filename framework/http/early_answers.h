@@ -29,8 +29,8 @@ class EarlyAnswers {
   /// still to be sent in its turn.
   std::unique_ptr<Exchange> take(const std::string& url);
 
-  /// Takes note of how long the answer to a request took that was sent in its turn.
-  void note_answer_time(std::chrono::steady_clock::duration time) { answer_time_ = time; }
+  /// Takes note of how long the answer took to a request that was sent in its turn.
+  void note_answer(const Exchange& exchange, std::chrono::steady_clock::duration time);
   /// Takes note of the state of the connection of an exchange that is about to be ended.
   void note_end(const Exchange& exchange);
 
@@ -42,7 +42,9 @@ class EarlyAnswers {
   TransferDriver& driver_;
   ReadAhead ahead_;
   bool kept_ = false;  ///< the last exchange has left a connection that is known to work
-  std::chrono::steady_clock::duration answer_time_{0};  ///< of the last request sent in its turn
+  // Of the last request that was sent in its turn.
+  std::chrono::steady_clock::duration answer_time_{0};   ///< once it was sent
+  std::chrono::steady_clock::duration connect_time_{0};  ///< of the last one that had to connect
 };
 
 }  // namespace zendro::framework

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "framework/text/ascii.h"
@@ -18,6 +20,19 @@ constexpr std::size_t kDiscardedBytes = 64 * 1024;
 /// Uploads from this length on wait for the server to agree.
 constexpr std::uint64_t kWorthAsking = 1 << 20;
 constexpr long kProxyAuthenticationRequired = 407;
+
+/// Whether the system's trusted certificates are in one file. What is there beside it, in a folder,
+/// is the same; libcurl reads the file once for all connections only where it is told of no folder,
+/// and that takes longer than a handshake.
+bool has_system_bundle() {
+  static const bool has_it = [] {
+    const curl_version_info_data* library = curl_version_info(CURLVERSION_NOW);
+    std::error_code error;
+    return library->age >= CURLVERSION_SEVENTH && library->cainfo != nullptr &&
+           std::filesystem::is_regular_file(library->cainfo, error);
+  }();
+  return has_it;
+}
 
 }  // namespace
 
@@ -92,6 +107,8 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
     set(CURLOPT_CAINFO_BLOB, &blob);
     // Refused where certificates in a folder are unknown: there is nothing to switch off then.
     curl_easy_setopt(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  } else if (has_system_bundle()) {
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   // Where the system checks certificates, it asks whether they were revoked, as far as it can.
   set(CURLOPT_SSL_OPTIONS, static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
@@ -227,6 +244,12 @@ bool Exchange::reuses_connection() const {
   long opened = 0;
   if (easy_) curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &opened);
   return transfer_->connected && opened == 0;
+}
+
+std::chrono::microseconds Exchange::connect_time() const {
+  curl_off_t time = 0;
+  if (easy_) curl_easy_getinfo(easy_.get(), CURLINFO_PRETRANSFER_TIME_T, &time);
+  return std::chrono::microseconds(time);
 }
 
 bool Exchange::keeps_connection() const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,9 +24,6 @@ namespace zendro::framework {
 struct CurlFree {
   void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
   void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
-struct CurlShareFree {
-  void operator()(CURLSH* share) const { curl_share_cleanup(share); }
 };
 struct CurlMultiFree {
   void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
@@ -104,6 +102,9 @@ class Exchange {
   [[nodiscard]] std::int64_t content_length() const;
   /// Whether the request went, or goes, over a connection that has served another one.
   [[nodiscard]] bool reuses_connection() const;
+  /// How long it took until the request could be sent: to open a connection, with TLS, where there
+  /// was none.
+  [[nodiscard]] std::chrono::microseconds connect_time() const;
   /// Whether the transfer is over and has left its connection for another one.
   [[nodiscard]] bool keeps_connection() const;
   /// The failure of the request for this cause, which the trace takes note of.

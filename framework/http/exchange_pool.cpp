@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "framework/http/proxy_choice.h"
+#include "framework/http/tls_sessions.h"
 #include "framework/system/broken_pipe.h"
 #include "framework/system/files.h"
 
@@ -23,11 +24,10 @@ ExchangePool::ExchangePool(const TransportSettings& settings) : settings_(settin
     return curl_global_init(CURL_GLOBAL_DEFAULT);
   }();
   if (initialised == CURLE_OK) {
-    sessions_.reset(curl_share_init());
+    sessions_ = tls_sessions();
     multi_.reset(curl_multi_init());
   }
-  if (!sessions_ || !multi_) throw std::bad_alloc();
-  curl_share_setopt(sessions_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+  if (!multi_) throw std::bad_alloc();
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kMaxConnections);
   if (!settings_.ca_file.empty()) {
     Result<std::string> certificates = read_file(settings_.ca_file, kMaxCaFile);

@@ -1,5 +1,5 @@
-// The exchanges of one transport, which share connections and TLS sessions, and what moves all of
-// them on. Used by one thread at a time. Internal to framework/.
+// The exchanges of one transport, which share connections, and TLS sessions with all others, and
+// what moves all of them on. Used by one thread at a time. Internal to framework/.
 #pragma once
 
 #include <chrono>
@@ -54,8 +54,8 @@ class ExchangePool {
   const std::unique_ptr<SystemProxy> system_proxy_ = make_system_proxy();
   std::chrono::steady_clock::time_point moved_on_;
   std::uint64_t received_ = 0;
-  // The last members: exchanges leave the multi handle, and their connections the shared sessions.
-  std::unique_ptr<CURLSH, CurlShareFree> sessions_;
+  // The last members: exchanges leave the multi handle, and their connections the sessions.
+  std::shared_ptr<CURLSH> sessions_;
   std::unique_ptr<CURLM, CurlMultiFree> multi_;
   std::vector<std::unique_ptr<Exchange>> spare_;
   std::vector<std::unique_ptr<Exchange>> later_;  ///< become spare once they are over

@@ -1,5 +1,5 @@
 // HTTP(S) transport (RFC 9110) of the program: one transport per operation, so that its requests
-// share connections and TLS sessions. Used by one thread at a time.
+// share connections; TLS sessions are shared by all of the process. Used by one thread at a time.
 #pragma once
 
 #include <chrono>

@@ -71,7 +71,7 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
     await_answer(body, result);
     const Transfer& answer = current_->transfer();
     if (!answer.answered) return why_unanswered(answer);
-    if (in_turn) early_.note_answer_time(steady_clock::now() - begin);
+    if (in_turn) early_.note_answer(*current_, steady_clock::now() - begin);
     const long status = current_->status();
     if (status == 0)
       return "HTTP status 0";  // servers can send it; here it means that there is none

@@ -449,4 +449,9 @@ std::size_t LoopbackServer::connections() const {
   return impl_->connection_count_;
 }
 
+std::size_t LoopbackServer::resumed_sessions() const {
+  return impl_->tls_ ? static_cast<std::size_t>(SSL_CTX_sess_hits(impl_->tls_->native_handle()))
+                     : 0;
+}
+
 }  // namespace zendro::loopback

@@ -65,6 +65,8 @@ class LoopbackServer {
   /// The number of connections accepted so far. Those that wait are not among them, but for the
   /// first.
   [[nodiscard]] std::size_t connections() const;
+  /// How many of them went on with a TLS session of an earlier one.
+  [[nodiscard]] std::size_t resumed_sessions() const;
 
  private:
   class Impl;
