@@ -208,6 +208,8 @@ void PackagesDlg::start(std::function<LoadedPackages()> operation,
             set_idle(true);
             const wxBusyCursor busy;
             completion(std::move(*loaded));
+            // A later summary would come above a line that is not shown yet.
+            pane_->show_pending();
             update_buttons();
           });
         });

@@ -140,6 +140,16 @@ TEST_F(DialogWindowTest, TicksWhatItIsStartedWith) {
                                   "[-] tool", "  [ ] tool-1.0.0", "  [x] tool-1.0.1"));
 }
 
+// Else it would come below the summary of what the user does next.
+TEST_F(DialogWindowTest, HasShownAllLinesWhenItIsIdle) {
+  publish(kToolOfTwoLevels);
+  ASSERT_TRUE(silent_cache().update_store_information(true));
+  publish_document("{}", std::string(64, '0'));  // a line just before the last one
+  open();
+  wait_until([this] { return dialog().idle(); }, "the dialog is idle");
+  EXPECT_THAT(pane(), EndsWith(std::string("\n") + kNothingPending + "\n"));
+}
+
 TEST_F(DialogWindowTest, ShowsWhatIsKnownWhileItAsksTheStore) {
   const TestPackage untitled{"app-0.9.0", {}, {}, {}, {{"title", 7}}};
   publish({kToolOfTwoLevels.front(), untitled});

@@ -101,8 +101,10 @@ void WindowTest::open_and_wait(std::vector<std::string> identities, std::string 
 
 void WindowTest::close() {
   if (!dialog_) return;
-  dialog_->Hide();
-  settle();
+  if (dialog_->IsShown()) {
+    dialog_->Hide();
+    settle();
+  }
   dialog_.reset();
   settle();
 }

@@ -437,6 +437,11 @@ std::vector<ServedRequest> LoopbackServer::requests() const {
   return impl_->requests_;
 }
 
+void LoopbackServer::forget_requests() {
+  const std::lock_guard lock(impl_->mutex_);
+  impl_->requests_.clear();
+}
+
 std::size_t LoopbackServer::request_count(std::string_view path) const {
   const std::lock_guard lock(impl_->mutex_);
   return static_cast<std::size_t>(

@@ -60,6 +60,8 @@ class LoopbackServer {
   void observe(std::function<void(const ServedRequest&)> observer);
   /// The requests so far, in the order in which they were read.
   [[nodiscard]] std::vector<ServedRequest> requests() const;
+  /// Counts from here on: the requests so far are gone.
+  void forget_requests();
   /// How many of them were for `path`, whatever their query.
   [[nodiscard]] std::size_t request_count(std::string_view path) const;
   /// The number of connections accepted so far. Those that wait are not among them, but for the
