@@ -1,4 +1,4 @@
-"""The program of the tests with all mutants in it, made below build/mutation of what build/linux has."""
+"""The tests, and the program that some of them run, with all mutants in them, made below build/mutation of what build/linux has."""
 
 import concurrent.futures
 import hashlib
@@ -10,7 +10,8 @@ import subprocess
 
 from points import points_of, with_switches
 
-TESTS = "zendro_tests"
+TESTS = ["zendro_tests", "zendro_cli_tests"]
+PROGRAMS = [*TESTS, "zendro"]
 SWITCH = os.path.join(os.path.dirname(os.path.realpath(__file__)), "switch.h")
 
 
@@ -24,14 +25,15 @@ class Source:
         self.numbered = list(zip(points, range(first, first + len(points))))
         self.rejected = []
 
-    def compile(self, command, folder, output):
+    def compile(self, command, folder, output, headers):
         """Without what the compiler rejects: a line that it names loses its changes."""
         path = os.path.join(os.path.dirname(output), "mutated_" + os.path.basename(self.path))
         command = shlex.split(command)
         command[command.index("-o") + 1] = output
         command[command.index("-c") + 1] = path
         command += ["-O0", "-g0", "-w", "-include", SWITCH]
-        made_of = self.made_of(command)
+        parts = [headers, with_switches(self.text, self.numbered), *command]
+        made_of = hashlib.sha256("\0".join(parts).encode()).hexdigest()
         if self.is_made(output, made_of):
             return
         while True:
@@ -49,13 +51,8 @@ class Source:
                 raise RuntimeError(f"{self.path} does not compile:\n{done.stderr[-3000:]}")
             self.keep(kept)
 
-    def made_of(self, command):
-        with open(SWITCH, encoding="utf-8") as file:
-            parts = [file.read(), with_switches(self.text, self.numbered), *command]
-        return hashlib.sha256("\0".join(parts).encode()).hexdigest()
-
     def is_made(self, output, made_of):
-        """Whether an earlier run compiled the same. Of headers only ours counts: they seldom change alone."""
+        """Whether an earlier run compiled the same."""
         if not (os.path.exists(output) and os.path.exists(output + ".json")):
             return False
         with open(output + ".json", encoding="utf-8") as file:
@@ -83,7 +80,7 @@ class Program:
         self.jobs = jobs
         self.folder = os.path.join(root, "build/mutation")
         self.build = os.path.join(root, "build/linux")
-        self.binary = os.path.join(self.folder, TESTS)
+        self.binaries = os.path.join(self.folder, "bin")
         self.sources = []
         first = 1
         for name in names:
@@ -93,9 +90,10 @@ class Program:
         self.count = first - 1
 
     def make(self):
-        subprocess.run(["ninja", "-C", self.build, f"-j{self.jobs}", TESTS], check=True)
+        subprocess.run(["ninja", "-C", self.build, f"-j{self.jobs}", *PROGRAMS], check=True)
         with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
             commands = {os.path.relpath(one["file"], self.root): one for one in json.load(file)}
+        headers = self.headers()
         objects = []
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             running = []
@@ -106,19 +104,32 @@ class Program:
                 output = os.path.join(self.folder, "objects", source.path + ".o")
                 os.makedirs(os.path.dirname(output), exist_ok=True)
                 objects.append(output)
-                running.append(pool.submit(source.compile, command["command"], command["directory"], output))
+                running.append(pool.submit(source.compile, command["command"], command["directory"], output,
+                                           headers))
             for one in running:
                 one.result()
         self.sources = [source for source in self.sources if source.path in commands]
-        self.link(objects)
+        os.makedirs(self.binaries, exist_ok=True)
+        for program in PROGRAMS:
+            self.link(program, objects)
 
-    def link(self, objects):
+    def headers(self):
+        """What the sources include, in one string."""
+        names = subprocess.run(["git", "ls-files", "*.h", "*.def", ":!tests"], check=True, text=True, capture_output=True,
+                               cwd=self.root).stdout.split()
+        texts = []
+        for name in names:
+            with open(os.path.join(self.root, name), encoding="utf-8") as file:
+                texts.append(file.read())
+        return "\0".join(texts)
+
+    def link(self, program, objects):
         """The linker takes from a library only what no object before it has: the changed objects stand in
         for those of the libraries."""
-        commands = subprocess.run(["ninja", "-C", self.build, "-t", "commands", TESTS], check=True, text=True,
+        commands = subprocess.run(["ninja", "-C", self.build, "-t", "commands", program], check=True, text=True,
                                   capture_output=True).stdout.splitlines()[-1]
-        link = next(shlex.split(part) for part in commands.split(" && ") if f" -o bin/{TESTS} " in part)
+        link = next(shlex.split(part) for part in commands.split(" && ") if f" -o bin/{program} " in part)
         output = link.index("-o")
-        link[output + 1] = self.binary
+        link[output + 1] = os.path.join(self.binaries, program)
         link[output:output] = objects
         subprocess.run(link, cwd=self.build, check=True)

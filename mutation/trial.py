@@ -8,7 +8,6 @@ import tempfile
 import time
 
 MEMORY = 8 << 30
-LONGEST = 3  # seconds of a test; what takes longer is about time
 # A changed program may remove or write anything: it sees a file system that it cannot change, and a
 # folder of its own for what is temporary.
 APART = ["unshare", "--map-root-user", "--mount", "sh", "-c",
@@ -17,6 +16,7 @@ APART = ["unshare", "--map-root-user", "--mount", "sh", "-c",
 
 
 def tests_of(binary):
+    """Each as the path of its program and its name there."""
     lines = subprocess.run([binary, "--gtest_list_tests"], check=True, text=True, capture_output=True).stdout.splitlines()
     suite = ""
     for line in lines:
@@ -24,7 +24,7 @@ def tests_of(binary):
         if name.endswith("."):
             suite = name
         elif name.startswith("  "):
-            yield suite + name.strip()
+            yield binary, suite + name.strip()
 
 
 def run(binary, names, seconds, files=(), **environment):
@@ -57,21 +57,22 @@ def measure(binary, name, count):
         return seconds, [number for number, mark in enumerate(marks.read()) if mark]
 
 
-def batches(names, seconds_of):
-    """The quickest first; each batch holds more than the one before."""
-    names = sorted(names, key=lambda name: seconds_of[name])
-    size = 4
-    while names:
-        yield names[:size]
-        names = names[size:]
-        size *= 3
+def batches(tests, seconds_of):
+    """The quickest first; each batch, of one program, holds more than the one before."""
+    for binary in sorted({binary for binary, _ in tests}, reverse=True):
+        rest = sorted((test for test in tests if test[0] == binary), key=lambda test: seconds_of[test])
+        size = 4
+        while rest:
+            yield binary, rest[:size]
+            rest = rest[size:]
+            size *= 3
 
 
-def notice(binary, number, names, seconds_of):
+def notice(number, tests, seconds_of):
     """How the first batch of tests ended that did not pass with the mutant; else "passed"."""
-    for batch in batches(names, seconds_of):
-        limit = 10 + 5 * sum(seconds_of[name] for name in batch)
-        ending = run(binary, batch, limit, MUTANT=str(number))
+    for binary, batch in batches(tests, seconds_of):
+        limit = 10 + 5 * sum(seconds_of[test] for test in batch)
+        ending = run(binary, [name for _, name in batch], limit, MUTANT=str(number))
         if ending != "passed":
             return ending
     return "passed"
