@@ -292,6 +292,16 @@ TEST_F(SelectionTest, InstalledPackagesGoOnlyTogetherWithWhatNeedsThem) {
     EXPECT_EQ(desk_.asked, one.asked);
     EXPECT_EQ(pending_actions(selection), one.actions);
   }
+
+  // An installed level newer than any in the list is what a tick needs of its line.
+  desk_ = {};
+  desk_.answers = {true};
+  Selection selection =
+      make(R"({"app-1.0.0": {"references": ["lib"]}, "lib-1.0.1": {}})", R"({"lib-1.0.2": {}})");
+  toggle(selection, L"app-1.0.0");
+  toggle(selection, L"lib-1.0.2");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants app-1.0.0"));
+  EXPECT_THAT(checked(selection), IsEmpty());
 }
 
 TEST_F(SelectionTest, WhatATickNeedsIsTickedAndSaysWhy) {
@@ -309,6 +319,10 @@ TEST_F(SelectionTest, WhatATickNeedsIsTickedAndSaysWhy) {
   EXPECT_EQ(words(L"hollow-1.0.0"), L"latest, needs gone-3, which is not available");
 
   // A patch needs what its new level references.
+  selection.choose_patch(find(selection, L"app-1.0.0"));
+  EXPECT_EQ(words(L"util-1.0.0"), L"latest, needed by app-1.0.1");
+  selection.reset();
+  EXPECT_EQ(words(L"util-1.0.0"), L"latest");
   selection.choose_all_patches();
   EXPECT_EQ(words(L"util-1.0.0"), L"latest, needed by app-1.0.1");
   // The store says today that the installed library needs a base.
@@ -332,22 +346,23 @@ TEST_F(SelectionTest, WhatATickNeedsIsTickedAndSaysWhy) {
 TEST_F(SelectionTest, WishesOutliveTheRowsTheyWereMadeIn) {
   const std::string_view available =
       R"({"a-1.0.0": {}, "b-1.0.0": {"references": ["c"]}, "c-1.0.0": {}, "d-1.0.0": {},
-          "e-1.0.0": {}, "e-1.0.1": {}})";
-  Selection before = make(available, R"({"d-1.0.0": {}, "e-1.0.0": {}})");
+          "e-1.0.0": {}, "e-1.0.1": {}, "f-1.0.0": {}, "g-1.0.1": {}})";
+  const std::string_view installed = R"({"d-1.0.0": {}, "e-1.0.0": {}, "g-1.0.0": {}})";
+  Selection before = make(available, installed);
   toggle(before, L"a-1.0.0");
   toggle(before, L"b-1.0.0");
   toggle(before, L"d-1.0.0");
   before.choose_all_patches();
 
-  Selection after = make(available, R"({"d-1.0.0": {}, "e-1.0.0": {}})");
+  Selection after = make(available, installed);
   after.restore(before.wishes());
   EXPECT_EQ(checked(after), checked(before));
   EXPECT_EQ(pending_actions(after), pending_actions(before));
   // What has been got meanwhile, or exists no more, is not wanted again.
   Selection later = make(R"({"b-1.0.0": {"references": ["c"]}, "c-1.0.0": {}, "e-1.0.1": {}})",
-                         R"({"e-1.0.1": {}, "b-1.0.0": {"references": ["c"]}})");
+                         R"({"e-1.0.1": {}, "b-1.0.0": {"references": ["c"]}, "g-1.0.0": {}})");
   later.restore(before.wishes());
-  EXPECT_THAT(checked(later), ElementsAre("b-1.0.0", "c-1.0.0 <b-1.0.0", "e-1.0.1"));
+  EXPECT_THAT(checked(later), ElementsAre("b-1.0.0", "c-1.0.0 <b-1.0.0", "e-1.0.1", "g-1.0.0"));
 }
 
 TEST_F(SelectionTest, ReferencesInACircleAndToNothingEnd) {
@@ -364,7 +379,8 @@ TEST_F(SelectionTest, ReferencesInACircleAndToNothingEnd) {
 TEST_F(SelectionTest, DeprecatedVersionsAreShownButNotChosen) {
   Selection selection =
       make(R"({"app-1.0.0": {"references": ["lib"]}, "lib-1.0.0": {}, "lib-1.1.0": {},
-               "_DEPRECATED": {"lib-2.0.0": {}, "old-1.0.0": {}}})",
+               "old-2.0.0": {},
+               "_DEPRECATED": {"dead-1.0.0": {}, "lib-2.0.0": {}, "old-1.0.0": {}}})",
            R"({"old-1.0.0": {"references": ["lib-1.1"]}})");
   const PackageId lib = selection.table().package_of(find(selection, L"lib-1.0.0"));
   toggle(selection, L"app-1.0.0");
@@ -379,6 +395,17 @@ TEST_F(SelectionTest, DeprecatedVersionsAreShownButNotChosen) {
   EXPECT_EQ(version_state_words(selection, find(selection, L"old-1.0.0")),
             L"installed, deprecated: please uninstall or upgrade");
   EXPECT_EQ(package_state_words(selection, lib), L"");
+  EXPECT_EQ(package_icon(selection, lib), "package");
+  const auto package = [&](std::wstring_view text) {
+    return selection.table().package_of(find(selection, text));
+  };
+  EXPECT_EQ(package_state_words(selection, package(L"old-1.0.0")),
+            L"installed, deprecated: please uninstall or upgrade");
+  EXPECT_EQ(package_state_words(selection, package(L"dead-1.0.0")),
+            L"deprecated: please uninstall or upgrade");
+  EXPECT_EQ(version_state_words(selection, find(selection, L"dead-1.0.0")),
+            L"deprecated: please uninstall or upgrade");
+  EXPECT_EQ(package_icon(selection, package(L"dead-1.0.0")), "package_deprecated");
   EXPECT_EQ(version_icon(selection.row(find(selection, L"lib-2.0.0"))), "package_deprecated");
   EXPECT_EQ(datatip_text(selection, find(selection, L"old-1.0.0"), L"Patch"),
             L"References: lib-1.1\nDEPRECATED: This package is deprecated!");
@@ -395,6 +422,7 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(selection.row(find(selection, L"b-1.0.0")).patch, PatchState::none);
   EXPECT_EQ(selection.row(find(selection, L"c-1.0.5")).patch, PatchState::none);
   EXPECT_EQ(version_icon(selection.row(a)), "package_patchable");
+  EXPECT_EQ(package_icon(selection, selection.table().package_of(a)), "package_patchable");
   EXPECT_EQ(version_state_words(selection, a), L"installed, upgrade available");
   EXPECT_EQ(datatip_text(selection, a, L"Patch Selection"),
             L"Publisher: schemas.example\nPATCH: There is a patch available for this package. "
@@ -410,6 +438,7 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_TRUE(button_states(selection).changed);
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
   EXPECT_TRUE(selection.wanted(find(selection, L"a-1.0.2")));
+  EXPECT_EQ(package_icon(selection, selection.table().package_of(a)), "package_patch");
 
   // The box of the new level is another way to choose the patch, and to take it back.
   toggle(selection, L"a-1.0.2");
@@ -432,7 +461,12 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(version_state_words(selection, find(selection, L"c-1.0.0")),
             L"newer c-1.0.5 is installed");
 
+  // What is installed and ticked again can be patched again.
   selection.reset();
+  toggle(selection, L"a-1.0.0");
+  EXPECT_EQ(selection.row(a).patch, PatchState::none);
+  toggle(selection, L"a-1.0.0");
+  EXPECT_EQ(selection.row(a).patch, PatchState::available);
   selection.choose_all_patches();
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
 }
@@ -486,6 +520,7 @@ TEST_F(SelectionTest, PreselectionTakesIdentitiesAsFilters) {
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0", "lib-2.0.0", "util-1.4.0"));
   EXPECT_TRUE(selection.expanded(selection.table().package_of(find(selection, L"util-1.4.0"))));
   EXPECT_THAT(desk_.reports, ElementsAre("No information found for XML Schema nothing-1."));
+  EXPECT_EQ(desk_.changes, 1);
 }
 
 TEST_F(SelectionTest, PackagesAreSortedWithoutRegardToCase) {
@@ -573,6 +608,9 @@ TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
   now += TypeAhead::kForgottenAfter + std::chrono::milliseconds(1);
   EXPECT_FALSE(typed.active(now));
   EXPECT_EQ(type(L'x', 1), 2u);
+  now += 2 * TypeAhead::kForgottenAfter;
+  EXPECT_EQ(type(L'o', 2), 1u) << "downwards";
+  EXPECT_TRUE(TypeAhead::accepts(L'0') && TypeAhead::accepts(L'9'));
   EXPECT_FALSE(TypeAhead::accepts(L' ') || TypeAhead::accepts(L'+') || TypeAhead::accepts(L'\b'));
   EXPECT_TRUE(TypeAhead::accepts(L'-') && TypeAhead::accepts(L'.') && TypeAhead::accepts(L'Z'));
 }

@@ -1,6 +1,5 @@
 #include "packages_ui/selection/selection.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "app/options/package_types.h"
@@ -238,8 +237,7 @@ void Selection::restore(const Wishes& wishes) {
     const RowId row = table_->find_version(version);
     if (row != kNoRow && rows_[row].installed) unticked.push_back(row);
   }
-  std::sort(unticked.begin(), unticked.end());
-  uncheck(unticked);
+  uncheck(unticked);  // in the order of the rows, which is the same in every table
   for (const pkg::name_semver_t& version : wishes.patched) {
     const RowId row = table_->find_version(version);
     if (row != kNoRow && rows_[row].patch == PatchState::available) want(table_->patch_for(row));
