@@ -1,4 +1,4 @@
-"""Documents of SPDX 2.3 (https://spdx.github.io/spdx-spec/v2.3/)."""
+"""Documents of SPDX 2.3 (Software Package Data Exchange, https://spdx.dev)."""
 import functools
 import json
 import re
