@@ -62,9 +62,9 @@ class Document:
             told += f" Single files of the source package have: {'; '.join(licence.others)}."
         return {"licenseDeclared": self.expression(licence.name, origin, licence.texts), "licenseComments": told}
 
-    def put(self, name, version, **more):
-        """Describes a package once and gives its identifier."""
-        identifier = "SPDXRef-" + word(name)
+    def put(self, name, version, kind="", **more):
+        """Describes a package once and gives its identifier, which begins with the kind, where there is one."""
+        identifier = "SPDXRef-" + word(kind + name)
         described = {
             "SPDXID": identifier, "name": name, "versionInfo": version, "downloadLocation": NOTHING,
             "filesAnalyzed": False, "licenseConcluded": NOTHING, "copyrightText": NOTHING, **more}
@@ -77,7 +77,7 @@ class Document:
         name, version = (urllib.parse.quote(text, safe="") for text in (package.name, package.version))
         locator = f"pkg:deb/debian/{name}@{version}?arch={package.architecture}&distro=debian-12"
         return self.put(
-            package.name, package.version, supplier="Organization: Debian",
+            package.name, package.version, "source-" if package.architecture == "source" else "", supplier="Organization: Debian",
             sourceInfo=f"Built from Debian's source package {package.source}.", **self.licence_of(package),
             externalRefs=[{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl", "referenceLocator": locator}])
 
