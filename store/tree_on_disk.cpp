@@ -105,6 +105,11 @@ std::string_view media_type(std::string_view path) {
   return is_text ? "text/plain" : "application/octet-stream";
 }
 
+std::string_view cache_control(std::string_view path) {
+  const bool is_head = path.starts_with(kArchiveName) || path.ends_with("/bootstrap");
+  return is_head ? kAskedForEachTime : kCachedForGood;
+}
+
 Result<pkg::pkgs_available_t> list_in_archive(std::string archive, std::string_view label) {
   Result<std::string> text = pkg::unpack_list(std::move(archive), kListName, std::string(label));
   if (!text) return tl::unexpected(text.error());

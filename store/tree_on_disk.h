@@ -37,6 +37,13 @@ std::string digest_line(std::string_view digest);
 /// The content type of a file of the tree.
 std::string_view media_type(std::string_view path);
 
+// What caches are told by Cache-Control (RFC 9111, section 5.2.2): to ask each time whether the
+// list and what belongs to it are new, and to keep a member, whose path never changes its bytes.
+inline constexpr std::string_view kAskedForEachTime = "no-cache";
+inline constexpr std::string_view kCachedForGood = "public, max-age=31536000, immutable";
+/// Which of the two they are told of a file of the tree.
+std::string_view cache_control(std::string_view path);
+
 /// The list in the bytes of an archive; `label` names the archive in error texts.
 framework::Result<pkg::pkgs_available_t> list_in_archive(std::string archive,
                                                          std::string_view label);

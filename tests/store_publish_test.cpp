@@ -108,6 +108,10 @@ TEST_F(StorePublish, StoresMembersFirstAndThenOnlyWhatChanges) {
                 AllOf(HasSubstr("AWS4-HMAC-SHA256 Credential=id/"), HasSubstr("/eu-1/s3/"),
                       HasSubstr("x-amz-meta-sha256")));
   }
+  EXPECT_THAT(puts()[0].headers.at("Cache-Control"), HasSubstr("immutable"));
+  for (std::size_t head = 2; head < 5; ++head) {
+    EXPECT_EQ(puts()[head].headers.at("Cache-Control"), "no-cache");
+  }
   EXPECT_EQ(puts()[2].headers.at("x-amz-meta-build-number"), "1");
   EXPECT_EQ(puts()[4].headers.at("Content-Type"), "application/json");
 

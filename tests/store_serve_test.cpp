@@ -119,10 +119,11 @@ TEST_F(StoreServe, WritesPathsAndHeaderForWebServers) {
   for (const char* server : {"nginx", "apache", "caddy"}) {
     const auto lines = store::web_config(server, tree_);
     ASSERT_EQ(cause_of(lines), "");
-    EXPECT_THAT(*lines, AllOf(HasSubstr("/schemas/"), HasSubstr("x-amz-meta-sha256"),
-                              HasSubstr("204"), HasSubstr("/api/xsd-manager/v1/bootstrap")));
+    EXPECT_THAT(*lines,
+                AllOf(HasSubstr("/schemas/"), HasSubstr("x-amz-meta-sha256"), HasSubstr("204"),
+                      HasSubstr("/api/xsd-manager/v1/bootstrap"), HasSubstr("immutable")));
     // No word of the pattern is left.
-    EXPECT_THAT(*lines, Not(HasSubstr("@root"))) << server;
+    EXPECT_THAT(*lines, AllOf(Not(HasSubstr("@root")), Not(HasSubstr("@imm")))) << server;
     // Apache reads it from the file.
     EXPECT_EQ(lines->find(tree_.digest) == std::string::npos, server == std::string("apache"));
     auto other = tree_;

@@ -228,6 +228,7 @@ Result<void> ObjectStore::put(const std::vector<NewObject>& objects, const std::
     BatchRequest request = request_to(object.path, BatchRequest::Method::put);
     request.file = object.file;
     request.headers.emplace_back("Content-Type", media_type(object.path));
+    request.headers.emplace_back("Cache-Control", cache_control(object.path));
     request.headers.emplace_back("x-amz-content-sha256", object.digest);
     request.headers.emplace_back(kDigest, object.digest);
     if (object.build_number) {

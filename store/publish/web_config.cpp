@@ -31,19 +31,30 @@ constexpr std::string_view kNginx =
 location = /@bootstrap@ {
   alias "@root@@bootstrap@";
   default_type application/json;
+  add_header Cache-Control no-cache;
 }
 # Where the site serves another store as well, this stands there already.
 location = /@telemetry@ { return 204; }
 location = @prefix@@archive@ {
   alias "@root@@archive@";
   add_header @header@ @digest@;
+  add_header Cache-Control no-cache;
   default_type application/zip;
   gzip off;
+}
+location = @prefix@@digestfile@ {
+  alias "@root@@digestfile@";
+  add_header Cache-Control no-cache;
+}
+location = @prefix@@signature@ {
+  alias "@root@@signature@";
+  add_header Cache-Control no-cache;
 }
 location @prefix@ {
   alias "@root@";
   autoindex off;
   gzip off;
+  add_header Cache-Control "@immutable@";
   location ~ /\. { return 404; }
 }
 )";
@@ -60,11 +71,16 @@ Alias "@prefix@" "@root@"
   AllowOverride None
   Options None
 </Directory>
-<Location "/@bootstrap@">
-  ForceType application/json
-</Location>
 <Location "@prefix@">
   SetEnvIf Request_URI "^" no-gzip=1
+  Header set Cache-Control "@immutable@"
+</Location>
+<LocationMatch "^@prefix@@archive@">
+  Header set Cache-Control no-cache
+</LocationMatch>
+<Location "/@bootstrap@">
+  ForceType application/json
+  Header set Cache-Control no-cache
 </Location>
 <LocationMatch "^@prefix@(.*/)?\.">
   Require all denied
@@ -84,6 +100,7 @@ constexpr std::string_view kCaddy =
 handle /@bootstrap@ {
 	root * "@root@"
 	header Content-Type application/json
+	header Cache-Control no-cache
 	file_server
 }
 # Where the site serves another store as well, this stands there already.
@@ -94,6 +111,13 @@ handle_path @prefix@* {
 	root * "@root@"
 	@zendro_list_@digest12@ path /@archive@
 	header @zendro_list_@digest12@ @header@ @digest@
+	@zendro_heads_@digest12@ path /@archive@*
+	header @zendro_heads_@digest12@ Cache-Control no-cache
+	@zendro_members_@digest12@ {
+		not path /@archive@*
+		file
+	}
+	header @zendro_members_@digest12@ Cache-Control "@immutable@"
 	file_server {
 		hide .*
 	}
@@ -119,6 +143,8 @@ std::string filled(std::string_view lines, const Site& site) {
            {"@telemetry@", std::string(kTelemetryPath)},
            {"@archive@", std::string(kArchiveName)},
            {"@digestfile@", std::string(kDigestName)},
+           {"@signature@", std::string(kSignatureName)},
+           {"@immutable@", std::string(kCachedForGood)},
            {"@header@", std::string(pkg::kDigestHeader)},
            {"@digest@", site.digest},
            {"@digest12@", site.digest.substr(0, 12)}}) {
