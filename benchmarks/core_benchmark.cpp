@@ -1,7 +1,10 @@
 // The package core inside one process: each piece of work, and what bounds it.
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,6 +16,7 @@
 
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
+#include <simdjson.h>
 
 #include "app/options/options.h"
 #include "framework/io/digest.h"
@@ -35,6 +39,11 @@ void require(bool condition) {
 void write_text(const std::filesystem::path& path, const std::string& text) {
   std::filesystem::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string read_text(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Takes every report of an installation and has nothing to give.
@@ -62,8 +71,8 @@ class Manager {
   void set_installed(const std::string& list) {
     write_text(folder_ / "cache/pkgs-installed.json", list);
   }
-  [[nodiscard]] std::filesystem::path local(const std::string& name) const {
-    return folder_ / "cache/local" / name;
+  [[nodiscard]] std::filesystem::path cache_file(const std::string& name) const {
+    return folder_ / "cache" / name;
   }
   void make_member(const std::string& identity, const std::string& member) {
     write_text(folder_ / "pkgs/xsd" / identity / member, "");
@@ -80,15 +89,18 @@ class Manager {
   std::unique_ptr<pkg::pkg_cache_t> cache_;
 };
 
-const std::string& store_list_of(std::int64_t versions) {
+// A list for all repetitions, which takes longer to make than to load.
+template <std::string (*make)(int versions)>
+const std::string& list_of(std::int64_t versions) {
   static std::map<std::int64_t, std::string> lists;
   std::string& list = lists[versions];
-  if (list.empty()) list = store_list(static_cast<int>(versions));
+  if (list.empty()) list = make(static_cast<int>(versions));
   return list;
 }
+using ListOf = const std::string& (*)(std::int64_t versions);
 
-void load_list(benchmark::State& state) {
-  const std::string& text = store_list_of(state.range(0));
+void load_list(benchmark::State& state, ListOf list_of) {
+  const std::string& text = list_of(state.range(0));
   for (auto _ : state) {
     state.PauseTiming();
     std::string own = text;
@@ -100,19 +112,49 @@ void load_list(benchmark::State& state) {
     state.ResumeTiming();
   }
 }
-BENCHMARK(load_list)->Arg(24'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(load_list, full, list_of<store_list>)
+    ->Arg(24'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(load_list, terse, list_of<terse_list>)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond);
 
-void bare_parse(benchmark::State& state) {
-  const std::string& text = store_list_of(state.range(0));
+// The members that loading a list looks at: every name with the text of its object, and the build
+// number.
+void touch_list(benchmark::State& state, ListOf list_of) {
+  const std::string& text = list_of(state.range(0));
   for (auto _ : state) {
-    auto arena = std::make_unique<json::monotonic_resource>();
-    benchmark::DoNotOptimize(json::parse(text, json::storage_ptr(arena.get())).as_object().size());
     state.PauseTiming();
-    arena.reset();
+    const simdjson::padded_string own(text);
+    state.ResumeTiming();
+    auto parser = std::make_unique<simdjson::ondemand::parser>();
+    auto document = parser->iterate(own);
+    std::vector<std::pair<std::string_view, std::string_view>> members;
+    std::int64_t build_number = 0;
+    for (auto field : document.get_object()) {
+      const std::string_view name = field.unescaped_key();
+      simdjson::ondemand::object object = field.value();
+      if (name == "_META") {
+        build_number = object["build_number"];
+        object.reset();
+      }
+      members.emplace_back(name, object.raw_json());
+    }
+    require(build_number == 1 && members.size() == static_cast<std::size_t>(state.range(0)) + 1);
+    state.PauseTiming();
+    parser.reset();
     state.ResumeTiming();
   }
 }
-BENCHMARK(bare_parse)->Arg(24'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(touch_list, full, list_of<store_list>)
+    ->Arg(24'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(touch_list, terse, list_of<terse_list>)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond);
 
 constexpr const char* kNothing = "{}";
 constexpr int kCatalogPackages = 2'000;
@@ -127,41 +169,81 @@ void for_each_entry(int package, const Add& add) {
   }
 }
 
+class CatalogManager {
+ public:
+  CatalogManager() : manager_(list(), list()), context_("xsd", manager_.options(), {}, lock_) {
+    installed_ = pkg::load_installed(context_);
+    require(installed_.has_value());
+  }
+  void write() { require(pkg::write_catalogs(context_, *installed_)); }
+  [[nodiscard]] std::filesystem::path file(const std::string& name) const {
+    return manager_.cache_file(name);
+  }
+
+ private:
+  static std::string list() {
+    return short_list(kCatalogPackages, false, [](int package, json::object& meta) {
+      json::object catalogs;
+      for_each_entry(
+          package, [&](const std::string& key, const std::string& path) { catalogs[key] = path; });
+      meta["catalogs"] = std::move(catalogs);
+      return true;
+    });
+  }
+
+  Manager manager_;
+  std::mutex lock_;
+  pkg::core_context context_;
+  std::optional<pkg::pkgs_available_t> installed_;
+};
+
 void write_catalogs(benchmark::State& state) {
-  const std::string list = short_list(kCatalogPackages, false, [](int package, json::object& meta) {
-    json::object catalogs;
-    for_each_entry(package,
-                   [&](const std::string& key, const std::string& path) { catalogs[key] = path; });
-    meta["catalogs"] = std::move(catalogs);
-    return true;
-  });
-  Manager manager(list, list);
-  std::mutex lock;
-  pkg::core_context context("xsd", manager.options(), {}, lock);
-  const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
-  require(installed.has_value());
-  for (auto _ : state) require(pkg::write_catalogs(context, *installed));
+  CatalogManager manager;
+  for (auto _ : state) manager.write();
 }
 BENCHMARK(write_catalogs)->Unit(benchmark::kMillisecond);
 
-// The same catalog from texts that are ready.
+// Saves a catalog of these keys and targets.
+using Entries = std::vector<std::pair<std::string, std::string>>;
+void save_with_pugixml(const Entries& entries, bool keep_proxy, const std::string& path) {
+  constexpr const char* kNamespace = "urn:oasis:names:tc:entity:xmlns:xml:catalog";
+  pugi::xml_document document;
+  pugi::xml_node declaration = document.append_child(pugi::node_declaration);
+  declaration.append_attribute("version") = "1.0";
+  declaration.append_attribute("encoding") = "UTF-8";
+  pugi::xml_node root = document.append_child("catalog");
+  root.append_attribute("xmlns") = kNamespace;
+  root.append_attribute("xmlns:xsi") = "http://www.w3.org/2001/XMLSchema-instance";
+  root.append_attribute("xsi:schemaLocation") = (std::string(kNamespace) + " Catalog.xsd").c_str();
+  root.append_attribute("xmlns:kel") = "http://www.zendro.example/catalog_ext";
+  if (keep_proxy) root.append_attribute("kel:keepProxy") = "true";
+  for (const auto& [key, uri] : entries) {
+    pugi::xml_node node = root.append_child("uri");
+    node.append_attribute("name") = key.c_str();
+    node.append_attribute("uri") = uri.c_str();
+  }
+  require(document.save_file(path.c_str(), "  "));
+}
+
+// The same files from texts that are ready and in order.
 void save_with_pugixml(benchmark::State& state) {
-  std::vector<std::pair<std::string, std::string>> entries;
+  Entries entries;
   for (int package = 0; package < kCatalogPackages; ++package) {
     for_each_entry(package, [&](const std::string& key, const std::string& path) {
       entries.emplace_back(key, pkg::package_url({package_name(package), {1, 0, 0}}, path));
     });
   }
+  std::sort(entries.begin(), entries.end());
   const tests::TempFolder folder;
   for (auto _ : state) {
-    pugi::xml_document document;
-    pugi::xml_node root = document.append_child("catalog");
-    for (const auto& [key, uri] : entries) {
-      pugi::xml_node node = root.append_child("uri");
-      node.append_attribute("name") = key.c_str();
-      node.append_attribute("uri") = uri.c_str();
-    }
-    require(document.save_file((folder / "catalog.xml").c_str(), "  "));
+    save_with_pugixml({}, true, folder / "namespace-mapping-catalog.xml");
+    save_with_pugixml(entries, false, folder / "catalog.xml");
+    save_with_pugixml({}, true, folder / "remapping.xml");
+  }
+  CatalogManager own;
+  own.write();
+  for (const char* name : {"namespace-mapping-catalog.xml", "catalog.xml", "remapping.xml"}) {
+    require(read_text(own.file(name)) == read_text(folder / name));
   }
 }
 BENCHMARK(save_with_pugixml)->Unit(benchmark::kMillisecond);
@@ -184,7 +266,8 @@ void local_files(benchmark::State& state, int packages, int locations, bool is_m
   pkg::core_context context("xsd", manager.options(), {}, lock);
   const std::optional<pkg::pkgs_available_t> installed = pkg::load_installed(context);
   require(installed && pkg::write_catalogs(context, *installed));
-  const std::filesystem::path stamp = manager.local(package_name(0) + "-1.0.0/stamp");
+  const std::filesystem::path stamp =
+      manager.cache_file("local/" + package_name(0) + "-1.0.0/stamp");
   for (auto _ : state) {
     state.PauseTiming();
     if (is_made_anew) require(std::filesystem::remove(stamp));

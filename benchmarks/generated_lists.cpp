@@ -104,6 +104,10 @@ std::string store_list(int versions) {
   return list + "\n}\n";
 }
 
+std::string terse_list(int versions) {
+  return short_list(versions, false, [](int, json::object&) { return true; });
+}
+
 std::string short_list(int packages, bool all_versions,
                        const std::function<bool(int package, json::object& meta)>& describe) {
   std::string list = "{\n\"_META\":{\"build_number\":1}";

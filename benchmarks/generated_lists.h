@@ -18,6 +18,10 @@ std::string package_name(int package);
 /// and entries of the catalogs.
 std::string store_list(int versions);
 
+/// A list of `versions` packages of one version with short texts, some 0.3 kB each, so that a
+/// million are less than a list may hold.
+std::string terse_list(int versions);
+
 /// A list of `packages` packages with short texts, of the same three versions or only 1.0.0 each.
 /// `describe` adds what else the metadata of a package's versions holds; where it returns false,
 /// the package is left out.

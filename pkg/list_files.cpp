@@ -45,7 +45,7 @@ bool write(core_context& context, const pkgs_available_t& list, const std::strin
 
 read_list_t parse_list(std::string text) {
   try {
-    auto document = framework::LazyDocument::parse(std::move(text));
+    auto document = framework::LazyDocument::parse(std::move(text), kMostEntries);
     if (!document) return tl::unexpected("not JSON: " + document.error());
     return pkgs_available_t(std::move(*document));
   } catch (const framework::JsonError& error) {

@@ -16,6 +16,7 @@ constexpr std::string_view kVanished = "_vanished";
 constexpr std::string_view kReferences = "references";
 constexpr std::string_view kConflicts = "conflicting_pkgs";
 constexpr std::string_view kBuildNumber = "build_number";
+constexpr std::size_t kAskedForAhead = 16;  // entries, which lie far apart in a long text
 constexpr std::size_t kSeparatorsSize = 8;  // of a member in a written list, at most
 
 bool identity_less(const package_t& a, const package_t& b) { return a.identity < b.identity; }
@@ -115,7 +116,11 @@ pkgs_available_t::pkgs_available_t(std::shared_ptr<framework::LazyDocument> docu
   require_at_most(kMostEntries, count, "entries");
   members_.reserve(members.size());
   packages_.reserve(members.size());
-  for (const document_entry& member : members) {
+  for (std::size_t i = 0; i < members.size(); ++i) {
+    if (i + kAskedForAhead < members.size()) {
+      __builtin_prefetch(members[i + kAskedForAhead].text.data());
+    }
+    const document_entry& member = members[i];
     const std::string_view key = member.name;
     if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) continue;
     const framework::LazyObject& map = document->object(member.text);

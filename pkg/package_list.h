@@ -24,7 +24,8 @@ namespace zendro::pkg {
 /// than 2 GiB and 4 times the largest text.
 inline constexpr std::uint64_t kListLimit = 512ull << 20;  ///< bytes
 inline constexpr std::size_t kMostValues = 10'000'000;     ///< JSON values, at all depths
-inline constexpr std::size_t kMostEntries = 1'000'000;    ///< members, and members of "_DEPRECATED"
+/// Members, and members of "_DEPRECATED": a million versions beside these two and "_META".
+inline constexpr std::size_t kMostEntries = 1'000'002;
 inline constexpr std::size_t kMostEntryValues = 250'000;  ///< JSON values inside one of them
 inline constexpr std::size_t kMostReferences = 10'000;    ///< of a version; as many conflicts
 inline constexpr std::size_t kLongestKey = 255;           ///< bytes of an identity

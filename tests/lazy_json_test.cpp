@@ -13,8 +13,8 @@
 namespace zendro::framework {
 namespace {
 
-std::shared_ptr<LazyDocument> document_of(std::string text) {
-  auto document = LazyDocument::parse(std::move(text));
+std::shared_ptr<LazyDocument> document_of(std::string text, std::size_t most_members = 0) {
+  auto document = LazyDocument::parse(std::move(text), most_members);
   EXPECT_TRUE(document) << document.error();
   return *document;
 }
@@ -78,6 +78,8 @@ TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
     const auto document = document_of(text);
     const auto members = document->members(document->root());
     ASSERT_EQ(members.size(), whole.size()) << text;
+    const auto found_while_checking = document_of(text, 4);
+    ASSERT_EQ(found_while_checking->members(found_while_checking->root()), members) << text;
     const LazyObject& object = document->object(document->root());
     auto expected = whole.begin();
     for (const auto& [name, member, inside] : members) {
@@ -138,7 +140,7 @@ TEST(LazyJson, NamesThatWereChosenToShareAPlaceAreSpreadOrRefused) {
   // The room for members of the object, or why it is refused.
   const auto parse = [](const std::string& text) {
     json::monotonic_resource arena(bytes, sizeof(bytes));
-    EXPECT_EQ(check_json(text), count + 1);
+    EXPECT_EQ(check_json(text)->values, count + 1);
     return parse_json(text, &arena).map([](const json::value& value) {
       return value.get_object().capacity();
     });
@@ -161,14 +163,17 @@ TEST(LazyJson, CountsValuesAndMembers) {
                                                         {"[1]", 1},
                                                         {"[[], {} ,\"]\"]", 3},
                                                         {R"({"a":[1,2],"b":{"c":3},"b":4})", 6}}) {
-    std::size_t count = 0;
-    const auto document = document_of("{\"a\":0,\"b\": " + value + " ,\"a\":1}");
-    EXPECT_EQ(document->value_count(), 4 + inside) << value;
-    const auto members = document->members(document->root(), 2, count);
-    ASSERT_EQ(members.size(), 2u);
-    EXPECT_EQ(count, 3u);
-    EXPECT_EQ(members[0].text, "0") << "what is too much is not looked at";
-    EXPECT_EQ(members[1].values, inside) << value;
+    for (const std::size_t found_while_checking : {0, 2, 3}) {
+      std::size_t count = 0;
+      const auto document =
+          document_of("{\"a\":0,\"b\": " + value + " ,\"a\":1}", found_while_checking);
+      EXPECT_EQ(document->value_count(), 4 + inside) << value;
+      const auto members = document->members(document->root(), 2, count);
+      ASSERT_EQ(members.size(), 2u);
+      EXPECT_EQ(count, 3u);
+      EXPECT_EQ(members[0].text, "0") << "what is too much is not looked at";
+      EXPECT_EQ(members[1].values, inside) << value;
+    }
   }
 }
 

@@ -91,7 +91,7 @@ TEST(PackageList, HoldsNoMoreThanItMay) {
     std::string cause;
   } rows[] = {{"{" + times(kMostEntries, "\"\":{},") + "}",
                "{\"_DEPRECATED\":{" + times(kMostEntries, "\"\":{},") + "}}",
-               "1000001 entries are more than the limit of 1000000."},
+               "1000003 entries are more than the limit of 1000002."},
               {entry("\"x\":[" + times(kMostEntryValues - 1, "0,") + "]"),
                entry("\"x\":[" + times(kMostEntryValues, "0,") + "]"),
                "a-1.0.0: 250001 values are more than the limit of 250000."},

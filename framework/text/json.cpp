@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -63,6 +64,74 @@ struct Checker {
     ++values;
     return true;
   }
+};
+
+// Notes the members of the document's object on the way: names come with their places, and each
+// value ends before the next name.
+class MemberFinder : public Checker {
+ public:
+  void set_text(std::string_view text, std::size_t most_members) {
+    text_ = text;
+    most_ = most_members;
+  }
+  CheckedJson take() {
+    // The object itself was counted last.
+    end_member(text_.data() + text_.find_last_not_of(kBlanks), values - 1);
+    return {values, std::move(members_)};
+  }
+
+  bool on_object_begin(json::error_code&) { return begin_container(); }
+  bool on_object_end(std::size_t size, json::error_code& error) {
+    --depth_;
+    return Checker::on_object_end(size, error);
+  }
+  bool on_array_begin(json::error_code&) { return begin_container(); }
+  bool on_array_end(std::size_t size, json::error_code& error) {
+    --depth_;
+    return Checker::on_array_end(size, error);
+  }
+  bool on_key(json::string_view name, std::size_t size, json::error_code&) {
+    if (depth_ != 1) return true;
+    if (members_.size() >= most_ || name.size() != size || !is_in_text(name.data())) {
+      most_ = 0;
+      members_ = {};
+      return true;
+    }
+    end_member(name.data() - 1, values);
+    members_.push_back({{name.data(), name.size()}, {}, values});
+    return true;
+  }
+
+ private:
+  bool begin_container() {
+    ++depth_;
+    return true;
+  }
+  // Whether the name has no escapes: without them it stands elsewhere.
+  [[nodiscard]] bool is_in_text(const char* name) const {
+    const std::less<const char*> before;
+    return !before(name, text_.data()) && before(name, text_.data() + text_.size());
+  }
+  // The last member ends in front of this place, which the next one's name or the end of the object
+  // takes. `counted`: the values up to there.
+  void end_member(const char* end, std::size_t counted) {
+    if (members_.empty()) return;
+    JsonMember& member = members_.back();
+    const char* name_end = member.name.data() + member.name.size() + 1;
+    std::string_view text(name_end, static_cast<std::size_t>(end - name_end));
+    text.remove_prefix(text.find_first_not_of(kBlanksAndColon));
+    member.text = text.substr(0, text.find_last_not_of(kBlanksAndComma) + 1);
+    member.values = counted - member.values - 1;
+  }
+
+  static constexpr std::string_view kBlanks = " \t\r\n";
+  static constexpr std::string_view kBlanksAndColon = " \t\r\n:";
+  static constexpr std::string_view kBlanksAndComma = " \t\r\n,";
+
+  std::string_view text_;
+  std::size_t most_ = 0;
+  std::size_t depth_ = 0;
+  std::vector<JsonMember> members_;  // `values` of the last one: those counted before it
 };
 
 // Makes an object of members in document order. The library finds a member by a hash of its name
@@ -225,9 +294,10 @@ const Result& cast(const Result* pointer, const char* failure) {
 
 }  // namespace
 
-tl::expected<std::size_t, std::string> check_json(std::string_view text) {
-  json::basic_parser<Checker> parser(parse_options());
-  return run(parser, text).map([&parser] { return parser.handler().values; });
+tl::expected<CheckedJson, std::string> check_json(std::string_view text, std::size_t most_members) {
+  json::basic_parser<MemberFinder> parser(parse_options());
+  parser.handler().set_text(text, most_members);
+  return run(parser, text).map([&parser] { return parser.handler().take(); });
 }
 
 ParsedJson parse_json(std::string_view text, json::storage_ptr storage) {

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <boost/json.hpp>
 #include <tl/expected.hpp>
@@ -33,10 +34,27 @@ using ParsedJson = tl::expected<json::value, std::string>;
 /// writes the shortest digits that give the same double again.
 ParsedJson parse_json(std::string_view text, json::storage_ptr storage = {});
 
-/// The number of values in a document, the document itself and those that a later one of the same
-/// name replaces included; takes a fraction of the time of parse_json(), and fails where that
-/// would, save for chosen names.
-tl::expected<std::size_t, std::string> check_json(std::string_view text);
+/// A member of an object, as the document writes it.
+struct JsonMember {
+  std::string_view name;   ///< what stands between its quotes
+  std::string_view text;   ///< of the value
+  std::size_t values = 0;  ///< inside the value, at all depths
+  bool operator==(const JsonMember&) const = default;
+};
+
+struct CheckedJson {
+  /// All of them, the document itself and those that a later one of the same name replaces
+  /// included.
+  std::size_t values = 0;
+  /// Those of the document's object; none where it is no object, holds more than were asked for, or
+  /// writes one of their names with escapes.
+  std::vector<JsonMember> members;
+};
+
+/// Takes a fraction of the time of parse_json(), and fails where that would, save for chosen names.
+/// At most `most_members` are given.
+tl::expected<CheckedJson, std::string> check_json(std::string_view text,
+                                                  std::size_t most_members = 0);
 
 inline constexpr const char* kNoMap = "Cannot cast value to JSON map!";
 inline constexpr const char* kNoArray = "Cannot cast value to JSON array!";

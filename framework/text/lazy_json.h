@@ -43,17 +43,15 @@ class LazyObject {
 
 class LazyDocument {
  public:
-  struct Member {
-    std::string_view name;
-    std::string_view text;   ///< of the value
-    std::size_t values = 0;  ///< inside the value, at all depths
-  };
+  using Member = JsonMember;  ///< its name without escapes
 
-  /// Fails for what check_json() refuses.
-  static tl::expected<std::shared_ptr<LazyDocument>, std::string> parse(std::string text);
+  /// Fails for what check_json() refuses. Of a document that has at most `most_members` they are
+  /// found on the way, which makes the first members() of its root quick.
+  static tl::expected<std::shared_ptr<LazyDocument>, std::string> parse(
+      std::string text, std::size_t most_members = 0);
 
-  /// See check_json().
-  [[nodiscard]] std::size_t value_count() const { return value_count_; }
+  /// See CheckedJson.
+  [[nodiscard]] std::size_t value_count() const { return checked_.values; }
   /// The text of the document's one value.
   [[nodiscard]] std::string_view root() const;
   /// The members of an object whose text is inside the document's: in their order, and of several
@@ -72,7 +70,7 @@ class LazyDocument {
   friend class LazyObject;
 
   std::string text_;
-  std::size_t value_count_ = 0;
+  CheckedJson checked_;            ///< its members until they are asked for
   std::deque<std::string> names_;  ///< those written with escapes
   std::deque<LazyObject> objects_;
 
