@@ -8,6 +8,8 @@ import tempfile
 import time
 
 MEMORY = 8 << 30
+# What an interrupted run leaves behind ends by itself.
+PROCESSOR_SECONDS = 600
 # A changed program may remove or write anything: it sees a file system that it cannot change, and a
 # folder of its own for what is temporary.
 APART = ["unshare", "--map-root-user", "--mount", "sh", "-c",
@@ -27,12 +29,17 @@ def tests_of(binary):
             yield binary, suite + name.strip()
 
 
+def _limit():
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+    resource.setrlimit(resource.RLIMIT_CPU, (PROCESSOR_SECONDS, PROCESSOR_SECONDS))
+
+
 def run(binary, names, seconds, files=(), **environment):
     """How it ended: "passed", "failed", "crashed" or "timeout"."""
     with subprocess.Popen([*APART, binary, "--gtest_filter=" + ":".join(names), "--gtest_fail_fast"],
                           env=dict(os.environ, TMPDIR="/tmp", **environment), start_new_session=True, pass_fds=files,
                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                          preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))) as process:
+                          preexec_fn=_limit) as process:
         try:
             status = process.wait(seconds)
         except subprocess.TimeoutExpired:
