@@ -349,7 +349,8 @@ TEST(ReadAhead, ARequestThatWasSentTwiceOutlivesTheFirst) {
 }
 
 // Servers close connections on which nobody reads; what was cut short meanwhile is fetched anew.
-TEST(ReadAhead, AnAnswerThatDidNotOutliveTheWaitIsAskedForAgain) {
+// On a busy machine, nothing may have been sent ahead: then the only request is the one that fails.
+bool fetches_anew_what_was_cut_short() {
   loopback::LoopbackServer server;
   for (const char* name : {"a", "b", "c"})
     server.serve(std::string("/") + name, Reply::bytes(name));
@@ -357,18 +358,25 @@ TEST(ReadAhead, AnAnswerThatDidNotOutliveTheWaitIsAskedForAgain) {
   server.set_fault("/c", Fault::close(0).first(1));
   const auto transport = framework::make_http_transport(impatient());
   transport->expect({server.url("b"), server.url("c")});
-  for (const char* name : {"a", "b", "c"}) {
+  for (const std::string name : {"a", "b", "c"}) {
     framework::HttpRequest request;
     request.url = server.url(name);
     const framework::HttpAnswer answer = transport->get(request);
-    ASSERT_TRUE(answer) << cause_of(answer);
     // Time for what was sent ahead.
     std::this_thread::sleep_for(milliseconds(100));
-    char byte = 0;
-    EXPECT_EQ((*answer)->read(&byte, 1), 1) << name;
-    EXPECT_EQ(byte, *name);
-    EXPECT_EQ((*answer)->read(&byte, 1), 0);
+    char bytes[2] = {};
+    if (!answer || (*answer)->read(bytes, 1) != 1) return false;
+    EXPECT_EQ(bytes, name);
+    EXPECT_EQ((*answer)->read(bytes, 1), 0);
+    EXPECT_EQ(server.request_count("/" + name), name == "a" ? 1U : 2U);
   }
+  return true;
+}
+
+TEST(ReadAhead, AnAnswerThatDidNotOutliveTheWaitIsAskedForAgain) {
+  bool is_fetched = false;
+  for (int i = 0; i < 10 && !is_fetched; ++i) is_fetched = fetches_anew_what_was_cut_short();
+  EXPECT_TRUE(is_fetched);
 }
 
 }  // namespace
