@@ -24,20 +24,20 @@ void pkg_xml_writer::reserve(std::size_t entries, std::size_t text_bytes) {
 
 void pkg_xml_writer::rewrite_uri(std::string_view uri_start_string,
                                  std::string_view rewrite_prefix) {
-  entry(R"(  <rewriteURI uriStartString=")", uri_start_string, R"(" rewritePrefix=")",
+  entry(R"(<rewriteURI uriStartString=")", uri_start_string, R"(" rewritePrefix=")",
         rewrite_prefix);
 }
 
 void pkg_xml_writer::system(std::string_view name, std::string_view uri) {
-  entry(R"(  <system name=")", name, R"(" uri=")", uri);
+  entry(R"(<system name=")", name, R"(" uri=")", uri);
 }
 
 void pkg_xml_writer::uri(std::string_view name, std::string_view uri) {
-  entry(R"(  <uri name=")", name, R"(" uri=")", uri);
+  entry(R"(<uri name=")", name, R"(" uri=")", uri);
 }
 
 void pkg_xml_writer::public_id(std::string_view public_id, std::string_view uri) {
-  entry(R"(  <public publicId=")", public_id, R"(" uri=")", uri);
+  entry(R"(<public publicId=")", public_id, R"(" uri=")", uri);
 }
 
 std::string pkg_xml_writer::take_document() {
@@ -48,7 +48,8 @@ std::string pkg_xml_writer::take_document() {
 void pkg_xml_writer::entry(std::string_view key_begin, std::string_view key,
                            std::string_view target_begin, std::string_view target) {
   // The root element stays open until it is known whether it holds anything.
-  if (!std::exchange(has_entries_, true)) xml_ += ">\n";
+  xml_ += has_entries_ ? "  " : ">\n  ";
+  has_entries_ = true;
   xml_ += key_begin;
   framework::append_attribute_value(xml_, key);
   xml_ += target_begin;

@@ -1,5 +1,7 @@
 #include "framework/text/xml.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "framework/text/percent.h"
@@ -8,26 +10,13 @@
 namespace zendro::framework {
 namespace {
 
-// Whether the byte is anything but printable ASCII without markup; without branches, so that a
-// block can be tested by vector instructions.
-constexpr bool is_special(char c) {
-  return (c < ' ') | (c > '~') | (c == '&') | (c == '<') | (c == '"');
-}
-
-// How many bytes at the beginning need no attention, which are nearly all that there are.
-std::size_t plain_size(std::string_view text) {
-  constexpr std::size_t kBlock = 16;
-  std::size_t size = 0;
-  for (; size + kBlock <= text.size(); size += kBlock) {
-    char special = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      special = static_cast<char>(special | static_cast<char>(is_special(text[size + i])));
-    }
-    if (special != 0) break;
-  }
-  while (size < text.size() && !is_special(text[size])) ++size;
-  return size;
-}
+// Printable ASCII without markup, by byte.
+constexpr std::array<bool, 256> kPlain = [] {
+  std::array<bool, 256> plain{};
+  std::fill(plain.begin() + 0x20, plain.begin() + 0x7F, true);
+  for (const char c : {'&', '<', '"'}) plain[static_cast<unsigned char>(c)] = false;
+  return plain;
+}();
 
 // How a character of ASCII is escaped; empty where it is not. A reader takes white space in an
 // attribute for blanks, unless it is escaped.
@@ -57,7 +46,10 @@ bool is_xml_character(char32_t c) { return c >= 0x20 && c != 0xFFFE && c != 0xFF
 
 void append_attribute_value(std::string& xml, std::string_view utf8) {
   while (true) {
-    const std::size_t plain = plain_size(utf8);
+    // What needs no attention, which is nearly all that there is, goes in one piece.
+    const auto* const special = std::find_if_not(
+        utf8.begin(), utf8.end(), [](char c) { return kPlain[static_cast<unsigned char>(c)]; });
+    const auto plain = static_cast<std::size_t>(special - utf8.begin());
     xml += utf8.substr(0, plain);
     utf8.remove_prefix(plain);
     if (utf8.empty()) return;
