@@ -1,6 +1,7 @@
 """Every system call of an operation on its files fails once, and in another run the process is killed there."""
 
 import os
+import random
 import re
 
 ERRORS = ("ENOSPC", "EIO", "EACCES")
@@ -38,8 +39,10 @@ class Point:
 
 
 def _strace(log, *more):
-    # Without --seccomp-bpf, with which no signal is delivered.
-    return ["strace", "-f", "-y", "-qq", "-o", log, "-e", "trace=" + ",".join(FAILING),
+    # With one processor, no other thread makes a part of the calls. Without --seccomp-bpf, with which
+    # no signal is delivered.
+    processor = random.choice(sorted(os.sched_getaffinity(0)))
+    return ["taskset", "--cpu-list", str(processor), "strace", "-f", "-y", "-qq", "-o", log, "-e", "trace=" + ",".join(FAILING),
             *[word for expression in more for word in ("-e", expression)]]
 
 

@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "framework/system/this_process.h"
+
 namespace zendro::store {
 
 /// Calls `work` once for each number below `count`, on several threads at once; it must not throw.
@@ -17,8 +19,8 @@ void for_each_in_parallel(std::size_t count, const Work& work) {
     for (std::size_t each = next++; each < count; each = next++) work(each);
   };
   std::vector<std::jthread> helpers;
-  const std::size_t threads = std::max<std::size_t>(1, std::thread::hardware_concurrency());
-  for (std::size_t one = 1; one < std::min(threads, count); ++one) helpers.emplace_back(run);
+  const std::size_t threads = std::min(framework::processor_count(), count);
+  for (std::size_t one = 1; one < threads; ++one) helpers.emplace_back(run);
   run();
 }
 

@@ -1,6 +1,7 @@
 // What the running process is to others.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -12,5 +13,8 @@ std::int64_t process_id();
 std::string user_name();
 /// A variable of its environment, in UTF-8; empty where it is not set.
 std::string environment_value(const char* name);
+/// How many processors it may use, 1 at least: who started it may have allowed fewer than there
+/// are.
+std::size_t processor_count();
 
 }  // namespace zendro::framework

@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+
 #include <windows.h>
 #include <lmcons.h>
 
@@ -27,6 +31,14 @@ std::string environment_value(const char* name) {
     }
   }
   return to_utf8(value);
+}
+
+std::size_t processor_count() {
+  DWORD_PTR allowed = 0;
+  DWORD_PTR present = 0;
+  if (GetProcessAffinityMask(GetCurrentProcess(), &allowed, &present) == 0) return 1;
+  // More than 64 processors make several groups, of which the process is told nothing here.
+  return static_cast<std::size_t>(std::max(1, std::popcount(allowed)));
 }
 
 }  // namespace zendro::framework

@@ -1,7 +1,6 @@
 // Work on all processors whose results come in order, as if one piece were done after the other.
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -13,6 +12,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "framework/system/this_process.h"
 
 namespace zendro::framework {
 
@@ -64,7 +65,7 @@ class WorkAhead {
 
  private:
   void add_thread() {
-    if (threads_.size() + 1 >= std::thread::hardware_concurrency()) return;
+    if (threads_.size() + 1 >= processor_count()) return;
     try {
       threads_.emplace_back([this] { work(); });
     } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): take() does all of it
