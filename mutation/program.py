@@ -12,6 +12,7 @@ from points import points_of, with_switches
 
 TESTS = ["zendro_tests", "zendro_cli_tests"]
 PROGRAMS = [*TESTS, "zendro"]
+MOST = 1000  # changes of one source, whose numbers stay when another source changes
 SWITCH = os.path.join(os.path.dirname(os.path.realpath(__file__)), "switch.h")
 
 
@@ -82,12 +83,10 @@ class Program:
         self.build = os.path.join(root, "build/linux")
         self.binaries = os.path.join(self.folder, "bin")
         self.sources = []
-        first = 1
-        for name in names:
+        for place, name in enumerate(names):
             with open(os.path.join(root, name), encoding="utf-8") as file:
-                self.sources.append(Source(name, file.read(), first))
-            first += len(self.sources[-1].numbered)
-        self.count = first - 1
+                self.sources.append(Source(name, file.read(), 1 + MOST * place))
+        self.count = MOST * len(names)
 
     def make(self):
         subprocess.run(["ninja", "-C", self.build, f"-j{self.jobs}", *PROGRAMS], check=True)

@@ -57,7 +57,7 @@ def measure(binary, name, count):
     with tempfile.TemporaryFile() as marks:
         marks.truncate(count + 1)
         start = time.monotonic()
-        if run(binary, [name], 300, [marks.fileno()], MUTANTS_PASSED=str(marks.fileno())) != "passed":
+        if run(binary, [name], 60, [marks.fileno()], MUTANTS_PASSED=str(marks.fileno())) != "passed":
             return None
         seconds = time.monotonic() - start
         marks.seek(0)

@@ -27,10 +27,11 @@ TEST(LocalMemberName, IsOneSegmentOfAnIri) {
   EXPECT_EQ(pkg::local_member_name("azAZ09-._~!$&'()*+,;=:@%"), "azAZ09-._~!$&'()*+,;=:@%");
   EXPECT_EQ(pkg::local_member_name("\"<>?#[]\\^`{|}\x7F\n"),
             "%22%3C%3E%3F%23%5B%5D%5C%5E%60%7B%7C%7D%7F%0A");
-  // U+00E9, U+D7FF, U+10000, U+1FFFD, U+DFFFD, U+E1000 and U+EFFFD may stand in an IRI; the rest of
-  // each row is next to them and may not.
+  // U+00E9, U+D7FF, U+F900, U+FDCF, U+FDF0, U+FFEF, U+10000, U+1FFFD, U+DFFFD, U+E1000 and U+EFFFD
+  // may stand in an IRI; the rest of each row is next to them and may not.
   const std::string kept =
-      "\xC3\xA9\xED\x9F\xBF\xF0\x90\x80\x80\xF0\x9F\xBF\xBD\xF3\x9F\xBF\xBD"
+      "\xC3\xA9\xED\x9F\xBF\xEF\xA4\x80\xEF\xB7\x8F\xEF\xB7\xB0\xEF\xBF\xAF\xF0\x90\x80\x80\xF0\x9F"
+      "\xBF\xBD\xF3\x9F\xBF\xBD"
       "\xF3\xA1\x80\x80\xF3\xAF\xBF\xBD";
   EXPECT_EQ(pkg::local_member_name(kept), kept);
   EXPECT_EQ(pkg::local_member_name("\xC2\x9F"), "%C2%9F");                // U+009F
@@ -93,6 +94,20 @@ TEST_F(DownloadTest, StopsAtTheFirstBadDigest) {
   EXPECT_TRUE(fs::exists(package_folder("a-1.0.0") / "1.zip"));
   EXPECT_FALSE(fs::exists(package_folder("a-1.0.0") / "3.zip"));
   EXPECT_THAT(take_requests(), ElementsAre("GET /bootstrap", "GET /store/1.zip"));
+}
+
+// "a/b" and "a%2Fb" are one local file.
+TEST_F(DownloadTest, MembersOfOneLocalNameHaveTheSameBytes) {
+  start_with({{"good-1.0.0", {{"a/b", "x"}, {"a%2Fb", "x"}}},
+              {"bad-1.0.0", {{"a/b", "x"}, {"a%2Fb", "y"}, {"c", "z"}}}});
+  EXPECT_TRUE(cache().install({"good"}));
+  EXPECT_EQ(file_text(package_folder("good-1.0.0") / "a%2Fb"), "x");
+  take_requests();
+  EXPECT_FALSE(cache().install({"bad"}));
+  EXPECT_THAT(texts().front(), testing::HasSubstr("Another member has the same local name."));
+  EXPECT_EQ(take_messages().size(), 1U);
+  EXPECT_EQ(file_text(package_folder("bad-1.0.0") / "a%2Fb"), "x");
+  EXPECT_FALSE(fs::exists(package_folder("bad-1.0.0") / "c"));
 }
 
 TEST_F(DownloadTest, AMemberIsNoLargerThanTheOptionSays) {

@@ -4,6 +4,7 @@
 #include "app/options/options.h"
 #include "framework/system/files.h"
 #include "pkg/local/mappings.h"
+#include "pkg/local/stamp.h"
 #include "pkg/local/unpacking.h"
 #include "tests/cause.h"
 #include "tests/links.h"
@@ -18,6 +19,28 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+
+// What local files are made of: where one thing of it changes, they are made again.
+TEST(LocalSource, TellsAnyChangeOfAPackage) {
+  using namespace pkg::local;
+  const package_t package{"a-1.0.0",
+                          {{"m.xsd", "m.xsd", framework::sha256("m")}},
+                          {{key_kind::location, "k", "m.xsd"}},
+                          {}};
+  std::vector<package_t> others(7, package);
+  others[0].identity = "a-1.0.1";
+  others[1].members[0].path = "n.xsd";
+  others[2].members[0].digest = framework::sha256("n");
+  others[3].keys[0].kind = key_kind::public_id;
+  others[4].keys[0].key = "l";
+  others[5].keys[0].member_path = "n.xsd";
+  others[6].keys.push_back({key_kind::prefix, "p", ""});
+  std::set<std::string> sources{source_of(package, "/root")};
+  for (const package_t& other : others) sources.insert(source_of(other, "/root"));
+  EXPECT_EQ(sources.size(), 8U);
+  EXPECT_EQ(source_of(package, "/root"), source_of(package_t(package), "/other"))
+      << "nothing in it depends on the place";
+}
 
 class LocalFilesTest : public ManagerTest {
  protected:

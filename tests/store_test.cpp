@@ -375,7 +375,8 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
   };
   for (const std::string& odd :
        {std::string(), std::string("["), std::string("[]"), good.substr(0, good.size() / 2),
-        with("/store/", "/other/"), with(":5", ":\"5\""), with("five", "fi\\r\\nHost: x"),
+        with("/store/", "/other/"), with("\"public_key\":\"", "\"public_key\":\"other"),
+        with(":5", ":\"5\""), with("five", "fi\\r\\nHost: x"),
         with("five", std::string(2000, 'x'))}) {
     write_text(origin(), odd);
     EXPECT_EQ(update(), "whole") << odd;
