@@ -27,7 +27,9 @@ TEST_F(ApplyTest, WhatCannotBeDoneIsSaidBeforeAnythingIsChanged) {
   TestPackage twin = package_of_one_member("lib-1.1.0");
   twin.more["_pkg_installdir"] = "common";
   twin.more["files"] = {{"lib-1.0.0.zip", std::string(64, '0')}};
-  start_with({package_of_one_member("old-1.0.0"), lib,
+  TestPackage same = lib;
+  same.identity = "lib-1.2.0";
+  start_with({package_of_one_member("old-1.0.0"), lib, same,
               package_of_one_member("vain-1.0.0", {"gone"}),
               package_of_one_member("foe-1.0.0", {}, {"lib"}), outside, taken, odd, lost, twin});
   ASSERT_TRUE(cache().install({"old", "lib-1.0"}));
@@ -57,6 +59,11 @@ TEST_F(ApplyTest, WhatCannotBeDoneIsSaidBeforeAnythingIsChanged) {
     EXPECT_FALSE(cache().apply_changes(pairs)) << identity;
     EXPECT_THAT(take_messages(), ElementsAre(message)) << identity;
     EXPECT_EQ(snapshot(), before) << identity;
+  }
+  // A version that has the same bytes for the same member may share the folder.
+  for (const auto action : {kActionInstall, kActionUninstall}) {
+    const std::vector<filter_action> one = {{"lib-1.2.0", action}};
+    EXPECT_TRUE(cache().apply_changes(one)) << testing::PrintToString(texts());
   }
   // What the uninstall removes is in nobody's way.
   const std::vector<filter_action> exchange = {{"lib-1.0.0", kActionUninstall},

@@ -236,13 +236,14 @@ TEST(PackageList, MergedViewKnowsWhatEachVersionIs) {
   const merged_view_t view(
       list_of(
           R"({"a-1.0.0":{"title":"store"},"a-2.0.0":{},"_DEPRECATED":{"a-0.1.0":{},"o-1.0.0":{}}})"),
-      list_of(R"({"a-1.0.0":{"title":"disk"},"o-1.0.0":{},"z-1.0.0":{}})"));
+      list_of(
+          R"({"a-1.0.0":{"title":"disk"},"o-1.0.0":{},"z-1.0.0":{},"_DEPRECATED":{"z-0.1.0":{}}})"));
   std::string text;
   for (const version_view_t& row : view.versions) {
     text += to_string(row.identity) + (row.available ? "A" : "") + (row.installed ? "I" : "") +
             (row.deprecated ? "D" : "") + " ";
   }
-  EXPECT_EQ(text, "a-2.0.0A a-1.0.0AI a-0.1.0D o-1.0.0ID z-1.0.0I ");
+  EXPECT_EQ(text, "a-2.0.0A a-1.0.0AI a-0.1.0D o-1.0.0ID z-1.0.0I z-0.1.0D ");
   EXPECT_EQ(view.versions[1].meta.title(), "disk");
 }
 
