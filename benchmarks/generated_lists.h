@@ -18,7 +18,7 @@ std::string package_name(int package);
 /// and entries of the catalogs.
 std::string store_list(int versions);
 
-/// A list of `versions` packages of one version with short texts, some 0.3 kB each, so that a
+/// A list of `versions` packages of one version with short texts, some 0.24 kB each, so that a
 /// million are less than a list may hold.
 std::string terse_list(int versions);
 
