@@ -387,9 +387,12 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
     EXPECT_EQ(update(), "whole") << list;
   }
   // A list that has become bad without a trace is fetched once somebody has wanted to read it.
-  EXPECT_EQ(update(), "If-None-Match: \"five\"");
+  // Its time is in whole seconds, as not every system's library sets more.
   const auto list = cache_file("pkgs-available.json");
-  const auto time = std::filesystem::last_write_time(list);
+  const auto time =
+      std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(list));
+  std::filesystem::last_write_time(list, time);
+  EXPECT_EQ(update(), "If-None-Match: \"five\"");
   write_text(list, std::string(std::filesystem::file_size(list), '{'));
   std::filesystem::last_write_time(list, time);
   EXPECT_EQ(update(), "If-None-Match: \"five\"");
