@@ -1,4 +1,6 @@
 // Bringing the list of available packages up to date.
+#include <chrono>
+
 #include "app/options/options.h"
 #include "framework/io/digest.h"
 #include "tests/manager_fixture.h"
