@@ -1,6 +1,7 @@
 #include <array>
 
 #include <windows.h>
+#include <gtest/gtest.h>
 
 #include "framework/system/files.h"
 #include "framework/text/utf8.h"
@@ -51,8 +52,18 @@ ProcessOutcome run_process(const std::filesystem::path& program,
   start.hStdError = streams[2];
   PROCESS_INFORMATION process = {};
   DWORD status = static_cast<DWORD>(-1);
-  if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                     &start, &process) != 0) {
+  const auto is_started = [&] {
+    return CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                          &start, &process) != 0;
+  };
+  // Wine fails to start one now and then.
+  bool is_running = is_started();
+  for (int tries = 1; !is_running && tries < 5; ++tries) {
+    Sleep(200);
+    is_running = is_started();
+  }
+  EXPECT_TRUE(is_running) << "not started: error " << GetLastError();
+  if (is_running) {
     WaitForSingleObject(process.hProcess, INFINITE);
     GetExitCodeProcess(process.hProcess, &status);
     CloseHandle(process.hThread);
