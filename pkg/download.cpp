@@ -250,6 +250,7 @@ class package_download {
     request.url = std::move(*url);
     request.size_limit = size_limit_;
     request.trace_log = open_trace_log();
+    request.many_follow = true;
     return context_.get(request);
   }
 

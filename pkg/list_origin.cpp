@@ -4,6 +4,7 @@
 
 #include "app/options/options.h"
 #include "framework/text/json.h"
+#include "framework/url/loggable.h"
 #include "pkg/list_files.h"
 #include "pkg/replace_file.h"
 
@@ -19,6 +20,8 @@ constexpr std::string_view kUrl = "url";
 constexpr std::string_view kBuildNumber = "build_number";
 constexpr std::string_view kPublicKey = "public_key";
 constexpr std::string_view kStamp = "stamp";
+constexpr std::string_view kBootstrap = "bootstrap";
+constexpr std::string_view kStore = "store";
 constexpr std::string_view kETag = "ETag";
 constexpr std::string_view kLastModified = "Last-Modified";
 
@@ -85,37 +88,64 @@ bool is_of_disk(core_context& context, json::object& origin) {
   return true;
 }
 
+// What a document is known by; empty where its headers do not tell versions apart, or where its URL
+// has what is not to stand on the disk, such as a password.
+json::object validators_of(const known_document_t& document) {
+  json::object validators;
+  if (framework::loggable_url(document.url) != document.url) return validators;
+  for (const std::string_view name : {kETag, kLastModified}) {
+    const auto header = document.headers.find(name);
+    if (header != document.headers.end() && is_sendable(header->second)) {
+      validators[name] = header->second;
+    }
+  }
+  if (!validators.empty()) validators[kUrl] = document.url;
+  return validators;
+}
+
+conditions_t conditions_of(const json::object& validators) {
+  const std::string etag = text_of(validators, kETag);
+  if (is_sendable(etag)) return {{"If-None-Match", etag}};
+  // Only where there is no better one: what is published twice within a second has the same date.
+  const std::string last_modified = text_of(validators, kLastModified);
+  if (is_sendable(last_modified)) return {{"If-Modified-Since", last_modified}};
+  return {};
+}
+
 }  // namespace
 
-std::vector<std::pair<std::string, std::string>> conditions_for(core_context& context,
-                                                                const std::string& url) {
+std::optional<known_store_t> known_store(core_context& context, const std::string& bootstrap_url) {
+  const std::optional<json::object> origin = read_origin(context);
+  const json::value* kept = origin ? origin->if_contains(kBootstrap) : nullptr;
+  if (kept == nullptr || !kept->is_object()) return std::nullopt;
+  const json::object& validators = kept->get_object();
+  if (text_of(validators, kUrl) != bootstrap_url) return std::nullopt;
+  known_store_t store{text_of(*origin, kStore), {bootstrap_url, {}}, conditions_of(validators)};
+  if (store.url.empty() || store.conditions.empty()) return std::nullopt;
+  for (const std::string_view name : {kETag, kLastModified}) {
+    store.bootstrap.headers.emplace(name, text_of(validators, name));
+  }
+  return store;
+}
+
+conditions_t conditions_for(core_context& context, const std::string& url) {
   std::optional<json::object> origin = read_origin(context);
   if (!origin || text_of(*origin, kUrl) != url ||
       text_of(*origin, kPublicKey) != public_key(context) || !is_of_disk(context, *origin)) {
     return {};
   }
-  std::vector<std::pair<std::string, std::string>> conditions;
-  const std::string etag = text_of(*origin, kETag);
-  const std::string last_modified = text_of(*origin, kLastModified);
-  if (is_sendable(etag)) conditions.emplace_back("If-None-Match", etag);
-  // Only where there is no better one: what is published twice within a second has the same date.
-  else if (is_sendable(last_modified))
-    conditions.emplace_back("If-Modified-Since", last_modified);
-  return conditions;
+  return conditions_of(*origin);
 }
 
-void note_list_origin(core_context& context, const std::string& url,
-                      const framework::HttpHeaders& headers,
+void note_list_origin(core_context& context, const known_document_t& bootstrap,
+                      const std::string& store_url, const known_document_t& archive,
                       std::optional<std::int64_t> build_number) {
-  json::object origin;
-  for (const std::string_view name : {kETag, kLastModified}) {
-    const auto header = headers.find(name);
-    if (header != headers.end() && is_sendable(header->second)) origin[name] = header->second;
-  }
+  json::object origin = validators_of(archive);
   if (origin.empty() || !build_number || build_number_on_disk(context) != build_number) return;
-  origin[kUrl] = url;
   origin[kBuildNumber] = *build_number;
   origin[kPublicKey] = public_key(context);
+  origin[kBootstrap] = validators_of(bootstrap);
+  origin[kStore] = store_url;
   write_origin(context, origin);
 }
 

@@ -44,8 +44,6 @@ bool is_proven(core_context& context, const framework::HttpHeaders& headers,
   return true;
 }
 
-using conditions_t = std::vector<std::pair<std::string, std::string>>;
-
 framework::HttpAnswer open_document(core_context& context, const std::string& url,
                                     conditions_t conditions = {}) {
   framework::HttpRequest request;
@@ -132,6 +130,59 @@ std::optional<pkgs_available_t> read_new_list(core_context& context, std::string
   return std::move(*document);
 }
 
+struct located_store_t {
+  std::string url;
+  known_document_t bootstrap;
+};
+
+std::string bootstrap_url(const core_context& context) {
+  const json::value url = app::get_store_bootstrap_url(&context.options());
+  return std::string(url.is_null() ? std::string_view() : framework::as_string(url));
+}
+
+// Asks the bootstrap endpoint where the store is, or whether it is not where it was `known` to be.
+std::optional<located_store_t> locate_store(core_context& context, bool many_follow,
+                                            const std::optional<known_store_t>& known) {
+  const msg::Arguments pkgtype = {context.pkgtype()};
+  const auto failed = [&](msg::Code code, std::string_view hint = {}) {
+    context.fail(code, pkgtype, hint);
+    return std::nullopt;
+  };
+  framework::HttpRequest request;
+  request.url = bootstrap_url(context);
+  request.trace_log = open_remote_io_log(context, "bootstrap");
+  if (app::is_staging()) request.trace_level = framework::kTraceStatusOnly;
+  request.many_follow = many_follow;
+  request.is_conditional = known.has_value();
+  if (known) request.headers = known->conditions;
+  const std::string shown_url = framework::loggable_url(request.url);
+  const framework::HttpAnswer response = context.get(request);
+  if (!response) {
+    context.reporter().report(response.error());
+    return failed(msg::Code::connect_pkg_store);
+  }
+  if (known && (*response)->status() == framework::kNotModified) {
+    return located_store_t{known->url, known->bootstrap};
+  }
+  known_document_t bootstrap{request.url, (*response)->headers()};
+
+  const Result<std::string> body =
+      framework::read_all(**response, kBootstrapBuffer, kBootstrapLimit, shown_url);
+  if (!body) {
+    context.reporter().report(body.error());
+    return failed(msg::Code::fetch_pkg_store_info);
+  }
+  const framework::ParsedJson document = framework::parse_json(*body);
+  if (!document) {
+    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + document.error());
+  }
+  try {
+    return located_store_t{store_url_of(*document), std::move(bootstrap)};
+  } catch (const framework::JsonError& problem) {
+    return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
+  }
+}
+
 // Says that the list on the disk is the newest one, and brings the catalogs up to date.
 bool keep_list(core_context& context) {
   context.log(msg::Code::log_pkgs_available_up_to_date, msg::kLevelProgress, {context.pkgtype()});
@@ -160,39 +211,8 @@ Result<std::string> unpack_list(std::string archive, std::string_view name,
 }
 
 std::optional<std::string> bootstrap_store(core_context& context) {
-  const msg::Arguments pkgtype = {context.pkgtype()};
-  const auto failed = [&](msg::Code code, std::string_view hint = {}) {
-    context.fail(code, pkgtype, hint);
-    return std::nullopt;
-  };
-  const json::value url = app::get_store_bootstrap_url(&context.options());
-  framework::HttpRequest request;
-  request.url = url.is_null() ? std::string_view() : framework::as_string(url);
-  request.trace_log = open_remote_io_log(context, "bootstrap");
-  if (app::is_staging()) request.trace_level = framework::kTraceStatusOnly;
-  const std::string shown_url = framework::loggable_url(request.url);
-  const framework::HttpAnswer response = context.get(request);
-  if (!response) {
-    context.reporter().report(response.error());
-    return failed(msg::Code::connect_pkg_store);
-  }
-
-  const Result<std::string> body =
-      framework::read_all(**response, kBootstrapBuffer, kBootstrapLimit, shown_url);
-  if (!body) {
-    context.reporter().report(body.error());
-    return failed(msg::Code::fetch_pkg_store_info);
-  }
-
-  const framework::ParsedJson document = framework::parse_json(*body);
-  if (!document) {
-    return failed(msg::Code::read_pkg_store_info, shown_url + ": not JSON: " + document.error());
-  }
-  try {
-    return store_url_of(*document);
-  } catch (const framework::JsonError& problem) {
-    return failed(msg::Code::invalid_pkg_store_info, shown_url + ": " + problem.what());
-  }
+  std::optional<located_store_t> store = locate_store(context, true, std::nullopt);
+  return store ? std::optional(std::move(store->url)) : std::nullopt;
 }
 
 bool update_store_information(core_context& context, bool force, bool always) {
@@ -203,24 +223,26 @@ bool update_store_information(core_context& context, bool force, bool always) {
   context.log(msg::Code::log_update_cache, msg::kLevelDetail,
               {context.pkgtype(), path_argument(context.cache_root())});
   context.log(msg::Code::log_fetch_pkg_available, msg::kLevelProgress, pkgtype);
-  const std::optional<std::string> store = bootstrap_store(context);
+  const std::optional<located_store_t> store = locate_store(
+      context, false, always ? std::nullopt : known_store(context, bootstrap_url(context)));
   if (!store) return false;
 
   // A store URL ends with a slash, so no separator is added.
-  const std::string url = *store + context.available_name() + ".zip";
+  const std::string url = store->url + context.available_name() + ".zip";
   const std::string shown_url = framework::loggable_url(url);
   const framework::HttpAnswer answer =
       open_document(context, url, always ? conditions_t() : conditions_for(context, url));
   if (answer && (*answer)->status() == framework::kNotModified) return keep_list(context);
   // The answer itself goes with the next request.
-  const framework::HttpHeaders headers = answer ? (*answer)->headers() : framework::HttpHeaders();
+  const known_document_t known_archive{url,
+                                       answer ? (*answer)->headers() : framework::HttpHeaders()};
   std::optional<std::string> archive = read_archive(context, answer, url, shown_url);
   if (!archive) return false;
   std::optional<pkgs_available_t> list = read_new_list(context, std::move(*archive), shown_url);
   if (!list) return false;
   const std::optional<std::int64_t> build_number = list->build_number();
   if (!write_pkg_information(context, std::move(*list))) return false;
-  note_list_origin(context, url, headers, build_number);
+  note_list_origin(context, store->bootstrap, store->url, known_archive, build_number);
   return true;
 }
 

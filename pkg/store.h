@@ -25,8 +25,8 @@ std::string store_url_of(const json::value& document);
 framework::Result<std::string> unpack_list(std::string archive, std::string_view name,
                                            const std::string& shown_url);
 
-/// Asks the bootstrap endpoint for the URL of the store. Reports what goes wrong; then there is
-/// none.
+/// Asks the bootstrap endpoint for the URL of the store, whose members will be asked for next.
+/// Reports what goes wrong; then there is none.
 std::optional<std::string> bootstrap_store(core_context& context);
 
 /// Fetches the list of available packages, proves it by its digest, and by its signature where the

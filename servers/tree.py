@@ -1,5 +1,6 @@
-"""The folder that the servers serve: the schema part of the demonstration store, and in it a package of many members,
-whose names are not plain ASCII and which are many enough to be asked for side by side."""
+"""The folder that the servers serve: the schema part of the demonstration store, and in it two packages: one of large
+members, whose names are not plain ASCII, and one of more members than servers answer over one connection (nginx and
+caddy: 1,000), few of them large."""
 
 import hashlib
 import json
@@ -9,7 +10,8 @@ import zipfile
 
 ARCHIVE = "pkgs-available.json.zip"
 LIST = "pkgs-available.json"
-PARTS = "parts-1.0.0"
+PARTS, WORDS = "parts-1.0.0", "words-1.0.0"
+WORD_COUNT = 1200
 INSTALLED = (PARTS, "cpe-2.3.0", "ocil-2.0.0", "oval-5.11.3", "scap-sds-1.3.0", "xccdf-1.2.1")
 FILTERS = ("parts", "scap-sds")
 
@@ -20,7 +22,12 @@ def make(demo_store, folder):
     shutil.copytree(os.path.join(demo_store, "xsd"), stores)
     with zipfile.ZipFile(os.path.join(stores, ARCHIVE)) as archive:
         document = json.loads(archive.read(LIST))
-    document[PARTS] = {"_name": "parts", "_type": "xsd", "_pkg_installdir": PARTS, "files": write_parts(stores)}
+    parts = {f"größe-{number}": 200_000 for number in range(30)}
+    words = {str(number): 300_000 if number % 200 == 100 else 300 for number in range(WORD_COUNT)}
+    for package, sizes in ((PARTS, parts), (WORDS, words)):
+        name = package.partition("-")[0]
+        document[package] = {"_name": name, "_type": "xsd", "_pkg_installdir": package,
+                             "files": write_members(stores, name, sizes)}
     with zipfile.ZipFile(os.path.join(stores, ARCHIVE), "w", zipfile.ZIP_DEFLATED) as archive:
         archive.writestr(LIST, json.dumps(document))
     with open(os.path.join(stores, ARCHIVE), "rb") as archive:
@@ -29,11 +36,11 @@ def make(demo_store, folder):
     return digest
 
 
-def write_parts(stores):
-    os.makedirs(os.path.join(stores, "parts"))
+def write_members(stores, folder, sizes):
+    os.makedirs(os.path.join(stores, folder))
     files = {}
-    for number in range(30):
-        name, data = f"parts/größe-{number}.zip", os.urandom(200_000)
+    for stem, size in sizes.items():
+        name, data = f"{folder}/{stem}.zip", os.urandom(size)
         files[name] = hashlib.sha256(data).hexdigest()
         with open(os.path.join(stores, name), "wb") as out:
             out.write(data)

@@ -332,8 +332,10 @@ class UnchangedListTest : public StoreTest {
     cache().set_progress_sink([](const pkg::progress_t&) {});  // as programs have it
     EXPECT_TRUE(cache().update_store_information(true, always));
     EXPECT_THAT(take_messages(), IsEmpty());
-    const loopback::ServedRequest request = server_.requests().back();
-    EXPECT_EQ(request.path, kArchive);
+    EXPECT_EQ(server_.requests().back().path, kArchive);
+    return condition_of(server_.requests().back());
+  }
+  static std::string condition_of(const loopback::ServedRequest& request) {
     for (const char* name : {"If-None-Match", "If-Modified-Since"}) {
       const auto header = request.headers.find(name);
       if (header != request.headers.end()) return std::string(name) + ": " + header->second;
@@ -362,6 +364,53 @@ TEST_F(UnchangedListTest, IsNotSentAgain) {
   publish_build(3, {});
   update();
   EXPECT_EQ(update(), "whole") << "without anything to name it by";
+}
+
+TEST_F(UnchangedListTest, NeitherIsTheAddressOfItsStore) {
+  publish({{"a-1.0.0", {}}});
+  publish_build(1, {{"ETag", "\"one\""}});
+  const auto bootstrap = [this](const std::string& folder, const std::string& etag) {
+    server_.serve("/bootstrap",
+                  loopback::Reply::bytes(R"({"pkg.store_url": ")" + server_.url(folder) + R"("})",
+                                         {{"ETag", etag}}));
+  };
+  const auto asked_bootstrap = [this] {
+    const auto requests = server_.requests();
+    EXPECT_EQ(requests[requests.size() - 2].path, "/bootstrap");
+    return condition_of(requests[requests.size() - 2]);
+  };
+  bootstrap("store/", "\"here\"");
+  EXPECT_EQ(update(), "whole");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(update(), "If-None-Match: \"one\"");
+    EXPECT_EQ(asked_bootstrap(), "If-None-Match: \"here\"");
+  }
+  EXPECT_EQ(update(true), "whole");
+  EXPECT_EQ(asked_bootstrap(), "whole") << "when told so";
+
+  // A new list keeps what its store's address is known by.
+  publish_build(2, {{"ETag", "\"two\""}});
+  update();
+  EXPECT_EQ(update(), "If-None-Match: \"two\"");
+  EXPECT_EQ(asked_bootstrap(), "If-None-Match: \"here\"");
+
+  const std::string good = file_text(origin());
+  for (const std::string& odd :
+       {std::string("\"bootstrap\":{\"x\":"), std::string("\"bootstrap\":1,\"x\":")}) {
+    std::string text = good;
+    const std::string name = "\"bootstrap\":";
+    write_text(origin(), text.replace(text.find(name), name.size(), odd));
+    update();
+    EXPECT_EQ(asked_bootstrap(), "whole");
+    write_text(origin(), good);
+  }
+  bootstrap("elsewhere/", "\"there\"");
+  server_.serve("/elsewhere/pkgs-available.json.zip", loopback::Reply::with_status(404));
+  EXPECT_FALSE(cache().update_store_information(true)) << "the store has moved";
+  take_messages();
+  set_option(app::option::store_bootstrap_url, json::string(server_.url("other")));
+  server_.serve("/other", loopback::Reply::with_status(304));
+  EXPECT_FALSE(cache().update_store_information(true)) << "nothing is known of this one";
 }
 
 TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {

@@ -39,6 +39,11 @@ std::unique_ptr<Exchange> EarlyAnswers::take(const std::string& url) {
     ahead_.note_served(*early);
     return early;
   }
+  if (transfer.is_shared && transfer.is_lost) {
+    ahead_.note_lost();
+    pool_.put_back(std::move(early));
+    return nullptr;
+  }
   const bool is_refused = on_trial && !transfer.answered;
   if (is_refused) ahead_.note_refused();
   // The server rather takes one request after the other, or needs its connections for this one.

@@ -19,6 +19,8 @@ using std::chrono::milliseconds;
 constexpr std::size_t kDiscardedBytes = 64 * 1024;
 /// Uploads from this length on wait for the server to agree.
 constexpr std::uint64_t kWorthAsking = 1 << 20;
+/// Of an answer that shares its connection, as long as nobody reads it.
+constexpr std::int64_t kMostAhead = 128 * 1024;
 constexpr long kProxyAuthenticationRequired = 407;
 
 /// Whether the system's trusted certificates are in one file. What is there beside it, in a folder,
@@ -32,6 +34,18 @@ bool has_system_bundle() {
            std::filesystem::is_regular_file(library->cainfo, error);
   }();
   return has_it;
+}
+
+bool knows_http2() {
+  static const bool knows_it =
+      (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_HTTP2) != 0;
+  return knows_it;
+}
+
+/// Whether a transfer has failed for what became of its connection.
+bool is_loss(CURLcode result) {
+  return result == CURLE_SEND_ERROR || result == CURLE_RECV_ERROR || result == CURLE_HTTP2 ||
+         result == CURLE_HTTP2_STREAM || result == CURLE_GOT_NOTHING;
 }
 
 }  // namespace
@@ -73,6 +87,9 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
   CURL* easy = easy_.get();
   if (easy == nullptr) throw std::bad_alloc();
   const std::string_view* body = options.body;
+  const bool offers_http2 = options.offers_http2 && knows_http2();
+  transfer_->is_ahead = options.is_ahead;
+  transfer_->is_shared = offers_http2 && options.is_ahead;
   proxy_ = options.proxy;
   buffer_.clear();
   curl_error_[0] = '\0';
@@ -93,7 +110,8 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
   set(CURLOPT_SHARE, sessions_);
   set(CURLOPT_URL, transfer_->url.c_str());
   set(CURLOPT_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  set(CURLOPT_HTTP_VERSION,
+      static_cast<long>(offers_http2 ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1));
   const std::string user_agent = "Zendro-Package-Manager/" + std::string(program_version());
   set(CURLOPT_USERAGENT, user_agent.c_str());
   set(CURLOPT_NOSIGNAL, 1L);
@@ -170,6 +188,7 @@ void Exchange::start(const HttpRequest& request, const SendOptions& options) {
 
 void Exchange::finished(CURLcode result) {
   transfer_->over = true;
+  transfer_->is_lost |= is_loss(result);
   if (result == CURLE_OK && status() == kProxyAuthenticationRequired) transfer_->answered = true;
   if (result != CURLE_OK && transfer_->cause.empty()) transfer_->cause = cause_of(result);
 }
@@ -246,6 +265,12 @@ bool Exchange::reuses_connection() const {
   return transfer_->connected && opened == 0;
 }
 
+bool Exchange::shares_connection() const {
+  long version = 0;
+  curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_VERSION, &version);
+  return version >= CURL_HTTP_VERSION_2_0;
+}
+
 std::chrono::microseconds Exchange::connect_time() const {
   curl_off_t time = 0;
   if (easy_) curl_easy_getinfo(easy_.get(), CURLINFO_PRETRANSFER_TIME_T, &time);
@@ -287,6 +312,8 @@ std::size_t Exchange::on_header(char* line, std::size_t, std::size_t size, void*
     const bool may_be_followed = status < 200 || (status == kProxyAuthenticationRequired &&
                                                   exchange.proxy_.sign_on_methods != 0);
     transfer.answered = !may_be_followed;
+    transfer.is_shared = exchange.shares_connection();
+    if (!exchange.may_wait(exchange.content_length())) return 0;
   }
   return size;
 } catch (const std::bad_alloc&) {
@@ -298,7 +325,8 @@ std::size_t Exchange::on_body(char* bytes, std::size_t, std::size_t size, void* 
   Transfer& transfer = *exchange.transfer_;
   transfer.answered = true;  // also where a proxy's answer might have been followed by another one
   if (transfer.unwanted && transfer.body_bytes > transfer.unwanted_limit) return 0;
-  if (!transfer.unwanted && !exchange.buffer_.append(bytes, size)) {
+  if (!transfer.unwanted && !exchange.keep(bytes, size)) {
+    if (transfer.is_shared) return 0;
     transfer.paused = true;
     transfer.paused_since = std::chrono::steady_clock::now();
     return CURL_WRITEFUNC_PAUSE;
@@ -306,6 +334,27 @@ std::size_t Exchange::on_body(char* bytes, std::size_t, std::size_t size, void* 
   transfer.body_bytes += size;
   exchange.count_received(size);
   return size;
+}
+
+/// Whether so many more bytes of the body may wait to be read. An answer that shares its connection
+/// is not held back: what is under way of it would pile up in the library (libcurl 7.88: 32 MiB).
+/// So it is given up where it gets too long while nobody reads it.
+bool Exchange::may_wait(std::int64_t size) {
+  const auto waiting = static_cast<std::int64_t>(buffer_.size());
+  const bool is_too_long =
+      transfer_->is_shared && transfer_->is_ahead && waiting + size > kMostAhead;
+  transfer_->is_lost |= is_too_long;
+  return !is_too_long;
+}
+
+/// Keeps bytes of the body until they are read; false where there is no room for them.
+bool Exchange::keep(const char* bytes, std::size_t size) try {
+  if (!transfer_->is_shared) return buffer_.append(bytes, size);
+  if (!may_wait(static_cast<std::int64_t>(size))) return false;
+  buffer_.append_all(bytes, size);
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 void Exchange::count_received(std::size_t bytes) {

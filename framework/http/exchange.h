@@ -56,6 +56,8 @@ struct SendOptions {
   bool is_head = false;                    ///< a HEAD
   const AwsKey* key = nullptr;             ///< that the request is signed with
   bool with_credentials = true;            ///< else headers that carry some are left out
+  bool offers_http2 = false;               ///< where there is TLS
+  bool is_ahead = false;                   ///< nobody reads the answer yet
   ProxyChoice proxy = {};
 };
 
@@ -113,6 +115,9 @@ class Exchange {
  private:
   [[nodiscard]] bool is_refused_by_proxy() const;
   [[nodiscard]] std::string_view cause_of(CURLcode result) const;
+  [[nodiscard]] bool shares_connection() const;
+  bool may_wait(std::int64_t size);
+  bool keep(const char* bytes, std::size_t size);
   void count_received(std::size_t bytes);
   static std::size_t on_header(char* line, std::size_t one, std::size_t size, void* self);
   static std::size_t on_body(char* bytes, std::size_t one, std::size_t size, void* self);

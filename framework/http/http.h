@@ -43,6 +43,9 @@ struct HttpRequest {
   std::shared_ptr<IOImpl_base> trace_log;  ///< what the trace is appended to; null: no trace
   int trace_level = kTraceHeaders;
   bool any_status = false;  ///< an answer with another status than 200 is no failure
+  /// Whether many requests to the same server are likely to follow. HTTP/2 is offered then, whose
+  /// connection costs more bytes, but carries many requests side by side.
+  bool many_follow = false;
 };
 
 /// The answer to a GET: a stream of the body and its headers. Valid until the transport opens the
@@ -80,10 +83,10 @@ class HttpTransport {
 
   /// Tells which plain GETs (no further headers, no trace) are likely to follow, in this order. It
   /// replaces what was told before and sends nothing. From the next get() on the transport may send
-  /// some of these requests before they are asked for, over a limited number of connections and
-  /// into limited memory. This changes only how long get() takes, not what it returns: where an
-  /// early answer is cut short, is an error, or does not begin to arrive, get() sends the request
-  /// once more.
+  /// some of these requests before they are asked for, over a limited number of connections, or one
+  /// that they share, and into limited memory. This changes only how long get() takes, not what it
+  /// returns: where an early answer is cut short, is an error, or does not begin to arrive, get()
+  /// sends the request once more.
   virtual void expect(const std::vector<std::string>& urls) { static_cast<void>(urls); }
 };
 

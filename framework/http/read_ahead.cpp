@@ -15,6 +15,11 @@ using std::chrono::steady_clock;
 
 /// How many requests are sent before they are asked for.
 constexpr std::size_t kReadAhead = 20;
+/// The same over a connection that they share. Servers should allow 100 (RFC 9113, section 6.5.2).
+constexpr std::size_t kSharedAhead = 96;
+/// One of so many answers may have to be asked for again: that costs a round trip, as much as is
+/// saved by sharing a connection for so many.
+constexpr std::size_t kFewLost = 25;
 /// How long any server keeps a connection open on which nobody reads.
 constexpr std::chrono::seconds kUnreadConnectionLife{5};
 
@@ -51,6 +56,7 @@ bool is_of_use(const Exchange& exchange) {
 void ReadAhead::expect(const std::vector<std::string>& urls) {
   forget();
   expected_.clear();
+  taken_ = lost_ = 0;
   for (const std::string& url : urls) {
     RequestUrl encoded = http_request_url(url);
     if (!encoded) break;
@@ -67,16 +73,23 @@ void ReadAhead::send(const Exchange& current) {
   look_at_suspect();
   // The connection of the current exchange may be what the next one needs.
   if (!ahead_.empty() && is_on_trial(*ahead_.front())) return;
-  const std::size_t limit = connections();
+  const bool shared = is_shared(current);
+  const std::size_t most = shared ? kSharedAhead : kReadAhead;
+  const std::size_t limit = shared ? most : connections();
   auto busy = static_cast<std::size_t>(std::count_if(ahead_.begin(), ahead_.end(), is_on_its_way));
   if (!current.transfer().over) ++busy;
-  for (; !expected_.empty() && ahead_.size() < kReadAhead && busy < limit; ++busy) {
+  for (; !expected_.empty() && ahead_.size() < most && busy < limit; ++busy) {
     std::unique_ptr<Exchange> exchange = pool_.take();
     exchange->prepare(expected_.front());
     expected_.pop_front();
-    pool_.start(*exchange);
+    pool_.start(*exchange, {}, {.offers_http2 = shared, .is_ahead = true});
     ahead_.push_back(std::move(exchange));
   }
+}
+
+/// Whether what is sent ahead goes over the connection of the current exchange.
+bool ReadAhead::is_shared(const Exchange& current) const {
+  return current.transfer().is_shared && lost_ <= 1 + taken_ / kFewLost;
 }
 
 /// The most connections that may be used at once.
@@ -104,6 +117,8 @@ std::unique_ptr<Exchange> ReadAhead::take(const std::string& url) {
   for (auto before = ahead_.begin(); before != found; ++before) pool_.put_back(std::move(*before));
   std::unique_ptr<Exchange> exchange = std::move(*found);
   ahead_.erase(ahead_.begin(), std::next(found));
+  ++taken_;
+  exchange->transfer().is_ahead = false;
   if (!was_kept_waiting(exchange->transfer(), pool_.moved_on())) return exchange;
   pool_.put_back(std::move(exchange));
   return nullptr;
@@ -112,6 +127,8 @@ std::unique_ptr<Exchange> ReadAhead::take(const std::string& url) {
 void ReadAhead::note_served(const Exchange& exchange) {
   if (has_proved_connection(exchange) && served_ <= kReadAhead) ++served_;
 }
+
+void ReadAhead::note_lost() { ++lost_; }
 
 void ReadAhead::note_refused() { limited_ = true; }
 

@@ -22,8 +22,12 @@ class ReadAhead {
   /// What is likely to be asked for, in this order, instead of what was expected before.
   void expect(const std::vector<std::string>& urls);
   /// Sends what is expected next: 20 requests at most, and no more at a time than there are
-  /// connections for beside that of the current exchange. Answers that wait to be taken count among
-  /// the 20, so that memory is bounded.
+  /// connections for beside that of the current exchange. Where that shares its connection
+  /// (HTTP/2), 96 requests go over the same one. Answers that wait to be taken count among them, so
+  /// that memory is bounded: a shared connection is not held back for one answer, so one that gets
+  /// too long to be kept is given up. It is asked for again in its turn, and so are those that were
+  /// lost with a connection. Where that is often so, requests get connections of their own until
+  /// others are expected.
   void send(const Exchange& current);
   /// The exchange that was begun for this URL; null where there is none, or none that serves as
   /// well as a new one. What was expected before it is given up.
@@ -39,6 +43,8 @@ class ReadAhead {
   void note_served(const Exchange& exchange);
   /// Its connection was closed without an answer.
   void note_refused();
+  /// It was lost with a shared connection, or given up for its sake.
+  void note_lost();
   /// The same request, sent later over another connection, was answered first. The exchange goes on
   /// unseen: an answer shows that the server is slow, but does serve so many connections.
   void note_overtaken(std::unique_ptr<Exchange> exchange);
@@ -48,12 +54,15 @@ class ReadAhead {
 
  private:
   void forget();
+  [[nodiscard]] bool is_shared(const Exchange& current) const;
   void look_at_suspect();
   [[nodiscard]] std::size_t connections() const;
 
   ExchangePool& pool_;
   std::deque<std::string> expected_;             ///< encoded URLs that are not sent yet
   std::deque<std::unique_ptr<Exchange>> ahead_;  ///< sent, but not taken yet, in their order
+  std::size_t taken_ = 0;                        ///< of those that are expected
+  std::size_t lost_ = 0;                         ///< of these, for sharing a connection
   std::unique_ptr<Exchange> suspect_;            ///< overtaken; its answer may still come
   bool limited_ = false;                         ///< to as many connections as were served
   std::size_t served_ = 1;                       ///< connections; the first request had one

@@ -66,7 +66,10 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
     const bool in_turn = !std::exchange(is_sent, false);
     if (in_turn) {
       const bool is_trusted = redirects == 0 || same_origin(first_url, current_->transfer().url);
-      pool_.start(*current_, request, {.body = body, .with_credentials = is_trusted});
+      SendOptions options{.body = body, .with_credentials = is_trusted};
+      options.offers_http2 = request.many_follow && body == nullptr;
+      pool_.start(*current_, request, options);
+      if (options.offers_http2) repeat_if_lost(request, options, result);
     }
     await_answer(body, result);
     const Transfer& answer = current_->transfer();
@@ -84,6 +87,19 @@ std::string RequestSender::follow(const HttpRequest& request, const std::string_
     if (!target) return target.error();
     current_->prepare(*target);
   }
+}
+
+/// Waits for the answer, and sends the request once more where it was lost with its connection. A
+/// server that has answered many requests over a shared one closes it, which libcurl 7.88 may
+/// notice too late to do this by itself. The repeated one shares no connection.
+void RequestSender::repeat_if_lost(const HttpRequest& request, SendOptions options,
+                                   SendResult& result) {
+  await_answer(options.body, result);
+  const Transfer& transfer = current_->transfer();
+  if (transfer.answered || !transfer.is_lost || !current_->reuses_connection()) return;
+  current_->prepare(std::string(transfer.url));
+  options.offers_http2 = false;
+  pool_.start(*current_, request, options);
 }
 
 /// Waits for the answer. Where there is a body, all of it is sent even if the answer comes earlier,

@@ -51,6 +51,7 @@ class RequestSender {
   bool take_early(const std::string& url);
   std::string follow(const HttpRequest& request, const std::string_view* body, bool is_sent,
                      SendResult& result);
+  void repeat_if_lost(const HttpRequest& request, SendOptions options, SendResult& result);
   void await_answer(const std::string_view* body, SendResult& result);
 
   ExchangePool pool_;

@@ -58,8 +58,18 @@ void StallClock::add(std::chrono::nanoseconds time, std::uint64_t bytes) {
   bytes_ = bytes;
 }
 
+void BodyBuffer::clear() {
+  begin_ = end_ = 0;
+  if (bytes_.size() > kIoBlock) bytes_ = std::vector<char>(kIoBlock);
+}
+
+void BodyBuffer::append_all(const char* bytes, std::size_t size) {
+  if (size > bytes_.size() - end_) bytes_.resize(end_ + std::max(size, end_));
+  append(bytes, size);
+}
+
 bool BodyBuffer::append(const char* bytes, std::size_t size) {
-  if (empty()) clear();
+  if (empty()) begin_ = end_ = 0;
   if (size > bytes_.size() - end_) return false;
   std::memcpy(bytes_.data() + end_, bytes, size);
   end_ += size;

@@ -40,13 +40,16 @@ class StallClock {
   std::uint64_t bytes_ = 0;             ///< moved when the speed was looked at
 };
 
-/// The bytes of a body between their arrival and their reading; of a fixed size.
+/// The bytes of a body between their arrival and their reading.
 class BodyBuffer {
  public:
   [[nodiscard]] bool empty() const { return begin_ == end_; }
-  void clear() { begin_ = end_ = 0; }
+  [[nodiscard]] std::size_t size() const { return end_ - begin_; }
+  void clear();
   /// Takes in all of `size` bytes, or none where there is no room for them.
   bool append(const char* bytes, std::size_t size);
+  /// The same, and makes room. Throws std::bad_alloc.
+  void append_all(const char* bytes, std::size_t size);
   /// Moves up to `size` bytes to `out`: their count.
   std::size_t take(void* out, std::size_t size);
 
@@ -81,10 +84,13 @@ class Transfer {
   bool answered = false;             ///< the headers of the final answer are complete
   bool unwanted = false;             ///< the body is thrown away
   std::uint64_t unwanted_limit = 0;  ///< length of the body at which it is broken off then
+  bool is_shared = false;            ///< the connection, by others (HTTP/2)
+  bool is_ahead = false;             ///< nobody reads the answer yet
   bool paused = false;               ///< bytes are held back until there is room for them
   std::chrono::steady_clock::time_point paused_since;
-  bool over = false;  ///< nothing more will arrive
-  std::string cause;  ///< why it ended before its time; empty: it did not
+  bool over = false;     ///< nothing more will arrive
+  bool is_lost = false;  ///< with its connection, or for the sake of others that share it
+  std::string cause;     ///< why it ended before its time; empty: it did not
 
  private:
   [[nodiscard]] bool refuse(std::string why);
