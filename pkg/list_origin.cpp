@@ -89,10 +89,10 @@ bool is_of_disk(core_context& context, json::object& origin) {
 }
 
 // What a document is known by; empty where its headers do not tell versions apart, or where its URL
-// has what is not to stand on the disk, such as a password.
+// has a password, which is not to stand on the disk.
 json::object validators_of(const known_document_t& document) {
   json::object validators;
-  if (framework::loggable_url(document.url) != document.url) return validators;
+  if (framework::hide_credentials(document.url) != document.url) return validators;
   for (const std::string_view name : {kETag, kLastModified}) {
     const auto header = document.headers.find(name);
     if (header != document.headers.end() && is_sendable(header->second)) {

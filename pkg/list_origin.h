@@ -44,9 +44,9 @@ std::optional<known_store_t> known_store(core_context& context, const std::strin
 conditions_t conditions_for(core_context& context, const std::string& url);
 
 /// Takes note that the list on the disk came from this archive, of the store that the bootstrap
-/// document named. Nothing is noted where the archive's headers do not tell versions apart, or
-/// where that list has not the build number `read` from the archive. Failures are not told, since
-/// nothing depends on it.
+/// document named. Nothing is noted where the archive's headers do not tell versions apart, where
+/// its URL has a password, or where that list has not the build number `read` from the archive.
+/// Failures are not told, since nothing depends on it.
 void note_list_origin(core_context& context, const known_document_t& bootstrap,
                       const std::string& store_url, const known_document_t& archive,
                       std::optional<std::int64_t> build_number);

@@ -404,6 +404,17 @@ TEST_F(UnchangedListTest, NeitherIsTheAddressOfItsStore) {
     EXPECT_EQ(asked_bootstrap(), "whole");
     write_text(origin(), good);
   }
+  // No password is written down.
+  const std::string plain = server_.url("bootstrap");
+  set_option(app::option::store_bootstrap_url,
+             json::string(std::string(plain).insert(plain.find("//") + 2, "me:secret@")));
+  std::filesystem::remove(origin());
+  update();
+  EXPECT_EQ(file_text(origin()).find("secret"), std::string::npos);
+  EXPECT_EQ(update(), "If-None-Match: \"two\"");
+  EXPECT_EQ(asked_bootstrap(), "whole");
+  set_option(app::option::store_bootstrap_url, json::string(plain));
+
   bootstrap("elsewhere/", "\"there\"");
   server_.serve("/elsewhere/pkgs-available.json.zip", loopback::Reply::with_status(404));
   EXPECT_FALSE(cache().update_store_information(true)) << "the store has moved";
