@@ -12,6 +12,7 @@ enum class source { installed, installed_deprecated, available, available_deprec
 // Merges one sorted map into the sorted rows. Maps come in the order of preference of their
 // metadata, so a row that exists keeps it and only learns one more fact.
 void merge(std::vector<version_view_t>& rows, const package_map& packages, source from) {
+  if (packages.empty()) return;
   std::vector<version_view_t> merged;
   merged.reserve(rows.size() + packages.size());
   auto row = rows.begin();

@@ -34,6 +34,21 @@ void sort_packages(package_map& packages) {
   packages.erase(std::unique(packages.begin(), packages.end(), same), packages.end());
 }
 
+// What the key says where it is one of a package version, see is_version_key().
+std::optional<name_semver_t> version_of(std::string_view key) {
+  const std::span<const app::PackageType> types = app::package_types();
+  const bool is_file_name = std::any_of(
+      types.begin(), types.end(),
+      [key](const app::PackageType& type) { return key.ends_with(type.file_extension); });
+  if (key.size() > kLongestKey || is_file_name || key.find('\0') != std::string_view::npos) {
+    return std::nullopt;
+  }
+  name_semver_t identity = parse_identity(key);
+  // What is given has no gap.
+  if (identity.name.empty() || identity.version.patch == kAnyPart) return std::nullopt;
+  return identity;
+}
+
 // Refuses an entry that holds too much.
 void require_modest(const framework::LazyDocument::Member& entry,
                     framework::LazyDocument& document) {
@@ -94,27 +109,43 @@ const package_t* find_best(const package_map& packages, const name_semver_t& key
   return fits ? &*found : nullptr;
 }
 
-bool is_version_key(std::string_view key) {
-  const std::span<const app::PackageType> types = app::package_types();
-  const bool is_file_name = std::any_of(
-      types.begin(), types.end(),
-      [key](const app::PackageType& type) { return key.ends_with(type.file_extension); });
-  if (key.size() > kLongestKey || is_file_name || key.find('\0') != std::string_view::npos) {
-    return false;
-  }
-  const auto [name, version] = parse_identity(key);
-  // What is given has no gap.
-  return !name.empty() && version.patch != kAnyPart;
-}
+bool is_version_key(std::string_view key) { return version_of(key).has_value(); }
 
 pkgs_available_t::pkgs_available_t(std::shared_ptr<framework::LazyDocument> document,
                                    std::span<const std::string_view> not_packages) {
   require_at_most(kMostValues, document->value_count(), "values");
-  std::size_t count = 0;
-  const std::vector<document_entry> members =
-      document->members(document->root(), kMostEntries, count);
-  require_at_most(kMostEntries, count, "entries");
-  members_.reserve(members.size());
+  source_t source{*document, {}, 0, not_packages};
+  source.members = document->all_members(document->root(), kMostEntries, source.count);
+  require_at_most(kMostEntries, source.count, "entries");
+  if (!read_in_order(source)) {
+    framework::LazyDocument::drop_repeated(source.members);
+    *this = {};
+    read(source, false);
+    sort_packages(packages_);
+  }
+  members_ = std::move(source.members);
+  std::erase_if(members_, [not_packages](const document_entry& member) {
+    return std::find(not_packages.begin(), not_packages.end(), member.name) != not_packages.end();
+  });
+  documents_.push_back(std::move(document));
+}
+
+// Entries mostly stand in the order of their identities, and then no name is there twice. To look
+// for repeated names takes longer than all of this, so it is done only where there is no order, or
+// an entry is at fault that another one may replace: false.
+bool pkgs_available_t::read_in_order(const source_t& source) {
+  try {
+    return read(source, true);
+  } catch (const framework::JsonError&) {
+    return false;
+  }
+}
+
+// Whether it is known that no name is there twice. Ends at the first package that is not in order
+// where that is needed.
+bool pkgs_available_t::read(const source_t& source, bool is_order_needed) {
+  const auto& [document, members, count, not_packages] = source;
+  std::vector<std::string_view> others;  // the names of what is no package
   packages_.reserve(members.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     if (i + kAskedForAhead < members.size()) {
@@ -122,42 +153,57 @@ pkgs_available_t::pkgs_available_t(std::shared_ptr<framework::LazyDocument> docu
     }
     const document_entry& member = members[i];
     const std::string_view key = member.name;
-    if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) continue;
-    const framework::LazyObject& map = document->object(member.text);
-    bool is_package = false;
-    if (key == kMeta) {
-      require_modest(member, *document);
-      if (const json::value* number = map.values().if_contains(kBuildNumber)) {
-        build_number_ = framework::to_int64(*number);
-      }
-    } else if (key == kDeprecated) {
-      std::size_t deprecated = 0;
-      const std::vector<document_entry> entries =
-          document->members(member.text, kMostEntries, deprecated);
-      require_at_most(kMostEntries, count + deprecated, "entries");
-      for (const document_entry& entry : entries) {
-        require_modest(entry, *document);
-        add_package(entry, document->object(entry.text), deprecated_);
-      }
-    } else {
-      require_modest(member, *document);
-      is_package = add_package(member, map, packages_);
+    if (std::find(not_packages.begin(), not_packages.end(), key) != not_packages.end()) {
+      others.push_back(key);
+      continue;
     }
-    members_.push_back({key, &map, is_package});
+    const framework::LazyObject& map = document.object(member.text);
+    bool is_package = false;
+    if (key == kDeprecated) {
+      read_deprecated(source, member);
+    } else {
+      require_modest(member, document);
+      if (key == kMeta) {
+        if (const json::value* number = map.values().if_contains(kBuildNumber)) {
+          build_number_ = framework::to_int64(*number);
+        }
+      } else {
+        is_package = add_package(member, map, packages_);
+      }
+    }
+    if (!is_package) {
+      others.push_back(key);
+    } else if (is_order_needed && packages_.size() > 1 &&
+               !identity_less(packages_[packages_.size() - 2], packages_.back())) {
+      return false;
+    }
   }
-  sort_packages(packages_);
+  std::sort(others.begin(), others.end());
+  return std::adjacent_find(others.begin(), others.end()) == others.end();
+}
+
+void pkgs_available_t::read_deprecated(const source_t& source, const document_entry& entry) {
+  framework::LazyDocument& document = source.document;
+  std::size_t count = 0;
+  std::vector<document_entry> entries = document.all_members(entry.text, kMostEntries, count);
+  require_at_most(kMostEntries, source.count + count, "entries");
+  framework::LazyDocument::drop_repeated(entries);
+  for (const document_entry& deprecated : entries) {
+    require_modest(deprecated, document);
+    add_package(deprecated, document.object(deprecated.text), deprecated_);
+  }
   sort_packages(deprecated_);
-  documents_.push_back(std::move(document));
 }
 
 // Whether the entry is a package.
 bool pkgs_available_t::add_package(const document_entry& entry, const framework::LazyObject& map,
                                    package_map& packages) {
-  if (!is_version_key(entry.name)) {
+  std::optional<name_semver_t> identity = version_of(entry.name);
+  if (!identity) {
     refused_.push_back(entry.name);
     return false;
   }
-  packages.push_back(make_package(entry.name, map));
+  packages.push_back({std::move(*identity), entry.name, meta_t(map)});
   return true;
 }
 
@@ -183,17 +229,16 @@ void pkgs_available_t::add(std::span<const package_t* const> packages,
   if (added.empty()) return;
   documents_.insert(documents_.end(), source.documents_.begin(), source.documents_.end());
 
-  std::vector<member_t> members;
+  std::vector<document_entry> members;
   members.reserve(members_.size() + added.size());
   auto next = added.begin();
   const auto add_next = [&] {
-    members.push_back({(*next)->key, &(*next)->meta.map(), true});
+    members.push_back({(*next)->key, (*next)->meta.map().text()});
     ++next;
   };
-  for (const member_t& member : members_) {
-    if (member.is_package) {
-      const name_semver_t identity = parse_identity(member.key);
-      while (next != added.end() && (*next)->identity < identity) add_next();
+  for (const document_entry& member : members_) {
+    if (const std::optional<name_semver_t> identity = version_of(member.name)) {
+      while (next != added.end() && (*next)->identity < *identity) add_next();
     }
     members.push_back(member);
   }
@@ -229,10 +274,9 @@ void pkgs_available_t::set_deprecated(std::string text) {
   auto parsed = framework::LazyDocument::parse(std::move(text));
   if (!parsed) throw framework::JsonError(parsed.error());  // nested deeper than before
   std::shared_ptr<framework::LazyDocument> document = std::move(*parsed);
-  const member_t member{kDeprecated, &document->object(document->root()), false};
-  const auto old = std::find_if(members_.begin(), members_.end(), [](const member_t& one) {
-    return !one.is_package && one.key == kDeprecated;
-  });
+  const document_entry member{kDeprecated, document->root()};
+  const auto old = std::find_if(members_.begin(), members_.end(),
+                                [](const document_entry& one) { return one.name == kDeprecated; });
   if (old != members_.end()) {
     *old = member;
   } else {
@@ -250,8 +294,9 @@ void pkgs_available_t::remove(std::span<const name_semver_t> identities) {
   const auto is_removed = [identities](const name_semver_t& identity) {
     return std::binary_search(identities.begin(), identities.end(), identity);
   };
-  std::erase_if(members_, [&](const member_t& member) {
-    return member.is_package && is_removed(parse_identity(member.key));
+  std::erase_if(members_, [&](const document_entry& member) {
+    const std::optional<name_semver_t> identity = version_of(member.name);
+    return identity && is_removed(*identity);
   });
   std::erase_if(packages_, [&](const package_t& package) { return is_removed(package.identity); });
 }
@@ -259,19 +304,19 @@ void pkgs_available_t::remove(std::span<const name_semver_t> identities) {
 std::string pkgs_available_t::serialise() const {
   std::string out;
   std::size_t expected_size = 0;
-  for (const member_t& member : members_) {
-    expected_size += member.key.size() + member.map->text().size() + kSeparatorsSize;
+  for (const document_entry& member : members_) {
+    expected_size += member.name.size() + member.text.size() + kSeparatorsSize;
   }
   out.reserve(expected_size);
   framework::JsonWriter writer(out);
   out += '{';
   const char* separator = "\n";
-  for (const member_t& member : members_) {
+  for (const document_entry& member : members_) {
     out += separator;
     separator = ",\n";
-    writer.append(member.key);
+    writer.append(member.name);
     out += ':';
-    member.map->append_to(writer);
+    framework::append_object(writer, member.text);
   }
   out += "\n}\n";
   return out;

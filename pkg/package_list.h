@@ -112,18 +112,22 @@ class pkgs_available_t {
  private:
   using document_entry = framework::LazyDocument::Member;
 
+  struct source_t {
+    framework::LazyDocument& document;
+    std::vector<document_entry> members;
+    std::size_t count;  ///< of all its members
+    std::span<const std::string_view> not_packages;
+  };
+
+  bool read_in_order(const source_t& source);
+  bool read(const source_t& source, bool is_order_needed);
+  void read_deprecated(const source_t& source, const document_entry& entry);
   bool add_package(const document_entry& entry, const framework::LazyObject& map,
                    package_map& packages);
   void set_deprecated(std::string text);
 
-  struct member_t {
-    std::string_view key;
-    const framework::LazyObject* map;
-    bool is_package;  ///< false for "_META", "_DEPRECATED" and what is refused
-  };
-
   std::vector<std::shared_ptr<const framework::LazyDocument>> documents_;
-  std::vector<member_t> members_;  ///< all top level members in document order
+  std::vector<document_entry> members_;  ///< all top level members in document order
   package_map packages_;
   package_map deprecated_;
   std::vector<std::string_view> refused_;

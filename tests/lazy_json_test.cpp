@@ -1,5 +1,6 @@
 #include "framework/text/lazy_json.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -94,15 +95,11 @@ TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
       ++expected;
     }
     ASSERT_EQ(object.string("no such name"), "");
-    std::string written;
-    std::string written_from_text;
-    JsonWriter writer(written);
-    JsonWriter text_writer(written_from_text);
-    document->object(document->root()).append_to(text_writer);
     ASSERT_EQ(object.values(), whole);
-    object.append_to(writer);
+    std::string written;
+    JsonWriter writer(written);
+    append_object(writer, document->root());
     ASSERT_EQ(written, json::serialize(value));
-    ASSERT_EQ(written_from_text, written);
     repeated += text.find("\"a\"") != text.rfind("\"a\"");
   }
   EXPECT_GT(repeated, 100);
@@ -168,7 +165,7 @@ TEST(LazyJson, CountsValuesAndMembers) {
       const auto document =
           document_of("{\"a\":0,\"b\": " + value + " ,\"a\":1}", found_while_checking);
       EXPECT_EQ(document->value_count(), 4 + inside) << value;
-      const auto members = document->members(document->root(), 2, count);
+      const auto members = document->all_members(document->root(), 2, count);
       ASSERT_EQ(members.size(), 2u);
       EXPECT_EQ(count, 3u);
       EXPECT_EQ(members[0].text, "0") << "what is too much is not looked at";
@@ -202,6 +199,49 @@ TEST(LazyJson, AcceptsExactlyWhatCanBeParsed) {
     const auto document = LazyDocument::parse(text);
     EXPECT_EQ(document.has_value(), value.has_value()) << text;
     EXPECT_EQ(document ? "" : document.error(), value ? "" : value.error()) << text;
+  }
+}
+
+// A long text is cut into halves, wherever a line ends in its middle.
+TEST(LazyJson, LongTextsAreCheckedLikeShortOnes) {
+  constexpr std::size_t kLines = 30'000;
+  const auto lines = [](std::string_view first, std::string_view middle, std::string_view last) {
+    std::string text(first);
+    for (std::size_t i = 0; i < kLines; ++i) {
+      if (i == kLines / 2) text += middle;
+      text += ",\n\"" + std::to_string(i) + R"(":{"a":["text, [\"and\"] more",1.5,{}]})";
+    }
+    return text.append(last);
+  };
+  for (const auto& [first, middle, last] : std::vector<std::array<std::string_view, 3>>{
+           {"{\"first\":0", "", "\n}\n"},
+           {" \n{\"first\":{}", "", "}"},
+           {"{\"first\":0", ",\"0\":[]", ",\"1\":2}"},
+           {"{\"f\\u0069rst\":0", "", "}"},
+           {"{\"first\":0", "", ",\"\\n\":0}"},
+           {"{\"first\":{\"inner\":0", "", "}}"},  // cut inside of a member
+           {"[{\"first\":0", "", "}]"},
+           {"{\"first\":{\"inner\":0", "}", "}"},
+           {"{\"first\":0", "}", "}"},  // and what is no document
+           {"{\"first\":00", "", "}"},
+           {"{\"first\":0", "", "]"},
+           {"{\"first\":0", "", "} x"},
+           {"{\"first\":0", "", ""},
+           {"\"first\":0", "", ""},
+           {"{\"first\":0", ",", "}"}}) {
+    const std::string text = lines(first, middle, last);
+    const ParsedJson value = parse_json(text);
+    const auto found = LazyDocument::parse(text, 2 * kLines);
+    ASSERT_EQ(found ? "" : found.error(), value ? "" : value.error()) << first << middle << last;
+    if (!value || !value->is_object()) continue;
+    std::size_t count = 0;
+    const auto document = document_of(text);
+    const auto members = document->all_members(document->root(), text.size(), count);
+    EXPECT_TRUE((*found)->all_members((*found)->root(), text.size(), count) == members) << first;
+    std::size_t values = 1;
+    for (const auto& member : members) values += 1 + member.values;
+    EXPECT_EQ((*found)->value_count(), values) << first;
+    EXPECT_TRUE(check_json(text, count - 1)->members.empty()) << first;
   }
 }
 

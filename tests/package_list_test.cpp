@@ -77,6 +77,32 @@ TEST(PackageList, RefusesWhatIsNoList) {
   }
 }
 
+// Whether packages stand in order or not.
+TEST(PackageList, OfRepeatedEntriesTheLastCountsAtThePlaceOfTheFirst) {
+  const struct {
+    const char* text;
+    const char* members;
+    std::size_t packages;
+  } rows[] = {
+      {R"({"a-1.0.0":7,"b-1.0.0":{},"a-1.0.0":{"v":2}})", R"("a-1.0.0":{"v":2},"b-1.0.0":{})", 2},
+      {R"({"a-1.0.0":{},"a-1.0.0":{"v":2}})", R"("a-1.0.0":{"v":2})", 1},
+      {R"({"_META":0,"a-1.0.0":{},"_META":{"v":2}})", R"("_META":{"v":2},"a-1.0.0":{})", 1},
+      {R"({"x":{"v":1},"a-1.0.0":{},"y":{},"x":{}})", R"("x":{},"a-1.0.0":{},"y":{})", 1},
+      {R"({"_DEPRECATED":{"b-1.0.0":{}},"a-1.0.0":{},"_DEPRECATED":{}})",
+       R"("_DEPRECATED":{},"a-1.0.0":{})", 1},
+      // Two names, but one identity.
+      {R"({"a-1.0.0":{},"a-01.0.0":{}})", R"("a-1.0.0":{},"a-01.0.0":{})", 1},
+  };
+  for (const auto& row : rows) {
+    const pkgs_available_t list = list_of(row.text);
+    std::string members = list.serialise();
+    std::erase(members, '\n');
+    EXPECT_EQ(members, "{" + std::string(row.members) + "}") << row.text;
+    EXPECT_EQ(list.packages().size(), row.packages) << row.text;
+    EXPECT_TRUE(list.deprecated().empty() && list.refused().size() <= 2) << row.text;
+  }
+}
+
 TEST(PackageList, HoldsNoMoreThanItMay) {
   const auto times = [](std::size_t count, std::string_view part) {
     std::string text;

@@ -1,138 +1,15 @@
 #include "framework/text/json.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <functional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
-#include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/src.hpp>
+
+#include "framework/text/json_checker.h"
 
 namespace zendro::framework {
 namespace {
-
-constexpr std::size_t kMaxDepth = 32;
-
-// The library's own conversion of a number is up to one unit in the last place off, and gives
-// infinity, which could not be written as JSON again, for what is too large. A document is one
-// buffer, so that the text of a number comes in one piece. False for a number out of range.
-bool read_double(json::string_view text, double approximate, double& number) {
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (result.ec != std::errc::result_out_of_range) return true;
-  number = std::copysign(0.0, text[0] == '-' ? -1.0 : 1.0);  // closer to 0 than to any other
-  return std::abs(approximate) <= 1;
-}
-
-// Accepts every document with numbers in range and keeps nothing of it but the number of values.
-struct Checker {
-  static constexpr std::size_t max_object_size = json::object::max_size();
-  static constexpr std::size_t max_array_size = json::array::max_size();
-  static constexpr std::size_t max_key_size = json::string::max_size();
-  static constexpr std::size_t max_string_size = json::string::max_size();
-
-  std::size_t values = 0;
-
-  bool on_document_begin(json::error_code&) { return true; }
-  bool on_document_end(json::error_code&) { return true; }
-  bool on_object_begin(json::error_code&) { return true; }
-  bool on_object_end(std::size_t, json::error_code&) { return count(); }
-  bool on_array_begin(json::error_code&) { return true; }
-  bool on_array_end(std::size_t, json::error_code&) { return count(); }
-  bool on_key_part(json::string_view, std::size_t, json::error_code&) { return true; }
-  bool on_key(json::string_view, std::size_t, json::error_code&) { return true; }
-  bool on_string_part(json::string_view, std::size_t, json::error_code&) { return true; }
-  bool on_string(json::string_view, std::size_t, json::error_code&) { return count(); }
-  bool on_number_part(json::string_view, json::error_code&) { return true; }
-  bool on_int64(std::int64_t, json::string_view, json::error_code&) { return count(); }
-  bool on_uint64(std::uint64_t, json::string_view, json::error_code&) { return count(); }
-  bool on_double(double approximate, json::string_view text, json::error_code& error) {
-    double number = 0;
-    if (read_double(text, approximate, number)) return count();
-    error = json::error::exponent_overflow;
-    return false;
-  }
-  bool on_bool(bool, json::error_code&) { return count(); }
-  bool on_null(json::error_code&) { return count(); }
-  bool on_comment_part(json::string_view, json::error_code&) { return true; }
-  bool on_comment(json::string_view, json::error_code&) { return true; }
-
- private:
-  bool count() {
-    ++values;
-    return true;
-  }
-};
-
-// Notes the members of the document's object on the way: names come with their places, and each
-// value ends before the next name.
-class MemberFinder : public Checker {
- public:
-  void set_text(std::string_view text, std::size_t most_members) {
-    text_ = text;
-    most_ = most_members;
-  }
-  CheckedJson take() {
-    // The object itself was counted last.
-    end_member(text_.data() + text_.find_last_not_of(kBlanks), values - 1);
-    return {values, std::move(members_)};
-  }
-
-  bool on_object_begin(json::error_code&) { return begin_container(); }
-  bool on_object_end(std::size_t size, json::error_code& error) {
-    --depth_;
-    return Checker::on_object_end(size, error);
-  }
-  bool on_array_begin(json::error_code&) { return begin_container(); }
-  bool on_array_end(std::size_t size, json::error_code& error) {
-    --depth_;
-    return Checker::on_array_end(size, error);
-  }
-  bool on_key(json::string_view name, std::size_t size, json::error_code&) {
-    if (depth_ != 1) return true;
-    if (members_.size() >= most_ || name.size() != size || !is_in_text(name.data())) {
-      most_ = 0;
-      members_ = {};
-      return true;
-    }
-    end_member(name.data() - 1, values);
-    members_.push_back({{name.data(), name.size()}, {}, values});
-    return true;
-  }
-
- private:
-  bool begin_container() {
-    ++depth_;
-    return true;
-  }
-  // Whether the name has no escapes: without them it stands elsewhere.
-  [[nodiscard]] bool is_in_text(const char* name) const {
-    const std::less<const char*> before;
-    return !before(name, text_.data()) && before(name, text_.data() + text_.size());
-  }
-  // The last member ends in front of this place, which the next one's name or the end of the object
-  // takes. `counted`: the values up to there.
-  void end_member(const char* end, std::size_t counted) {
-    if (members_.empty()) return;
-    JsonMember& member = members_.back();
-    const char* name_end = member.name.data() + member.name.size() + 1;
-    std::string_view text(name_end, static_cast<std::size_t>(end - name_end));
-    text.remove_prefix(text.find_first_not_of(kBlanksAndColon));
-    member.text = text.substr(0, text.find_last_not_of(kBlanksAndComma) + 1);
-    member.values = counted - member.values - 1;
-  }
-
-  static constexpr std::string_view kBlanks = " \t\r\n";
-  static constexpr std::string_view kBlanksAndColon = " \t\r\n:";
-  static constexpr std::string_view kBlanksAndComma = " \t\r\n,";
-
-  std::string_view text_;
-  std::size_t most_ = 0;
-  std::size_t depth_ = 0;
-  std::vector<JsonMember> members_;  // `values` of the last one: those counted before it
-};
 
 // Makes an object of members in document order. The library finds a member by a hash of its name
 // that everybody knows, and names can be chosen to have one hash: as many as share a place in its
@@ -187,7 +64,7 @@ class ObjectBuilder {
 
 // Builds values like the library's own parser, but keeps numbers, -0 among them, and takes time in
 // proportion to the text.
-class ValueBuilder : public Checker {
+class ValueBuilder : public JsonChecker {
  public:
   void set_storage(json::storage_ptr storage) { storage_ = std::move(storage); }
   json::value take() { return std::move(values_.back()); }
@@ -267,25 +144,6 @@ class ValueBuilder : public Checker {
   std::string string_;                  // what has come of one
 };
 
-// Runs a parser over one whole document.
-template <typename Handler>
-tl::expected<void, std::string> run(json::basic_parser<Handler>& parser, std::string_view text) {
-  json::error_code code;
-  const std::size_t used = parser.write_some(false, text.data(), text.size(), code);
-  if (!code && used < text.size()) code = json::error::extra_data;
-  if (!code) return {};
-  const std::string cause = code == json::error::too_deep
-                                ? "nested deeper than " + std::to_string(kMaxDepth)
-                                : code.message();
-  return tl::unexpected(cause + " at byte " + std::to_string(used));
-}
-
-json::parse_options parse_options() {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
-  return options;
-}
-
 template <typename Result>
 const Result& cast(const Result* pointer, const char* failure) {
   if (pointer == nullptr) throw JsonError(failure);
@@ -294,17 +152,11 @@ const Result& cast(const Result* pointer, const char* failure) {
 
 }  // namespace
 
-tl::expected<CheckedJson, std::string> check_json(std::string_view text, std::size_t most_members) {
-  json::basic_parser<MemberFinder> parser(parse_options());
-  parser.handler().set_text(text, most_members);
-  return run(parser, text).map([&parser] { return parser.handler().take(); });
-}
-
 ParsedJson parse_json(std::string_view text, json::storage_ptr storage) {
   try {
-    json::basic_parser<ValueBuilder> parser(parse_options());
+    json::basic_parser<ValueBuilder> parser(json_options());
     parser.handler().set_storage(std::move(storage));
-    return run(parser, text).map([&parser] { return parser.handler().take(); });
+    return parse_whole(parser, text).map([&parser] { return parser.handler().take(); });
   } catch (const std::exception& exception) {
     return tl::unexpected<std::string>(exception.what());
   }

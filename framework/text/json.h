@@ -52,7 +52,8 @@ struct CheckedJson {
 };
 
 /// Takes a fraction of the time of parse_json(), and fails where that would, save for chosen names.
-/// At most `most_members` are given.
+/// A long text whose lines end between members is checked by two threads. At most `most_members`
+/// are given.
 tl::expected<CheckedJson, std::string> check_json(std::string_view text,
                                                   std::size_t most_members = 0);
 

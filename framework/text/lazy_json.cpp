@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <new>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include <boost/sort/spreadsort/integer_sort.hpp>
@@ -98,9 +100,100 @@ json::value parse_checked(std::string_view text, json::storage_ptr storage = {})
   return std::move(*parsed);
 }
 
-// Of several members with one name the last value counts, at the place of the first. They are
-// found by sorting, which takes n log n whatever the names; the hash makes it quick.
-void drop_repeated(std::vector<LazyDocument::Member>& members) {
+void require_object(std::string_view text) {
+  if (!text.starts_with('{')) throw JsonError(kNoMap);
+}
+
+}  // namespace
+
+const json::object& LazyObject::values() const {
+  if (const json::object* values = values_.load(std::memory_order_acquire)) return *values;
+  const std::lock_guard lock(document_.lock_);
+  if (const json::object* values = values_.load(std::memory_order_relaxed)) return *values;
+  std::map<const LazyObject*, std::string>& refused = document_.refused_;
+  if (const auto known = refused.find(this); known != refused.end()) throw JsonError(known->second);
+  ParsedJson parsed = parse_json(text_, &document_.arena_);
+  if (!parsed) throw JsonError(refused[this] = std::move(parsed.error()));
+  const json::value& value = document_.values_.emplace_back(std::move(*parsed));
+  values_.store(&value.get_object(), std::memory_order_release);
+  return value.get_object();
+}
+
+std::string_view LazyObject::string(std::string_view name) const {
+  const auto parsed = [&]() -> std::string_view {
+    const json::value* value = values().if_contains(name);
+    return value == nullptr ? std::string_view() : as_string(*value);
+  };
+  if (values_.load(std::memory_order_acquire) != nullptr) return parsed();
+  bool is_plain = true;
+  std::string_view found;
+  for_each_member(text_, [&](std::string_view member, std::string_view value, std::size_t) {
+    is_plain = is_plain && !has_escape(member);
+    if (member == name) found = value;
+  });
+  if (!is_plain || has_escape(found)) return parsed();
+  if (found.empty()) return {};
+  if (!found.starts_with('"')) throw JsonError(kNoString);
+  return found.substr(1, found.size() - 2);
+}
+
+void append_object(JsonWriter& writer, std::string_view text) {
+  std::array<unsigned char, kScratchSize> scratch;  // NOLINT: filled by whoever takes from it
+  json::monotonic_resource arena(scratch.data(), scratch.size());
+  if (const ParsedJson parsed = parse_json(text, &arena)) {
+    writer.append(parsed->get_object());
+  } else {
+    writer.append_json(text);
+  }
+}
+
+tl::expected<std::shared_ptr<LazyDocument>, std::string> LazyDocument::parse(
+    std::string text, std::size_t most_members) {
+  auto document = std::make_shared<LazyDocument>();
+  document->text_ = std::move(text);
+  auto checked = check_json(document->text_, most_members);
+  if (!checked) return tl::unexpected(std::move(checked.error()));
+  document->checked_ = std::move(*checked);
+  return document;
+}
+
+std::string_view LazyDocument::root() const {
+  const std::size_t begin = text_.find_first_not_of(kBlanks);
+  const std::size_t end = text_.find_last_not_of(kBlanks);
+  return std::string_view(text_).substr(begin, end - begin + 1);
+}
+
+std::vector<LazyDocument::Member> LazyDocument::members(std::string_view object) {
+  std::size_t count = 0;
+  std::vector<Member> members = all_members(object, std::string_view::npos, count);
+  drop_repeated(members);
+  return members;
+}
+
+std::vector<LazyDocument::Member> LazyDocument::all_members(std::string_view object,
+                                                            std::size_t most, std::size_t& count) {
+  require_object(object);
+  if (object.data() == root().data() && !checked_.members.empty()) {
+    std::vector<Member> members = std::exchange(checked_.members, {});
+    count = members.size();
+    if (count > most) members.resize(most);
+    return members;
+  }
+  count = 0;
+  std::vector<Member> members;
+  for_each_member(object, [&](std::string_view name, std::string_view value, std::size_t inside) {
+    if (++count > most) return;
+    if (has_escape(name)) {
+      const json::value plain = parse_checked(std::string_view(name.data() - 1, name.size() + 2));
+      name = names_.emplace_back(as_string(plain));
+    }
+    members.push_back({name, value, inside});
+  });
+  return members;
+}
+
+// Found by sorting, which takes n log n whatever the names; the hash makes it quick.
+void LazyDocument::drop_repeated(std::vector<LazyDocument::Member>& members) {
   struct Place {
     std::size_t hash;
     std::size_t index;
@@ -141,100 +234,11 @@ void drop_repeated(std::vector<LazyDocument::Member>& members) {
   std::erase_if(members, [&](const LazyDocument::Member&) { return is_repeated[index++]; });
 }
 
-void require_object(std::string_view text) {
-  if (!text.starts_with('{')) throw JsonError(kNoMap);
-}
-
-}  // namespace
-
-const json::object& LazyObject::values() const {
-  if (const json::object* values = values_.load(std::memory_order_acquire)) return *values;
-  const std::lock_guard lock(document_.lock_);
-  if (const json::object* values = values_.load(std::memory_order_relaxed)) return *values;
-  std::map<const LazyObject*, std::string>& refused = document_.refused_;
-  if (const auto known = refused.find(this); known != refused.end()) throw JsonError(known->second);
-  ParsedJson parsed = parse_json(text_, &document_.arena_);
-  if (!parsed) throw JsonError(refused[this] = std::move(parsed.error()));
-  const json::value& value = document_.values_.emplace_back(std::move(*parsed));
-  values_.store(&value.get_object(), std::memory_order_release);
-  return value.get_object();
-}
-
-std::string_view LazyObject::string(std::string_view name) const {
-  const auto parsed = [&]() -> std::string_view {
-    const json::value* value = values().if_contains(name);
-    return value == nullptr ? std::string_view() : as_string(*value);
-  };
-  if (values_.load(std::memory_order_acquire) != nullptr) return parsed();
-  bool is_plain = true;
-  std::string_view found;
-  for_each_member(text_, [&](std::string_view member, std::string_view value, std::size_t) {
-    is_plain = is_plain && !has_escape(member);
-    if (member == name) found = value;
-  });
-  if (!is_plain || has_escape(found)) return parsed();
-  if (found.empty()) return {};
-  if (!found.starts_with('"')) throw JsonError(kNoString);
-  return found.substr(1, found.size() - 2);
-}
-
-void LazyObject::append_to(JsonWriter& writer) const {
-  if (const json::object* values = values_.load(std::memory_order_acquire)) {
-    writer.append(*values);
-    return;
-  }
-  std::array<unsigned char, kScratchSize> scratch;  // NOLINT: filled by whoever takes from it
-  json::monotonic_resource arena(scratch.data(), scratch.size());
-  if (const ParsedJson parsed = parse_json(text_, &arena)) {
-    writer.append(parsed->get_object());
-  } else {
-    writer.append_json(text_);
-  }
-}
-
-tl::expected<std::shared_ptr<LazyDocument>, std::string> LazyDocument::parse(
-    std::string text, std::size_t most_members) {
-  auto document = std::make_shared<LazyDocument>();
-  document->text_ = std::move(text);
-  auto checked = check_json(document->text_, most_members);
-  if (!checked) return tl::unexpected(std::move(checked.error()));
-  document->checked_ = std::move(*checked);
-  return document;
-}
-
-std::string_view LazyDocument::root() const {
-  const std::size_t begin = text_.find_first_not_of(kBlanks);
-  const std::size_t end = text_.find_last_not_of(kBlanks);
-  return std::string_view(text_).substr(begin, end - begin + 1);
-}
-
-std::vector<LazyDocument::Member> LazyDocument::members(std::string_view object, std::size_t most,
-                                                        std::size_t& count) {
-  require_object(object);
-  if (object.data() == root().data() && !checked_.members.empty()) {
-    std::vector<Member> members = std::exchange(checked_.members, {});
-    count = members.size();
-    if (count > most) members.resize(most);
-    drop_repeated(members);
-    return members;
-  }
-  count = 0;
-  std::vector<Member> members;
-  for_each_member(object, [&](std::string_view name, std::string_view value, std::size_t inside) {
-    if (++count > most) return;
-    if (has_escape(name)) {
-      const json::value plain = parse_checked(std::string_view(name.data() - 1, name.size() + 2));
-      name = names_.emplace_back(as_string(plain));
-    }
-    members.push_back({name, value, inside});
-  });
-  drop_repeated(members);
-  return members;
-}
-
 const LazyObject& LazyDocument::object(std::string_view text) {
   require_object(text);
-  return objects_.emplace_back(text, *this);
+  static_assert(std::is_trivially_destructible_v<LazyObject>);
+  void* const place = objects_.allocate(sizeof(LazyObject), alignof(LazyObject));
+  return *new (place) LazyObject(text, *this);
 }
 
 }  // namespace zendro::framework

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -32,8 +33,6 @@ class LazyObject {
   /// The member's text, empty where there is none; read without parsing the object, unless the
   /// object writes a name or this text with escapes. Throws JsonError when it is no string.
   [[nodiscard]] std::string_view string(std::string_view name) const;
-  /// Writes the object, which stays unparsed if it was; what cannot be parsed as it came.
-  void append_to(JsonWriter& writer) const;
 
  private:
   std::string_view text_;
@@ -54,14 +53,14 @@ class LazyDocument {
   [[nodiscard]] std::size_t value_count() const { return checked_.values; }
   /// The text of the document's one value.
   [[nodiscard]] std::string_view root() const;
-  /// The members of an object whose text is inside the document's: in their order, and of several
-  /// with one name the last value at the place of the first. Throws JsonError when it is no object.
-  /// Of more than `most` the first `most`; `count` becomes the number that the text has.
-  std::vector<Member> members(std::string_view object, std::size_t most, std::size_t& count);
-  std::vector<Member> members(std::string_view object) {
-    std::size_t count = 0;
-    return members(object, std::string_view::npos, count);
-  }
+  /// The members of an object whose text is inside the document's, in their order. Throws JsonError
+  /// when it is no object. Of more than `most` the first `most`; `count` becomes the number that
+  /// the text has.
+  std::vector<Member> all_members(std::string_view object, std::size_t most, std::size_t& count);
+  /// The same, but of several with one name the last value at the place of the first.
+  std::vector<Member> members(std::string_view object);
+  /// Of several members with one name leaves the last value, at the place of the first.
+  static void drop_repeated(std::vector<Member>& members);
   /// The same object, to be parsed when it is read; it lives as long as the document. Throws
   /// JsonError when it is no object.
   const LazyObject& object(std::string_view text);
@@ -72,12 +71,15 @@ class LazyDocument {
   std::string text_;
   CheckedJson checked_;            ///< its members until they are asked for
   std::deque<std::string> names_;  ///< those written with escapes
-  std::deque<LazyObject> objects_;
+  std::pmr::monotonic_buffer_resource objects_;
 
   std::mutex lock_;  ///< of what follows
   json::monotonic_resource arena_;
   std::deque<json::value> values_;
   std::map<const LazyObject*, std::string> refused_;  ///< why an object has no values
 };
+
+/// Writes an object of a document anew; what cannot be parsed as it came.
+void append_object(JsonWriter& writer, std::string_view text);
 
 }  // namespace zendro::framework
