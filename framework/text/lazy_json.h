@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,10 @@ class LazyObject {
   /// The member's text, empty where there is none; read without parsing the object, unless the
   /// object writes a name or this text with escapes. Throws JsonError when it is no string.
   [[nodiscard]] std::string_view string(std::string_view name) const;
+  /// Its members as the text has them, so that of several with one name the last one counts.
+  /// Nothing where the object is parsed already or writes a name with escapes: then values() is to
+  /// be read.
+  [[nodiscard]] std::optional<std::vector<JsonMember>> plain_members() const;
   /// Writes the object, which stays unparsed if it was; what cannot be parsed as it came.
   void append_to(JsonWriter& writer) const;
 
