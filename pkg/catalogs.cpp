@@ -12,6 +12,7 @@
 
 #include "pkg/list_files.h"
 #include "pkg/local_files.h"
+#include "pkg/meta_maps.h"
 #include "pkg/package_url.h"
 #include "pkg/pkg_xml_writer.h"
 #include "pkg/replace_file.h"
@@ -19,60 +20,54 @@
 namespace zendro::pkg {
 namespace {
 
-struct entry_t {
-  std::string_view key;
-  std::string_view root_url;  ///< of the package whose member `target` is; empty: it is a URI
-  std::string_view target;
-  bool is_public = false;  ///< the key is a public identifier
-  bool is_dtd = false;     ///< the key belongs to a package of DTDs
+struct supplier_t {
+  std::string root_url;  ///< which the URLs of its members begin with
+  bool is_of_dtds;
 };
 
-// All texts are views of the list or of `urls`.
+struct entry_t {
+  std::string_view key;
+  std::string_view target;     ///< a member of the supplier
+  const supplier_t* supplier;  ///< null: the target is a URI
+};
+
+// All texts are views of the list, of suppliers or of `urls`.
 struct catalog_entries_t {
-  std::vector<entry_t> identifiers;
+  std::vector<entry_t> identifiers;  ///< those with a supplier are public
   std::vector<entry_t> locations;
   std::vector<entry_t> mappings;  ///< namespace-catalog URL to package URL
   std::vector<entry_t> remappings;
-  std::list<std::string> urls;  ///< which stay where they are
+  std::list<supplier_t> suppliers;  ///< which stay where they are
+  std::list<std::string> urls;      ///< which stay where they are
 };
 
-std::string_view view(json::string_view text) { return {text.data(), text.size()}; }
-
-void collect_locations(const package_t& package, catalog_entries_t& all) {
-  const json::object* entries = package.meta.catalogs();
-  if (entries == nullptr) return;
-  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
-  const bool is_dtd = package.identity.name.ends_with("-dtd");
-  for (const json::key_value_pair& entry : *entries) {
-    const std::string_view member = framework::as_string(entry.value());
-    all.locations.push_back({view(entry.key()), root_url, member, false, is_dtd});
-  }
+void collect_locations(const meta_maps_t& maps, const supplier_t& supplier,
+                       catalog_entries_t& all) {
+  maps.for_each_location([&](std::string_view key, std::string_view member) {
+    all.locations.push_back({key, member, &supplier});
+  });
 }
 
-void collect_identifiers(const package_t& package, catalog_entries_t& all) {
-  const json::object* names = package.meta.namespace_catalog();
-  if (names == nullptr) return;
-  const std::string_view root_url = all.urls.emplace_back(package_url(package.identity, ""));
-  for (const json::key_value_pair& entry : *names) {
-    const std::string_view name = view(entry.key());
-    const auto [member, is_public] = read_namespace_entry(entry.value());
-    if (is_public) {
-      all.identifiers.push_back({name, root_url, member, true});
-      continue;
+void collect_identifiers(const package_t& package, const meta_maps_t& maps,
+                         const supplier_t& supplier, catalog_entries_t& all) {
+  std::optional<std::string_view> package_name;
+  maps.for_each_namespace([&](std::string_view name, const namespace_entry_t& entry) {
+    if (entry.is_public) {
+      all.identifiers.push_back({name, entry.member_path, &supplier});
+      return;
     }
+    if (!package_name) package_name = package.meta.name();
     const std::string_view name_url =
-        all.urls.emplace_back(namespace_catalog_url(package.meta.name(), name));
-    all.mappings.push_back({name_url, root_url, member});
-    all.identifiers.push_back({name, {}, name_url});
-  }
+        all.urls.emplace_back(namespace_catalog_url(*package_name, name));
+    all.mappings.push_back({name_url, entry.member_path, &supplier});
+    all.identifiers.push_back({name, name_url, nullptr});
+  });
 }
 
-void collect_remappings(const package_t& package, catalog_entries_t& all) {
-  const json::object* pairs = package.meta.uri_mappings();
-  if (pairs == nullptr) return;
-  for (const json::key_value_pair& pair : *pairs) {
-    all.remappings.push_back({view(pair.key()), {}, framework::as_string(pair.value())});
-  }
+void collect_remappings(const meta_maps_t& maps, catalog_entries_t& all) {
+  maps.for_each_mapping([&all](std::string_view prefix, std::string_view target) {
+    all.remappings.push_back({prefix, target, nullptr});
+  });
 }
 
 // Adds all that a package supplies, or nothing and throws metadata_error.
@@ -82,9 +77,12 @@ void collect(const package_t& package, catalog_entries_t& all) {
   std::transform(lists.begin(), lists.end(), sizes.begin(),
                  [](auto* list) { return list->size(); });
   try {
-    collect_identifiers(package, all);
-    collect_locations(package, all);
-    collect_remappings(package, all);
+    const meta_maps_t maps(package.meta, map_order::any);
+    const supplier_t& supplier = all.suppliers.emplace_back(
+        supplier_t{package_url(package.identity, ""), package.identity.name.ends_with("-dtd")});
+    collect_identifiers(package, maps, supplier, all);
+    collect_locations(maps, supplier, all);
+    collect_remappings(maps, all);
   } catch (const framework::JsonError& error) {
     for (std::size_t i = 0; i < lists.size(); ++i) lists[i]->resize(sizes[i]);
     throw metadata_error(package.identity, error);
@@ -94,9 +92,11 @@ void collect(const package_t& package, catalog_entries_t& all) {
 // Sorts the keys by their bytes. Of several suppliers of a key the first in package order stays;
 // all of them are installed.
 void put_in_order(std::vector<entry_t>& entries) {
-  // Stable, and quick with what is in order already, as the entries of a package often are.
-  boost::sort::spinsort(entries.begin(), entries.end(),
-                        [](const entry_t& a, const entry_t& b) { return a.key < b.key; });
+  const auto is_before = [](const entry_t& a, const entry_t& b) { return a.key < b.key; };
+  const auto is_not_before = [&](const entry_t& a, const entry_t& b) { return !is_before(a, b); };
+  if (std::adjacent_find(entries.begin(), entries.end(), is_not_before) == entries.end()) return;
+  // Stable, and quick with what is in order already, as the entries of a package mostly are.
+  boost::sort::spinsort(entries.begin(), entries.end(), is_before);
   const auto end = std::unique(entries.begin(), entries.end(),
                                [](const entry_t& a, const entry_t& b) { return a.key == b.key; });
   entries.erase(end, entries.end());
@@ -104,8 +104,8 @@ void put_in_order(std::vector<entry_t>& entries) {
 
 // The URI of an entry's target; `buffer` may hold it.
 std::string_view target_uri(const entry_t& entry, std::string& buffer) {
-  if (entry.root_url.empty()) return entry.target;
-  buffer = entry.root_url;
+  if (entry.supplier == nullptr) return entry.target;
+  buffer = entry.supplier->root_url;
   append_member_path(buffer, entry.target);
   return buffer;
 }
@@ -116,7 +116,8 @@ void write_entries(std::vector<entry_t>& entries, pkg_xml_writer& writer, const 
   put_in_order(entries);
   std::size_t bytes = 0;
   for (const entry_t& entry : entries) {
-    bytes += entry.key.size() + entry.root_url.size() + entry.target.size();
+    bytes += entry.key.size() + entry.target.size();
+    if (entry.supplier != nullptr) bytes += entry.supplier->root_url.size();
   }
   writer.reserve(entries.size(), bytes);
   std::string buffer;
@@ -126,7 +127,7 @@ void write_entries(std::vector<entry_t>& entries, pkg_xml_writer& writer, const 
 std::string identifier_catalog(catalog_entries_t& entries) {
   pkg_xml_writer writer(false, true);
   write_entries(entries.identifiers, writer, [&](const entry_t& entry, std::string_view target) {
-    if (entry.is_public) {
+    if (entry.supplier != nullptr) {
       writer.public_id(entry.key, target);
     } else {
       writer.uri(entry.key, target);
@@ -140,7 +141,7 @@ std::string location_catalog(catalog_entries_t& entries) {
   write_entries(entries.locations, writer, [&](const entry_t& entry, std::string_view target) {
     if (entry.key.ends_with('/')) {
       writer.rewrite_uri(entry.key, target);
-    } else if (entry.is_dtd) {
+    } else if (entry.supplier->is_of_dtds) {
       writer.system(entry.key, target);
     } else {
       writer.uri(entry.key, target);
@@ -187,10 +188,13 @@ std::optional<catalog_step_t> next_step(const catalog_entries_t& all, std::strin
     return catalog_step_t{catalog, element, std::string(entry.key), std::move(target)};
   };
   if (const entry_t* entry = find_entry(all.identifiers, text, never)) {
-    return step("namespace-mapping-catalog.xml", entry->is_public ? "public" : "uri", *entry);
+    return step("namespace-mapping-catalog.xml", entry->supplier != nullptr ? "public" : "uri",
+                *entry);
   }
   if (const entry_t* entry = find_entry(all.locations, text, is_folder)) {
-    const char* element = is_folder(*entry) ? "rewriteURI" : entry->is_dtd ? "system" : "uri";
+    const char* element = is_folder(*entry)             ? "rewriteURI"
+                          : entry->supplier->is_of_dtds ? "system"
+                                                        : "uri";
     return step("catalog.xml", element, *entry);
   }
   if (const entry_t* entry = find_entry(all.mappings, text, never)) {

@@ -15,6 +15,7 @@
 #include "pkg/list_files.h"
 #include "pkg/local/build.h"
 #include "pkg/local/update.h"
+#include "pkg/meta_maps.h"
 #include "pkg/opened_folder.h"
 #include "pkg/package_folder.h"
 #include "pkg/percent_encoding.h"
@@ -26,8 +27,6 @@ using framework::Folder;
 using framework::IoError;
 
 constexpr std::string_view kLocalFolder = "local";
-
-std::string_view as_view(json::string_view text) { return {text.data(), text.size()}; }
 
 bool is_wanted(const core_context& context) {
   return framework::to_bool(app::get_local_files(&context.options()));
@@ -49,33 +48,30 @@ void warn_left_out(core_context& context, const std::string& identity, std::stri
       cause);
 }
 
-void collect_members(const package_t& package, local::package_t& out) {
-  const json::object* files = package.meta.files();
-  if (files == nullptr) return;
-  for (const json::key_value_pair& file : *files) {
-    const std::string_view path = as_view(file.key());
-    const auto digest = framework::parse_sha256(framework::as_string(file.value()));
+void collect_members(const meta_maps_t& maps, local::package_t& out) {
+  maps.for_each_file([&out](std::string_view path, std::string_view text) {
+    const auto digest = framework::parse_sha256(text);
     if (!digest) throw framework::JsonError(std::string(path) + ": has no digest");
     out.members.push_back({path, local_member_name(path), *digest});
-  }
+  });
 }
 
-void collect_keys(const package_t& package, local::package_t& out) {
-  if (const json::object* locations = package.meta.catalogs()) {
-    for (const json::key_value_pair& entry : *locations) {
-      const std::string_view key = as_view(entry.key());
-      out.keys.push_back({key.ends_with('/') ? local::key_kind::prefix : local::key_kind::location,
-                          key, framework::as_string(entry.value())});
-    }
-  }
-  if (const json::object* names = package.meta.namespace_catalog()) {
-    for (const json::key_value_pair& entry : *names) {
-      const namespace_entry_t target = read_namespace_entry(entry.value());
-      out.keys.push_back(
-          {target.is_public ? local::key_kind::public_id : local::key_kind::name_space,
-           as_view(entry.key()), target.member_path});
-    }
-  }
+void collect_keys(const meta_maps_t& maps, local::package_t& out) {
+  maps.for_each_location([&out](std::string_view key, std::string_view member) {
+    out.keys.push_back(
+        {key.ends_with('/') ? local::key_kind::prefix : local::key_kind::location, key, member});
+  });
+  maps.for_each_namespace([&out](std::string_view key, const namespace_entry_t& entry) {
+    out.keys.push_back({entry.is_public ? local::key_kind::public_id : local::key_kind::name_space,
+                        key, entry.member_path});
+  });
+}
+
+local::package_t describe(const package_t& package, const meta_maps_t& maps) {
+  local::package_t out{to_string(package.identity), {}, {}, {}};
+  collect_members(maps, out);
+  collect_keys(maps, out);
+  return out;
 }
 
 // Opens the folder with the files of a package.
@@ -104,13 +100,12 @@ void make_local_files(core_context& context, const Folder& root,
   std::vector<local::mapping_t> mappings;
   for (const package_t* package : packages) {
     try {
-      local::package_t& described = described_packages.emplace_back(describe(*package));
+      const meta_maps_t maps(package->meta, map_order::of_list);
+      local::package_t& described = described_packages.emplace_back(describe(*package, maps));
       described.open = opener(context, *package);
-      if (const json::object* pairs = package->meta.uri_mappings()) {
-        for (const json::key_value_pair& pair : *pairs) {
-          mappings.push_back({as_view(pair.key()), framework::as_string(pair.value())});
-        }
-      }
+      maps.for_each_mapping([&mappings](std::string_view from, std::string_view to) {
+        mappings.push_back({from, to});
+      });
     } catch (const framework::JsonError& error) {
       warn_metadata(context, metadata_error(package->identity, error),
                     "Other programs do not find its files.");
@@ -126,10 +121,7 @@ void make_local_files(core_context& context, const Folder& root,
 }  // namespace
 
 local::package_t describe(const package_t& package) {
-  local::package_t out{to_string(package.identity), {}, {}, {}};
-  collect_members(package, out);
-  collect_keys(package, out);
-  return out;
+  return describe(package, meta_maps_t(package.meta, map_order::of_list));
 }
 
 void update_local_files(core_context& context, std::span<const package_t* const> packages) {

@@ -43,6 +43,8 @@ class meta_t {
   [[nodiscard]] const json::object* catalogs() const;
   [[nodiscard]] const json::object* namespace_catalog() const;
   [[nodiscard]] const json::object* uri_mappings() const;
+  /// Any member that is a map; null where there is none.
+  [[nodiscard]] const json::object* map(std::string_view key) const;
 
   /// Sorted by bytes, without duplicates.
   [[nodiscard]] std::vector<std::string_view> references() const;
@@ -52,7 +54,6 @@ class meta_t {
   void check() const;
 
  private:
-  [[nodiscard]] const json::object* map(std::string_view key) const;
   [[nodiscard]] std::vector<std::string_view> texts(std::string_view key) const;
 
   const framework::LazyObject* map_;

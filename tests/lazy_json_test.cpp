@@ -1,15 +1,19 @@
 #include "framework/text/lazy_json.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "framework/text/plain_strings.h"
 
 namespace zendro::framework {
 namespace {
@@ -72,6 +76,7 @@ class RandomText {
 TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
   RandomText random(3);
   int repeated = 0;
+  int read_as_it_stands = 0;
   for (int round = 0; round < 20'000; ++round) {
     const std::string text = random.blanks() + random.object(3) + random.blanks();
     const json::value value = parsed(text);
@@ -95,7 +100,14 @@ TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
       ++expected;
     }
     ASSERT_EQ(object.string("no such name"), "");
+    if (const auto plain = object.plain_members()) {
+      json::object last;
+      for (const auto& [name, member, inside] : *plain) last[name] = parsed(member);
+      ASSERT_EQ(last, whole) << text;
+      ++read_as_it_stands;
+    }
     ASSERT_EQ(object.values(), whole);
+    ASSERT_FALSE(object.plain_members()) << "the values are at hand";
     std::string written;
     JsonWriter writer(written);
     append_object(writer, document->root());
@@ -103,6 +115,55 @@ TEST(LazyJson, MembersAreThoseOfTheParsedDocument) {
     repeated += text.find("\"a\"") != text.rfind("\"a\"");
   }
   EXPECT_GT(repeated, 100);
+  EXPECT_GT(read_as_it_stands, 1'000);
+}
+
+TEST(PlainStrings, AreThoseOfTheParsedObjectOrNone) {
+  RandomText random(5);
+  int found = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    const std::string text = random.object(0);
+    const json::value value = parsed(text);
+    const json::object& whole = value.get_object();
+    const bool is_repeated = check_json(text)->values != whole.size() + 1;
+    const bool are_strings = std::all_of(whole.begin(), whole.end(),
+                                         [](const auto& it) { return it.value().is_string(); });
+    const bool is_decoded = text.find('\\') != std::string::npos;
+    const auto plain = plain_strings(text);
+    ASSERT_EQ(plain.has_value(), are_strings && !is_repeated && !is_decoded) << text;
+    if (!plain) continue;
+    ++found;
+    json::object members;
+    for (const auto& [name, string] : plain->members) members[name] = string;
+    ASSERT_EQ(json::serialize(members), json::serialize(value)) << "the order too";
+  }
+  EXPECT_GT(found, 1'000);
+  EXPECT_FALSE(plain_strings("[]"));
+}
+
+TEST(PlainStrings, AreSortedByTheBytesOfTheirNames) {
+  std::mt19937 random(6);
+  for (int round = 0; round < 200; ++round) {
+    // They differ early, late or only in length.
+    json::object object;
+    std::set<std::string> names;
+    for (unsigned left = random() % 50; left > 0; --left) {
+      std::string name = "http://a.example/";
+      for (unsigned letters = random() % 12; letters > 0; --letters) {
+        name += random() % 4 == 0 ? "\xC3\xA9" : "a";
+      }
+      names.insert(name);
+      object[name] = "";
+    }
+    std::vector<std::string> sorted;
+    const std::string text = json::serialize(object);
+    const auto plain = plain_strings(text);
+    ASSERT_TRUE(plain);
+    for (const std::size_t index : plain->by_name) {
+      sorted.emplace_back(plain->members[index].name);
+    }
+    ASSERT_EQ(sorted, std::vector<std::string>(names.begin(), names.end()));
+  }
 }
 
 TEST(LazyJson, OfSeveralMembersWithOneNameTheLastValueCounts) {

@@ -12,6 +12,7 @@
 #include "pkg/identity_index.h"
 #include "pkg/list_files.h"
 #include "pkg/merged_view.h"
+#include "pkg/meta_maps.h"
 #include "pkg/plan.h"
 #include "pkg/references.h"
 #include "tests/stopwatch.h"
@@ -284,6 +285,47 @@ TEST(Meta, PublisherIsNamedOrTheHostOfTheHomepage) {
   EXPECT_EQ(publisher(R"({"homepage":"http://[::1]:80/"})"), "[::1]");
   EXPECT_EQ(publisher(R"({"homepage":"no url"})"), "");
   EXPECT_THROW(publisher(R"({"publisher":7})"), framework::JsonError);
+}
+
+// Every entry of every map, or the failure.
+std::string entries_of(const meta_t& meta, map_order order) {
+  std::string all;
+  const auto add = [&all](std::string_view key, std::string_view value) {
+    all.append(key).append("=").append(value).append(";");
+  };
+  try {
+    const meta_maps_t maps(meta, order);
+    maps.for_each_file(add);
+    maps.for_each_location(add);
+    maps.for_each_namespace([&](std::string_view key, const namespace_entry_t& entry) {
+      add(key, std::string(entry.member_path) + (entry.is_public ? "!" : ""));
+    });
+    maps.for_each_mapping(add);
+  } catch (const framework::JsonError& error) {
+    all += error.what();
+  }
+  return all;
+}
+
+TEST(Meta, MapsAreTheSameWhetherParsedOrNot) {
+  for (const auto& [map, expected] : std::vector<std::pair<std::string, std::string>>{
+           {R"({})", ""},
+           {R"({"files":{"b":"1","a":"2"},"uri_mappings":{"p":"q"}})", "b=1;a=2;p=q;"},
+           {R"({"catalogs":{"a":"1"},"\u0063atalogs":{"a":"2"}})", "a=2;"},
+           {R"({"catalogs":{"a":"1"},"catalogs":{"b":"2"}})", "b=2;"},
+           {R"({"catalogs":{"b":"1","a":"2","b":"3"}})", "b=3;a=2;"},
+           {R"({"catalogs":{"\u0061":"\\","b":1,"b":"2"}})", "a=\\;b=2;"},
+           {R"({"namespace_catalog":{"b":"1","a":{"path":"2","public":true}}})", "b=1;a=2!;"},
+           {R"({"files":{"a":"1"},"catalogs":[]})", "a=1;Cannot cast value to JSON map!"},
+           {R"({"catalogs":{"a":1}})", "Cannot cast value to JSON string!"}}) {
+    const pkgs_available_t list = list_of("{\"a-1.0.0\":" + map + "}");
+    const meta_t& meta = list.packages().front().meta;
+    EXPECT_EQ(entries_of(meta, map_order::of_list), expected) << map;
+    (void)meta.map().values();
+    EXPECT_EQ(entries_of(meta, map_order::of_list), expected) << map;
+  }
+  const pkgs_available_t list = list_of(R"({"a-1.0.0":{"files":{"b":"1","a":"2"}}})");
+  EXPECT_EQ(entries_of(list.packages().front().meta, map_order::any), "a=2;b=1;");
 }
 
 TEST(IdentityIndex, AgreesWithLookingAtEveryIdentity) {

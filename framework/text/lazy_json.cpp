@@ -137,6 +137,18 @@ std::string_view LazyObject::string(std::string_view name) const {
   return found.substr(1, found.size() - 2);
 }
 
+std::optional<std::vector<JsonMember>> LazyObject::plain_members() const {
+  if (values_.load(std::memory_order_acquire) != nullptr) return std::nullopt;
+  std::vector<JsonMember> members;
+  bool is_plain = true;
+  for_each_member(text_, [&](std::string_view name, std::string_view value, std::size_t inside) {
+    is_plain = is_plain && !has_escape(name);
+    members.push_back({name, value, inside});
+  });
+  if (!is_plain) return std::nullopt;
+  return members;
+}
+
 void append_object(JsonWriter& writer, std::string_view text) {
   std::array<unsigned char, kScratchSize> scratch;  // NOLINT: filled by whoever takes from it
   json::monotonic_resource arena(scratch.data(), scratch.size());

@@ -10,6 +10,7 @@
 #include <memory>
 #include <memory_resource>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,10 @@ class LazyObject {
   /// The member's text, empty where there is none; read without parsing the object, unless the
   /// object writes a name or this text with escapes. Throws JsonError when it is no string.
   [[nodiscard]] std::string_view string(std::string_view name) const;
+  /// Its members as the text has them, so that of several with one name the last one counts.
+  /// Nothing where the object is parsed already or writes a name with escapes: then values() is to
+  /// be read.
+  [[nodiscard]] std::optional<std::vector<JsonMember>> plain_members() const;
 
  private:
   std::string_view text_;
