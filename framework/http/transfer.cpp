@@ -58,11 +58,21 @@ void StallClock::add(std::chrono::nanoseconds time, std::uint64_t bytes) {
   bytes_ = bytes;
 }
 
+void BodyBuffer::clear() {
+  begin_ = end_ = 0;
+  withdraw();
+}
+
 bool BodyBuffer::append(const char* bytes, std::size_t size) {
-  if (empty()) clear();
-  if (size > bytes_.size() - end_) return false;
-  std::memcpy(bytes_.data() + end_, bytes, size);
-  end_ += size;
+  if (empty()) begin_ = end_ = 0;
+  // Nothing waits here while there is room in what was lent.
+  const std::size_t given = std::min(size, lent_.size());
+  const std::size_t kept = size - given;
+  if (kept > bytes_.size() - end_) return false;
+  std::copy_n(bytes, given, lent_.data());
+  std::copy_n(bytes + given, kept, bytes_.data() + end_);
+  lent_ = lent_.subspan(given);
+  end_ += kept;
   return true;
 }
 
