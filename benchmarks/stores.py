@@ -3,6 +3,7 @@
 import contextlib
 import hashlib
 import json
+import os
 import random
 import shutil
 import subprocess
@@ -68,16 +69,17 @@ class Installation:
     def command(
         self, programs: Path, *words: str, url: str = "", local_files: bool = False
     ) -> list[str | Path]:
-        """The call of the manager with these words, on the store at the URL; it makes the files for other programs only
-        where that is what is measured."""
+        """The call of the manager with these words, on the store at the URL, which holds until the next one is made; it makes
+        the files for other programs only where that is what is measured."""
         options = {
             "pkg.store_bootstrap_url": f"{url}bootstrap",
             "pkg.telemetry_url": f"{url}telemetry",
             "pkg.local_files": local_files,
         }
         (self._appdata / "Zendro" / "options.json").write_text(json.dumps(options))
-        variable = f"ZENDRO_COMMON_APPDATA={self._appdata}"
-        return ["env", variable, programs / "zendro", "--root", self.folder, "-q", "-y", *words]
+        # Not by `env`, which would be measured with it.
+        os.environ["ZENDRO_COMMON_APPDATA"] = str(self._appdata)
+        return [programs / "zendro", "--root", self.folder, "-q", "-y", *words]
 
     def install_archive(self, files: int, size: int) -> Path:
         """Installs the package with one member, an archive of files of words."""

@@ -154,8 +154,7 @@ PostResult CurlTransport::post(const HttpRequest& request, std::string_view body
 
 std::int64_t CurlTransport::read_body(void* buffer, std::size_t size, IoError& error) {
   Exchange& exchange = sender_.current();
-  if (exchange.body().empty()) sender_.await_body();
-  const std::size_t count = exchange.body().take(buffer, size);
+  const std::size_t count = sender_.read_body({static_cast<char*>(buffer), size});
   transfer().delivered += count;
   if (transfer().delivered > size_limit_) exchange.stop(too_long(size_limit_));
   if ((count == 0 || transfer().delivered > size_limit_) && !transfer().cause.empty()) {

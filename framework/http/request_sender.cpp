@@ -115,9 +115,15 @@ void RequestSender::await_answer(const std::string_view* body, SendResult& resul
   result.connected |= transfer.connected;
 }
 
-void RequestSender::await_body() {
+std::size_t RequestSender::read_body(std::span<char> out) {
+  BodyBuffer& body = current_->body();
+  if (!body.empty()) return body.take(out.data(), out.size());
+  body.lend(out);
   current_->resume();
-  driver_.drive(*current_, [this] { return !current_->body().empty(); });
+  driver_.drive(*current_, [&] { return body.lent() < out.size(); });
+  const std::size_t count = out.size() - body.lent();
+  body.withdraw();
+  return count;
 }
 
 void RequestSender::drain(steady_clock::time_point latest) { driver_.drain(*current_, latest); }

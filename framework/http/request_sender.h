@@ -5,6 +5,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,8 +36,9 @@ class RequestSender {
   SendResult send(const HttpRequest& request, const std::string_view* body);
   /// The exchange with the answer of the last request, until that ends.
   [[nodiscard]] Exchange& current() { return *current_; }
-  /// Waits until there are more bytes of the answer's body, or there will be none.
-  void await_body();
+  /// Moves bytes of the answer's body to `out`, at least one of which there is room for: their
+  /// count. Waits until there are some; 0: there will be none.
+  std::size_t read_body(std::span<char> out);
   /// See TransferDriver::drain().
   void drain(std::chrono::steady_clock::time_point latest = TransferDriver::kNever);
   /// Ends the current request, if there is one.

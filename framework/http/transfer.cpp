@@ -61,18 +61,26 @@ void StallClock::add(std::chrono::nanoseconds time, std::uint64_t bytes) {
 void BodyBuffer::clear() {
   begin_ = end_ = 0;
   if (bytes_.size() > kIoBlock) bytes_ = std::vector<char>(kIoBlock);
+  withdraw();
 }
 
 void BodyBuffer::append_all(const char* bytes, std::size_t size) {
-  if (size > bytes_.size() - end_) bytes_.resize(end_ + std::max(size, end_));
+  if (empty()) begin_ = end_ = 0;
+  const std::size_t kept = size - std::min(size, lent_.size());
+  if (kept > bytes_.size() - end_) bytes_.resize(end_ + std::max(kept, end_));
   append(bytes, size);
 }
 
 bool BodyBuffer::append(const char* bytes, std::size_t size) {
   if (empty()) begin_ = end_ = 0;
-  if (size > bytes_.size() - end_) return false;
-  std::memcpy(bytes_.data() + end_, bytes, size);
-  end_ += size;
+  // Nothing waits here while there is room in what was lent.
+  const std::size_t given = std::min(size, lent_.size());
+  const std::size_t kept = size - given;
+  if (kept > bytes_.size() - end_) return false;
+  std::copy_n(bytes, given, lent_.data());
+  std::copy_n(bytes + given, kept, bytes_.data() + end_);
+  lent_ = lent_.subspan(given);
+  end_ += kept;
   return true;
 }
 

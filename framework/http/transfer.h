@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,16 +41,24 @@ class StallClock {
   std::uint64_t bytes_ = 0;             ///< moved when the speed was looked at
 };
 
-/// The bytes of a body between their arrival and their reading.
+/// The bytes of a body between their arrival and their reading. What arrives while somebody waits
+/// for it goes straight to where it is wanted.
 class BodyBuffer {
  public:
   [[nodiscard]] bool empty() const { return begin_ == end_; }
   [[nodiscard]] std::size_t size() const { return end_ - begin_; }
+  /// Forgets its bytes, and what was lent.
   void clear();
   /// Takes in all of `size` bytes, or none where there is no room for them.
   bool append(const char* bytes, std::size_t size);
   /// The same, and makes room. Throws std::bad_alloc.
   void append_all(const char* bytes, std::size_t size);
+  /// Lets what is appended go to `out`, as far as it fits in there, until withdraw(). Only where
+  /// this is empty.
+  void lend(std::span<char> out) { lent_ = out; }
+  /// How many bytes still fit into what was lent.
+  [[nodiscard]] std::size_t lent() const { return lent_.size(); }
+  void withdraw() { lent_ = {}; }
   /// Moves up to `size` bytes to `out`: their count.
   std::size_t take(void* out, std::size_t size);
 
@@ -59,6 +68,7 @@ class BodyBuffer {
   std::vector<char> bytes_ = std::vector<char>(kIoBlock);
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
+  std::span<char> lent_;
 };
 
 /// One request to one URL and what has come of it.

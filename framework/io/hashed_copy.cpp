@@ -1,7 +1,6 @@
 #include "framework/io/hashed_copy.h"
 
 #include <cstdint>
-#include <future>
 
 namespace zendro::framework {
 namespace {
@@ -18,6 +17,11 @@ bool fill(IOImpl_base& source, char* block, std::size_t& size) {
   return true;
 }
 
+// The digest is the caller's, also where a stream throws.
+struct WaitAtEnd {
+  void operator()(HashThread* thread) const { thread->wait(); }
+};
+
 }  // namespace
 
 bool hash_stream(IOImpl_base& source, Sha256& digest) {
@@ -30,19 +34,19 @@ bool hash_stream(IOImpl_base& source, Sha256& digest) {
 }
 
 bool HashedCopy::run(IOImpl_base& source, IOImpl_base& target, Sha256& digest) {
-  std::future<void> hashed;  // the block before
-  for (std::size_t current = 0;; current = 1 - current) {
+  const std::unique_ptr<HashThread, WaitAtEnd> waited_for(hashing_.get());
+  for (std::size_t current = 0;; current = (current + 1) % blocks_.size()) {
     std::unique_ptr<char[]>& block = blocks_[current];
     if (!block) block = std::make_unique_for_overwrite<char[]>(kBlock);
+    hashing_->wait(blocks_.size() - 1);
     std::size_t size = 0;
     const bool filled = fill(source, block.get(), size);
-    if (hashed.valid()) hashed.get();
     const bool is_last = size < kBlock;
     if (is_last) {
+      hashing_->wait();
       digest.update(block.get(), size);
     } else {
-      // Where no thread can be made, get() runs it on this one.
-      hashed = std::async([&digest, data = block.get()] { digest.update(data, kBlock); });
+      hashing_->add(digest, {block.get(), kBlock});
     }
     if (size > 0 && target.write(block.get(), size) < 0) return false;
     if (is_last) return filled;

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "framework/io/digest.h"
+#include "framework/io/hash_thread.h"
 #include "framework/io/io.h"
 
 namespace zendro::framework {
@@ -18,7 +19,7 @@ bool hash_stream(IOImpl_base& source, Sha256& digest);
 /// takes about as long as receiving and writing together.
 class HashedCopy {
  public:
-  /// Bytes handed over at a time; two such blocks are held at most.
+  /// Bytes handed over at a time.
   static constexpr std::size_t kBlock = std::size_t{1} << 20;
 
   /// Reads `source` to its end into `digest` and into `target`, which receives all that arrived
@@ -27,7 +28,11 @@ class HashedCopy {
   bool run(IOImpl_base& source, IOImpl_base& target, Sha256& digest);
 
  private:
-  std::array<std::unique_ptr<char[]>, 2> blocks_;
+  // One of them is hashed, one is written or filled, and one waits, so that neither side has to
+  // whenever the other one is late.
+  std::array<std::unique_ptr<char[]>, 3> blocks_;
+  // The last member: it ends before the blocks.
+  std::unique_ptr<HashThread> hashing_ = std::make_unique<HashThread>();
 };
 
 }  // namespace zendro::framework
