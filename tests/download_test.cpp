@@ -192,10 +192,21 @@ TEST_F(DownloadTest, WhatCannotBeWrittenIsReportedWithItsPath) {
 
 TEST_F(DownloadTest, TracesEachPackageToAFileOfItsOwnInTheLogFolder) {
   set_option(app::option::log_remote_io, true);
-  start_with({{"../../up-1.0.0", {{"one.zip", "x"}}, {}, {}, {{"_pkg_installdir", "up"}}}});
-  EXPECT_TRUE(cache().install({"../../up"}));
-  EXPECT_THAT(file_text(cache_file("logs/io_..%2F..%2Fup-1.0.0.log")),
-              testing::HasSubstr("one.zip"));
+  const std::string longest = "\x1f\x20\x7f" + std::string(150 - 13, 'a') + "-1.0.0";
+  std::vector<TestPackage> packages;
+  for (const std::string& identity : {std::string("../../up-1.0.0"), longest, "b" + longest}) {
+    const std::string folder = std::to_string(identity.size());
+    packages.push_back({identity, {{"one.zip", "x"}}, {}, {}, {{"_pkg_installdir", folder}}});
+  }
+  start_with(packages);
+  EXPECT_TRUE(cache().install({"../../up", longest, "b" + longest}));
+  const std::string shown = "%1F %7F" + std::string(150 - 13, 'a') + "-1.0.0";
+  const std::string name = "b" + longest;
+  for (const std::string& log :
+       {std::string("..%2F..%2Fup-1.0.0"), shown,
+        "b" + shown.substr(0, 149) + "-" + framework::to_hex(framework::sha256(name))}) {
+    EXPECT_THAT(file_text(cache_file("logs/io_" + log + ".log")), testing::HasSubstr("one.zip"));
+  }
   EXPECT_TRUE(fs::exists(cache_file("logs/io_pkgstore.log")));
 }
 
