@@ -38,13 +38,15 @@ std::string best(const pkgs_available_t& list, const char* key) {
 TEST(PackageList, ReadsMembersSortedAndKeepsTheDeprecatedApart) {
   const pkgs_available_t list = list_of(R"({
     "b-1.0.0": {}, "_META": {"build_number": 42}, "a-1.0.0": {"_name": "a"}, "a-1.2.0": {},
-    "_DEPRECATED": {"a-0.9.0": {"title": "old"}}})");
+    "_DEPRECATED": {"b-0.9.0": {}, "a-0.9.0": {"title": "old"}}, "a-01.0.0": {"_name": "late"}})");
   ASSERT_EQ(list.packages().size(), 3u);
   EXPECT_EQ(to_string(list.packages()[0].identity), "a-1.2.0");
   EXPECT_EQ(to_string(list.packages()[1].identity), "a-1.0.0");
   EXPECT_EQ(to_string(list.packages()[2].identity), "b-1.0.0");
+  EXPECT_EQ(list.packages()[1].key, "a-1.0.0") << "the first of two";
   EXPECT_EQ(list.build_number(), 42);
-  ASSERT_EQ(list.deprecated().size(), 1u);
+  ASSERT_EQ(list.deprecated().size(), 2u);
+  ASSERT_NE(list.find_entry(parse_identity("a-0.9.0")), nullptr);
   EXPECT_EQ(list.find_entry(parse_identity("a-0.9.0"))->meta.title(), "old");
   EXPECT_EQ(find_exact(list.packages(), parse_identity("a-0.9.0")), nullptr);
 
@@ -89,23 +91,30 @@ TEST(PackageList, HoldsNoMoreThanItMay) {
     std::string allowed;
     std::string refused;
     std::string cause;
-  } rows[] = {{"{" + times(kMostEntries, "\"\":{},") + "}",
-               "{\"_DEPRECATED\":{" + times(kMostEntries, "\"\":{},") + "}}",
-               "1000003 entries are more than the limit of 1000002."},
-              {entry("\"x\":[" + times(kMostEntryValues - 1, "0,") + "]"),
-               entry("\"x\":[" + times(kMostEntryValues, "0,") + "]"),
-               "a-1.0.0: 250001 values are more than the limit of 250000."},
-              {entry("\"references\":[" + times(kMostReferences, "\"\",") + "]"),
-               entry("\"references\":[" + times(kMostReferences + 1, "\"\",") + "]"),
-               "a-1.0.0: 10001 references are more than the limit of 10000."},
-              {entry("\"conflicting_pkgs\":[" + times(kMostReferences, "\"\",") + "]"),
-               entry("\"conflicting_pkgs\":[" + times(kMostReferences + 1, "\"\",") + "]"),
-               "a-1.0.0: 10001 conflicting_pkgs are more than the limit of 10000."},
-              {"{}", entry("\"x\":[" + times(kMostValues, "0,") + "]"),
-               "10000003 values are more than the limit of 10000000."},
-              {entry("\"x\":" + std::string(30, '[') + std::string(30, ']')),
-               entry("\"x\":" + std::string(31, '[') + std::string(31, ']')),
-               "not JSON: nested deeper than 32 at byte 46"}};
+  } rows[] = {
+      {"{" + times(kMostEntries, "\"\":{},") + "}",
+       "{\"_DEPRECATED\":{" + times(kMostEntries, "\"\":{},") + "}}",
+       "1000003 entries are more than the limit of 1000002."},
+      {"{}", "{" + times(kMostEntries + 1, "\"\":{},") + "}",
+       "1000003 entries are more than the limit of 1000002."},
+      {"{}", "{\"_META\":{\"x\":[" + times(kMostEntryValues, "0,") + "]}}",
+       "_META: 250001 values are more than the limit of 250000."},
+      {"{}", "{\"_DEPRECATED\":" + entry("\"x\":[" + times(kMostEntryValues, "0,") + "]") + "}",
+       "a-1.0.0: 250001 values are more than the limit of 250000."},
+      {entry("\"x\":[" + times(kMostEntryValues - 1, "0,") + "]"),
+       entry("\"x\":[" + times(kMostEntryValues, "0,") + "]"),
+       "a-1.0.0: 250001 values are more than the limit of 250000."},
+      {entry("\"references\":[" + times(kMostReferences, "\"\",") + "]"),
+       entry("\"references\":[" + times(kMostReferences + 1, "\"\",") + "]"),
+       "a-1.0.0: 10001 references are more than the limit of 10000."},
+      {entry("\"conflicting_pkgs\":[" + times(kMostReferences, "\"\",") + "]"),
+       entry("\"conflicting_pkgs\":[" + times(kMostReferences + 1, "\"\",") + "]"),
+       "a-1.0.0: 10001 conflicting_pkgs are more than the limit of 10000."},
+      {"{}", entry("\"x\":[" + times(kMostValues, "0,") + "]"),
+       "10000003 values are more than the limit of 10000000."},
+      {entry("\"x\":" + std::string(30, '[') + std::string(30, ']')),
+       entry("\"x\":" + std::string(31, '[') + std::string(31, ']')),
+       "not JSON: nested deeper than 32 at byte 46"}};
   for (const auto& row : rows) {
     list_of(row.allowed);
     EXPECT_EQ(failure_of(row.refused), row.cause);
@@ -192,6 +201,28 @@ TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {
             "{\n\"_META\":{\"build_number\":1},\n\"b-2.0.0\":{},\n\"d-1.0.0\":{},\n"
             "\"e-1.0.0\":{}\n}\n");
   EXPECT_EQ(find_exact(list.packages(), parse_identity("b-1.0.0")), nullptr);
+}
+
+TEST(PackageList, KeepsWhatHasVanishedUntilItIsBack) {
+  pkgs_available_t list =
+      list_of(R"({"_DEPRECATED":{"b-1.0.0":{},"c-1.0.0":{"_vanished":true}},"e-1.0.0":{}})");
+  const auto all_of = [](const pkgs_available_t& source) {
+    std::vector<const package_t*> all;
+    for (const package_t& package : source.packages()) all.push_back(&package);
+    return all;
+  };
+  const pkgs_available_t gone = list_of(R"({"a-1.0.0":{"v":1},"d-1.0.0":{}})");
+  list.keep_vanished(all_of(gone));
+  for (const char* identity : {"a-1.0.0", "b-1.0.0", "c-1.0.0", "d-1.0.0"}) {
+    EXPECT_NE(list.find_entry(parse_identity(identity)), nullptr) << identity;
+  }
+  const pkgs_available_t back = list_of(R"({"a-1.0.0":{"v":2},"b-1.0.0":{}})");
+  list.add(all_of(back), back);
+  EXPECT_EQ(list.deprecated().size(), 3u);
+  EXPECT_EQ(list.serialise(),
+            "{\n\"_DEPRECATED\":{\"b-1.0.0\":{},\"c-1.0.0\":{\"_vanished\":true},"
+            "\"d-1.0.0\":{\"_vanished\":true}},\n"
+            "\"a-1.0.0\":{\"v\":2},\n\"b-1.0.0\":{},\n\"e-1.0.0\":{}\n}\n");
 }
 
 TEST(PackageList, FindsTheExactElseTheNewestMatching) {

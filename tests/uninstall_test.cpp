@@ -33,6 +33,8 @@ TEST_F(UninstallTest, NeedsACacheAndSomethingThatIsInstalled) {
   EXPECT_THAT(take_log(), ElementsAre("XML Schema b is not installed - ignored.",
                                       "XML Schema a-2 is not installed - ignored."));
   EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  cache().set_plan_sink([](const pkg::plan_t&) { return false; });
+  EXPECT_FALSE(cache().uninstall({"a"})) << "nobody agrees";
   EXPECT_EQ(snapshot(), before);
 }
 
