@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <random>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include "pkg/merged_view.h"
 #include "pkg/plan.h"
 #include "pkg/references.h"
+#include "pkg/referrers.h"
 #include "tests/stopwatch.h"
 
 namespace zendro::pkg {
@@ -327,6 +329,47 @@ TEST(IdentityIndex, AgreesWithLookingAtEveryIdentity) {
     }
     EXPECT_EQ(taking.take(key), expected) << text;
     EXPECT_EQ(index.find_any(key).has_value(), is_there) << text;
+  }
+}
+
+TEST(ReferrerIndex, AgreesWithLookingAtEveryReference) {
+  std::mt19937 random(3);
+  const auto identity = [&](unsigned most) {
+    std::string name;
+    for (unsigned length = 1 + random() % most; length > 0; --length) name += "abB"[random() % 3];
+    return name;
+  };
+  const auto version = [&](std::size_t parts) {
+    std::string text;
+    for (; parts > 0; --parts) text += (text.empty() ? "-" : ".") + std::to_string(random() % 2);
+    return text;
+  };
+  json::object document;
+  for (int i = 0; i < 200; ++i) {
+    json::array references;
+    for (int j = 0; j < 3; ++j) references.emplace_back(identity(4) + version(random() % 4));
+    document[identity(6) + version(3)] = {{"references", references}};
+  }
+  const pkgs_available_t list = list_of(json::serialize(document));
+  const metadata_texts texts(pass_over_metadata);
+  const referrer_index index(list.packages(), texts);
+  for (const package_t& package : list.packages()) {
+    std::set<list_position> expected;
+    std::set<list_position> found;
+    for (const package_t& other : list.packages()) {
+      for (const std::string_view text : texts.references(other)) {
+        const name_semver_t key = parse_identity(text);
+        const std::string name = framework::ascii_lower(package.identity.name);
+        const bool is_one = name.find(framework::ascii_lower(key.name)) != std::string::npos &&
+                            matches(key.version, package.identity.version);
+        if (is_one) expected.insert(position_of(list.packages(), other));
+      }
+    }
+    for (const std::size_t text : index.texts_for(package.identity)) {
+      const std::vector<list_position> packages = index.packages_with(text);
+      found.insert(packages.begin(), packages.end());
+    }
+    EXPECT_EQ(found, expected) << package.key;
   }
 }
 
