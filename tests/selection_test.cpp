@@ -181,6 +181,13 @@ TEST_F(SelectionTest, PackageRowAsksWhichVersions) {
   EXPECT_EQ(desk_.asked.back(), "used base-1.0.0");
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0"));
 
+  // The latest is the newest in the store.
+  Selection ahead = make(R"({"lib-1.0.0": {}, "lib-2.0.0": {}})", R"({"lib-3.0.0": {}})");
+  desk_.versions_answers = {VersionsAnswer::latest};
+  ahead.toggle_package(0);
+  EXPECT_THAT(checked(ahead), ElementsAre("lib-2.0.0", "lib-3.0.0"));
+  desk_.asked.pop_back();
+
   desk_.answers = {};
   selection.toggle_package(base);
   selection.toggle_package(base);
@@ -457,7 +464,10 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   toggle(selection, L"a-1.0.1");
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0)));
   EXPECT_FALSE(selection.row(a).checked);
+  toggle(selection, L"a-1.1.9");
   toggle(selection, L"a-1.0.0");
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.1.9", 0))) << "another line";
+  toggle(selection, L"a-1.1.9");
   EXPECT_THAT(pending_actions(selection), IsEmpty());
   EXPECT_TRUE(selection.row(a).checked);
   // A level below an installed one comes to nothing.
@@ -475,6 +485,10 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(selection.row(a).patch, PatchState::available);
   selection.choose_all_patches();
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
+  toggle(selection, L"a-1.0.0");
+  toggle(selection, L"a-1.0.2");
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
+  EXPECT_TRUE(selection.row(a).checked) << "is what the patch is for";
 }
 
 TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
@@ -614,7 +628,9 @@ TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
     return found();
   };
   EXPECT_EQ(type(L'X', 0), 1u);
+  now += TypeAhead::kForgottenAfter;
   EXPECT_EQ(type(L'E', 1), 0u) << "from where it began, around the end";
+  now += TypeAhead::kForgottenAfter;
   typed.erase_last(now);
   EXPECT_EQ(found(), 1u);
   now += TypeAhead::kForgottenAfter;
@@ -625,7 +641,9 @@ TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
   now += 2 * TypeAhead::kForgottenAfter;
   EXPECT_EQ(type(L'o', 2), 1u) << "downwards";
   EXPECT_TRUE(TypeAhead::accepts(L'0') && TypeAhead::accepts(L'9'));
-  EXPECT_FALSE(TypeAhead::accepts(L' ') || TypeAhead::accepts(L'+') || TypeAhead::accepts(L'\b'));
+  for (const wchar_t character : {L' ', L'+', L'\b', L':', L'[', L'{', L'\x9f'}) {
+    EXPECT_FALSE(TypeAhead::accepts(character)) << static_cast<int>(character);
+  }
   for (const wchar_t character : {L'-', L'.', L'_', L'a', L'z', L'A', L'Z', L'\x00e9'}) {
     EXPECT_TRUE(TypeAhead::accepts(character)) << static_cast<int>(character);
   }

@@ -346,8 +346,16 @@ TEST_F(TrustTest, AThrowingSinkEndsTheOperationOnly) {
   cache().set_message_sink([&calls](const msg::Message&) {
     if (++calls == 1) throw std::runtime_error("the window is gone");
   });
-  EXPECT_FALSE(cache().install({"a"}));
-  EXPECT_EQ(calls, 2);
+  const std::vector<pkg::filter_action> pairs = {{"a", pkg::kActionInstall}};
+  const std::vector<std::function<bool()>> operations = {
+      [&] { return cache().install({"a"}); }, [&] { return cache().uninstall({"a"}); },
+      [&] { return cache().apply_changes(pairs); }, [&] { return cache().install_locked("none"); },
+      [&] { return cache().update_from_archive("none"); }};
+  for (const auto& operation : operations) {
+    calls = 0;
+    EXPECT_FALSE(operation());
+    EXPECT_GE(calls, 2) << "the failure of the sink is told as well";
+  }
   EXPECT_FALSE(cache().install({}));
 }
 
