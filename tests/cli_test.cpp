@@ -228,6 +228,21 @@ TEST_F(CliTest, VerifyFindsEachKindOfDamageAndRepairsIt) {
   EXPECT_EQ(zendro({"verify", "--repair"}).status, 0);
   std::filesystem::remove(package_folder("app-1.0.0") / "stranger.txt");
   EXPECT_EQ(snapshot(), whole);
+
+  // A package without files whose folder has gone, and one whose files nobody can read.
+  json::object list = json::parse(file_text(cache_file("pkgs-installed.json"))).as_object();
+  list["bare-1.0.0"] = TestPackage{"bare-1.0.0", {}}.meta();
+  list["odd-1.0.0"] = TestPackage{"odd-1.0.0", {}, {}, {}, {{"files", 5}}}.meta();
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  pkg::progress_t progress;
+  cache().set_progress_sink([&progress](const pkg::progress_t& now) { progress = now; });
+  const std::optional<pkg::verification_t> odd = cache().verify({}, false);
+  ASSERT_TRUE(odd && odd->findings.size() == 2);
+  EXPECT_EQ(odd->findings[0].state, pkg::member_state::missing);
+  EXPECT_EQ(odd->findings[1].state, pkg::member_state::unreadable);
+  EXPECT_EQ(progress.members_done, 4U);
+  EXPECT_EQ(progress.members, 4U);
+  EXPECT_FALSE(cache().verify({}, true)->is_repaired);
 }
 
 TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
