@@ -242,7 +242,12 @@ TEST_F(CliTest, VerifyFindsEachKindOfDamageAndRepairsIt) {
   EXPECT_EQ(odd->findings[1].state, pkg::member_state::unreadable);
   EXPECT_EQ(progress.members_done, 4U);
   EXPECT_EQ(progress.members, 4U);
-  EXPECT_FALSE(cache().verify({}, true)->is_repaired);
+  // What cannot be set right is no success.
+  list["odd-1.0.0"] = TestPackage{"odd-1.0.0", {}, {}, {}, {{"_pkg_installdir", ".."}}}.meta();
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  const std::optional<pkg::verification_t> refused = cache().verify({}, true);
+  ASSERT_TRUE(refused);
+  EXPECT_FALSE(refused->is_repaired);
 }
 
 TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
