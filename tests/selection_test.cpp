@@ -437,6 +437,8 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(version_icon(selection.row(a)), "package_patchable");
   EXPECT_EQ(package_icon(selection, selection.table().package_of(a)), "package_patchable");
   EXPECT_EQ(version_state_words(selection, a), L"installed, upgrade available");
+  EXPECT_EQ(package_state_words(selection, selection.table().package_of(a)),
+            L"installed, upgrade available");
   EXPECT_EQ(datatip_text(selection, a, L"Patch Selection"),
             L"Publisher: schemas.example\nPATCH: There is a patch available for this package. "
             L"Double click here to apply it or press button \"Patch Selection\" to apply all "
@@ -489,6 +491,13 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   toggle(selection, L"a-1.0.2");
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
   EXPECT_TRUE(selection.row(a).checked) << "is what the patch is for";
+}
+
+TEST_F(SelectionTest, APatchThatWaitsShowsBeforeOneThatIsChosen) {
+  Selection selection =
+      make(R"({"a-1.0.1": {}, "a-2.0.1": {}})", R"({"a-1.0.0": {}, "a-2.0.0": {}})");
+  selection.choose_patch(find(selection, L"a-2.0.0"));
+  EXPECT_EQ(package_icon(selection, 0), "package_patchable");
 }
 
 TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
