@@ -29,7 +29,7 @@ TEST_F(ApplyTest, WhatCannotBeDoneIsSaidBeforeAnythingIsChanged) {
   twin.more["files"] = {{"lib-1.0.0.zip", std::string(64, '0')}};
   TestPackage same = lib;
   same.identity = "lib-1.2.0";
-  start_with({package_of_one_member("old-1.0.0"), lib, same,
+  start_with({package_of_one_member("old-1.0.0"), package_of_one_member("stray-1.0.1"), lib, same,
               package_of_one_member("vain-1.0.0", {"gone"}),
               package_of_one_member("foe-1.0.0", {}, {"lib"}), outside, taken, odd, lost, twin});
   ASSERT_TRUE(cache().install({"old", "lib-1.0"}));
@@ -53,6 +53,8 @@ TEST_F(ApplyTest, WhatCannotBeDoneIsSaidBeforeAnythingIsChanged) {
                    "pkg_conflict_installed pkg=lib-1.1.0 conflict=lib-1.0.0 pkgtype=XML Schema"),
         std::tuple("odd-1.0.0", kActionInstall, metadata.c_str()),
         std::tuple("lost-1.0.0", kActionInstall, metadata.c_str()),
+        std::tuple("stray-1.0.1", kActionInstall,
+                   "inst_pkg_not_available pkg=stray-1.0.0 pkgtype=XML Schema"),
         std::tuple("stray-1.0.0", kActionUninstall,
                    "inst_pkg_not_available pkg=stray-1.0.0 pkgtype=XML Schema")}) {
     const std::vector<filter_action> pairs = {{"old-1.0.0", kActionUninstall}, {identity, action}};
@@ -81,10 +83,11 @@ TEST_F(ApplyTest, TakesExactlyWhatIsNamed) {
               package_of_one_member("lib-1.0.0")});
   ASSERT_TRUE(cache().install({"wms", "ogc-wms", "lib"}));
   const std::vector<filter_action> pairs = {{"wms-1.0.0", kActionUninstall},
-                                            {"app-1.0.0", kActionInstall}};
+                                            {"app-1.0.0", kActionInstall},
+                                            {"lib-1.0.0", kActionUninstall}};
   EXPECT_TRUE(cache().apply_changes(pairs));
   EXPECT_THAT(take_messages(), IsEmpty());
-  EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "base-1.0.0", "lib-1.0.0", "ogc-wms-1.0.0"));
+  EXPECT_THAT(installed(), ElementsAre("app-1.0.0", "base-1.0.0", "ogc-wms-1.0.0"));
 
   // The option works for filters as well, and only there where it is given.
   set_option(app::option::uninstall_keep, {"ogc-wms-1.0.0"});

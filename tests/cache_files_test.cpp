@@ -134,6 +134,8 @@ TEST_F(CacheFilesTest, WithoutTheLockNothingIsChanged) {
       [&] { return cache().update_store_information(false); },
       [&] { return cache().install({"b"}); },
       [&] { return cache().uninstall({"a"}); },
+      [&] { return cache().update_from_archive((folder_ / "list.zip").string()); },
+      [&] { return cache().install_locked((folder_ / "zendro.lock").string()); },
       [&] { return cache().apply_changes(swap); },
       [&] {
         return cache().read_package_file((folder_ / "p.zendro_xmlschemas").string()) !=

@@ -181,6 +181,24 @@ TEST_F(CacheTest, KeysThatAreNoIdentitiesAreLeftOut) {
   EXPECT_THAT(cache().read_package_file(file), testing::Optional(ElementsAre("b")));
   EXPECT_THAT(warnings(), ElementsAre("good"));
   EXPECT_TRUE(cache().load_available()->find_entry(pkg::parse_identity("b-1.0.0")) != nullptr);
+
+  // A long one is shown as far as a key can be, in whole characters; of many the first hundred.
+  const std::string long_key(pkg::kLongestKey - 1, 'k');
+  const std::pair<std::string, std::string> long_keys[] = {{"a" + long_key, ""},
+                                                           {"b" + long_key, "z"},
+                                                           {"c" + long_key, "\u00e9"},
+                                                           {long_key, "\u00e9"}};
+  std::string many;
+  for (const auto& [shown, rest] : long_keys) many += "\"" + shown + rest + "\":{},";
+  for (int i = 4; i < 101; ++i) many += "\"x" + std::to_string(i) + "\":{},";
+  many.back() = '}';
+  write_text(cache_file("pkgs-installed.json"), "{" + many);
+  EXPECT_TRUE(cache().load_installed());
+  ASSERT_EQ(texts().size(), 101U);
+  for (std::size_t i = 0; i < std::size(long_keys); ++i) {
+    EXPECT_THAT(texts()[i], testing::HasSubstr("\n" + long_keys[i].first + ": is left out"));
+  }
+  EXPECT_THAT(texts().back(), testing::EndsWith("\n1 more are left out for the same reason."));
 }
 
 // The list of available packages, or the package file, that a wrong type stands in is named.

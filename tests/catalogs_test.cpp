@@ -59,7 +59,8 @@ TEST_F(CatalogsTest, EveryKindOfEntryIsWrittenInKeyOrder) {
        package("bar-2.0.0",
                {{"_name", "bar"},
                 {"namespace_catalog",
-                 {{"urn:x:ns#a", "n.zip|zip/n.xsd"}, {"urn:b", {{"path", "b.xsd"}}}}},
+                 {{"urn:x:ns#a", "n.zip|zip/n.xsd"},
+                  {"urn:b", {{"path", "b.xsd"}, {"public", false}}}}},
                 {"uri_mappings",
                  {{"http://old/", "http://new/"}, {"http://a/", "http://b.zip|zip/"}}}})});
   ASSERT_TRUE(cache().install({"foo-dtd", "foo-dtds", "bar"}));

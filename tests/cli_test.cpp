@@ -17,13 +17,15 @@ using testing::StartsWith;
 std::vector<TestPackage> some_packages() {
   TestPackage app = package_of_one_member("app-1.0.0", {"lib-1.0", "base"});
   app.more = {{"title", "Größe \xE2\x80\xAE"}, {"description", "An application"}};
+  TestPackage foe = package_of_one_member("foe-1.0.0", {}, {"lib"});
+  foe.more = {{"title", "Foe"}, {"homepage", "http://publisher.example/"}};
   return {app,
           package_of_one_member("lib-1.0.0"),
           package_of_one_member("lib-1.0.1"),
           package_of_one_member("base-1.0.0"),
           package_of_one_member("wms-1.0.0"),
           package_of_one_member("wms-dtd-1.0.0"),
-          package_of_one_member("foe-1.0.0", {}, {"lib"})};
+          foe};
 }
 
 TEST_F(CliTest, EachCallHasItsStatusAndItsStreams) {
@@ -97,6 +99,11 @@ TEST_F(CliTest, EachCallHasItsStatusAndItsStreams) {
        "name  version  state      title\n"
        "app   1.0.0    installed  Größe <U+202E>\n",
        ""},
+      {{"search", "publisher.ex"},
+       0,
+       "name  version  state  title\nfoe   1.0.0           Foe\n",
+       ""},
+      {{"search", "FOE"}, 0, "name  version  state  title\nfoe   1.0.0           Foe\n", ""},
       {{"uninstall", "app", "--keep-references", "--dry-run"},
        0,
        "Will be uninstalled:\n  app-1.0.0  (asked for)\n",
@@ -221,6 +228,26 @@ TEST_F(CliTest, VerifyFindsEachKindOfDamageAndRepairsIt) {
   EXPECT_EQ(zendro({"verify", "--repair"}).status, 0);
   std::filesystem::remove(package_folder("app-1.0.0") / "stranger.txt");
   EXPECT_EQ(snapshot(), whole);
+
+  // A package without files whose folder has gone, and one whose files nobody can read.
+  json::object list = json::parse(file_text(cache_file("pkgs-installed.json"))).as_object();
+  list["bare-1.0.0"] = TestPackage{"bare-1.0.0", {}}.meta();
+  list["odd-1.0.0"] = TestPackage{"odd-1.0.0", {}, {}, {}, {{"files", 5}}}.meta();
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  pkg::progress_t progress;
+  cache().set_progress_sink([&progress](const pkg::progress_t& now) { progress = now; });
+  const std::optional<pkg::verification_t> odd = cache().verify({}, false);
+  ASSERT_TRUE(odd && odd->findings.size() == 2);
+  EXPECT_EQ(odd->findings[0].state, pkg::member_state::missing);
+  EXPECT_EQ(odd->findings[1].state, pkg::member_state::unreadable);
+  EXPECT_EQ(progress.members_done, 4U);
+  EXPECT_EQ(progress.members, 4U);
+  // What cannot be set right is no success.
+  list["odd-1.0.0"] = TestPackage{"odd-1.0.0", {}, {}, {}, {{"_pkg_installdir", ".."}}}.meta();
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  const std::optional<pkg::verification_t> refused = cache().verify({}, true);
+  ASSERT_TRUE(refused);
+  EXPECT_FALSE(refused->is_repaired);
 }
 
 TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
@@ -257,7 +284,13 @@ TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
 
   ASSERT_EQ(zendro({"--root", root("new"), "update"}).status, 0);
   ASSERT_EQ(zendro({"--root", root("new"), "-y", "install", "lib"}).status, 0);
-  EXPECT_THAT(locked("new").err, HasSubstr("newer version lib-1.0.2 is already installed"));
+  const ProcessOutcome newer = locked("new");
+  EXPECT_EQ(newer.status, 1);
+  EXPECT_THAT(newer.err, HasSubstr("newer version lib-1.0.2 is already installed"));
+  ASSERT_EQ(zendro({"--root", root("old"), "update"}).status, 0);
+  ASSERT_EQ(zendro({"--root", root("old"), "-y", "install", "lib-1.0.0"}).status, 0);
+  EXPECT_EQ(locked("old").status, 0) << "an older level is replaced";
+  EXPECT_EQ(bytes("old"), bytes("one"));
 
   later[3].members[0].second = "other bytes";
   publish(later, 3);
@@ -265,6 +298,11 @@ TEST_F(CliTest, ALockGivesAnotherMachineTheSameBytes) {
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(refused.err, HasSubstr("Checksum mismatch for member base-1.0.0.zip"));
   EXPECT_THAT(bytes("three"), testing::SizeIs(3)) << "the catalogs alone";
+  EXPECT_EQ(locked("two").status, 1) << "although it is installed";
+  later[3] = package_of_one_member("base-1.0.0");
+  later[3].members.emplace_back("one-more.zip", "x");
+  publish(later, 4);
+  EXPECT_THAT(locked("three").err, HasSubstr("Checksum mismatch for member one-more.zip"));
   for (const char* text :
        {"", "[]", R"({"zendro_lock": 2})", R"({"zendro_lock": 1, "type": "xbrl"})",
         R"({"zendro_lock": 1, "type": "xsd", "packages": {"a-1.0.0": {"b": "c"}}})"}) {
@@ -313,7 +351,10 @@ TEST_F(CliTest, AClosedNetworkGetsTheListAndPackagesAsFiles) {
 TEST_F(CliTest, WhereATextLeadsAndTheBytesThere) {
   const std::string inner("<a/>\0\r\n", 7);
   TestPackage package{"doc-1.0.0", {{"m.zip", make_zip({{"a.xsd", inner}})}, {"b.xsd", "<b/>"}}};
-  package.more = {{"catalogs", {{"http://doc/a.xsd", "m.zip|zip/a.xsd"}, {"http://doc/all/", ""}}},
+  package.more = {{"catalogs",
+                   {{"http://doc/a.xsd", "m.zip|zip/a.xsd"},
+                    {"http://doc/all/", ""},
+                    {"http://doc/all/m/", "m.zip|zip/"}}},
                   {"namespace_catalog",
                    {{"urn:doc", "b.xsd"}, {"-//DOC//", {{"path", "b.xsd"}, {"public", true}}}}},
                   {"uri_mappings", {{"http://old/", "http://doc/"}, {"http://x/", "http://x/x"}}}};
@@ -330,6 +371,8 @@ TEST_F(CliTest, WhereATextLeadsAndTheBytesThere) {
            a + "\n" + folder + "m.zip\n"},
       {"http://doc/all/b.xsd",
        "catalog.xml: rewriteURI http://doc/all/ -> " + b + "\n" + folder + "b.xsd\n"},
+      {"http://doc/all/m/a.xsd",
+       "catalog.xml: rewriteURI http://doc/all/m/ -> " + a + "\n" + folder + "m.zip\n"},
       {"urn:doc", "namespace-mapping-catalog.xml: uri urn:doc -> " + name + "\ncatalog.xml: uri " +
                       name + " -> " + b + "\n" + folder + "b.xsd\n"},
       {"-//DOC//",

@@ -27,10 +27,10 @@ TEST(LocalMemberName, IsOneSegmentOfAnIri) {
   EXPECT_EQ(pkg::local_member_name("azAZ09-._~!$&'()*+,;=:@%"), "azAZ09-._~!$&'()*+,;=:@%");
   EXPECT_EQ(pkg::local_member_name("\"<>?#[]\\^`{|}\x7F\n"),
             "%22%3C%3E%3F%23%5B%5D%5C%5E%60%7B%7C%7D%7F%0A");
-  // U+00E9, U+D7FF, U+F900, U+FDCF, U+FDF0, U+FFEF, U+10000, U+1FFFD, U+DFFFD, U+E1000 and U+EFFFD
+  // U+00A0, U+D7FF, U+F900, U+FDCF, U+FDF0, U+FFEF, U+10000, U+1FFFD, U+DFFFD, U+E1000 and U+EFFFD
   // may stand in an IRI; the rest of each row is next to them and may not.
   const std::string kept =
-      "\xC3\xA9\xED\x9F\xBF\xEF\xA4\x80\xEF\xB7\x8F\xEF\xB7\xB0\xEF\xBF\xAF\xF0\x90\x80\x80\xF0\x9F"
+      "\xC2\xA0\xED\x9F\xBF\xEF\xA4\x80\xEF\xB7\x8F\xEF\xB7\xB0\xEF\xBF\xAF\xF0\x90\x80\x80\xF0\x9F"
       "\xBF\xBD\xF3\x9F\xBF\xBD"
       "\xF3\xA1\x80\x80\xF3\xAF\xBF\xBD";
   EXPECT_EQ(pkg::local_member_name(kept), kept);
@@ -192,11 +192,25 @@ TEST_F(DownloadTest, WhatCannotBeWrittenIsReportedWithItsPath) {
 
 TEST_F(DownloadTest, TracesEachPackageToAFileOfItsOwnInTheLogFolder) {
   set_option(app::option::log_remote_io, true);
-  start_with({{"../../up-1.0.0", {{"one.zip", "x"}}, {}, {}, {{"_pkg_installdir", "up"}}}});
-  EXPECT_TRUE(cache().install({"../../up"}));
+  const std::string longest = "\x1f\x20\x7f" + std::string(150 - 13, 'a') + "-1.0.0";
+  std::vector<TestPackage> packages;
+  for (const std::string& identity : {std::string("../../up-1.0.0"), longest, "b" + longest}) {
+    const std::string folder = std::to_string(identity.size());
+    packages.push_back({identity, {{"one.zip", "x"}}, {}, {}, {{"_pkg_installdir", folder}}});
+  }
+  start_with(packages);
+  EXPECT_TRUE(cache().install({"../../up", longest, "b" + longest}));
+  const std::string shown = "%1F %7F" + std::string(150 - 13, 'a') + "-1.0.0";
+  const std::string name = "b" + longest;
+  std::vector<std::string> logs;
+  for (const auto& entry : fs::directory_iterator(cache_file("logs"))) {
+    logs.push_back(entry.path().filename().string());
+  }
+  const std::string digest = framework::to_hex(framework::sha256(name));
+  EXPECT_THAT(logs, testing::IsSupersetOf({std::string("io_pkgstore.log"), "io_" + shown + ".log",
+                                           "io_b" + shown.substr(0, 149) + "-" + digest + ".log"}));
   EXPECT_THAT(file_text(cache_file("logs/io_..%2F..%2Fup-1.0.0.log")),
               testing::HasSubstr("one.zip"));
-  EXPECT_TRUE(fs::exists(cache_file("logs/io_pkgstore.log")));
 }
 
 TEST_F(DownloadTest, TellsHowFarItIs) {

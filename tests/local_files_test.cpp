@@ -75,7 +75,9 @@ TEST_F(LocalFilesTest, CatalogsLeadToUnpackedFiles) {
   const std::string zip = make_zip({{"a/", ""}, {"a/b#.xsd", "flat"}, {"i.ZIP", inner}});
   start_with(
       {{"one-1.0.0",
-        {{"d/plain.xsd", "plain"}, {"x.zip", zip}},
+        {{"d/plain.xsd", "plain"},
+         {"x.zip", zip},
+         {"set.bin", make_zip({{"n.bin", make_zip({{"a.xsd", ""}})}})}},
         {},
         {},
         {{"catalogs",
@@ -83,17 +85,30 @@ TEST_F(LocalFilesTest, CatalogsLeadToUnpackedFiles) {
            {"http://a/c", "x.zip|zip/i.ZIP|zip/c d.xsd"},
            {"http://a/", "x.zip|zip/a/"},
            {"http://a/none", "x.zip|zip/none"},
+           {"http://a/folder", "x.zip|zip/a"},
+           {"http://a/case", "x.zip|zip/A/b%23.xsd"},
+           {"http://a/marked", "set.bin|zip/n.bin|zip/a.xsd"},
+           {"", "d/plain.xsd"},
+           {"http://all/", "/"},
+           {"http://whole/", "x.zip|zip"},
+           {"http://out/", "../../x/"},
            {"http://a/out", "../../x"},
            {"zendro://pkg/two-1.0.0/y.zip%7Czip/../d/plain.xsd", "d/plain.xsd"},
-           {"zendro://pkg/two-1.0.0/y.zip%7Czip/p.xsd", "d/plain.xsd"}}},
+           {"zendro://pkg/two-1.0.0/y.zip%7Czip/p%20q.xsd", "d/plain.xsd"}}},
          {"namespace_catalog",
           {{"urn:a", "d/plain.xsd"},
+           {"zendro://pkg/a", "d/plain.xsd"},
            {"-//A//DTD \"//EN", {{"path", "d/plain.xsd"}, {"public", true}}},
-           {"-//A//DTD//EN", {{"path", "d/plain.xsd"}, {"public", true}}}}},
+           {"-//A//DTD 1//EN", {{"path", "d/plain.xsd"}, {"public", true}}}}},
          {"uri_mappings", {{"http://old/", "http://new/"}, {"http://new/", "http://newest/"}}}}},
-       package_of("two-1.0.0", "y.zip", "no archive")});
+       {"two-1.0.0", {{"y.zip", "no archive"}, {"o", inner}, {"e.zip", make_zip({})}}}});
   ASSERT_TRUE(cache().install({"one", "two"}));
   EXPECT_THAT(take_messages(), IsEmpty());
+  EXPECT_EQ(file_text(local("two-1.0.0/files/o")), inner) << "has the name of no archive";
+  EXPECT_TRUE(fs::is_directory(local("two-1.0.0/files/e.zip"))) << "empty";
+  const std::string zips = (local() / "zips").string();
+  EXPECT_THAT(file_text(local("how-to.txt")),
+              testing::AllOf(HasSubstr("--packages \"" + zips), testing::Not(HasSubstr("{uri}"))));
   EXPECT_EQ(file_text(local("one-1.0.0/files/x.zip/i.ZIP/c d.xsd")), "deep");
   EXPECT_EQ(file_text(local("two-1.0.0/files/y.zip")), "no archive");
   EXPECT_THAT(
@@ -109,18 +124,23 @@ TEST_F(LocalFilesTest, CatalogsLeadToUnpackedFiles) {
   EXPECT_THAT(entries("namespaces.xml"),
               ElementsAre(R"(<nextCatalog catalog="one-1.0.0/namespaces.xml" />)"));
   EXPECT_THAT(entries("one-1.0.0/namespaces.xml"),
-              ElementsAre(R"(<uri name="urn:a" uri="files/d/plain.xsd" />)"));
+              ElementsAre(R"(<uri name="urn:a" uri="files/d/plain.xsd" />)",
+                          R"(<uri name="zendro://pkg/a" uri="files/d/plain.xsd" />)"));
   EXPECT_THAT(
       entries("prefixes.xml"),
       ElementsAre(
+          R"(<rewriteSystem systemIdStartString="http://whole/" rewritePrefix="one-1.0.0/files/x.zip" />)",
+          R"(<rewriteURI uriStartString="http://whole/" rewritePrefix="one-1.0.0/files/x.zip" />)",
+          R"(<rewriteSystem systemIdStartString="http://all/" rewritePrefix="one-1.0.0/files/" />)",
+          R"(<rewriteURI uriStartString="http://all/" rewritePrefix="one-1.0.0/files/" />)",
           R"(<rewriteSystem systemIdStartString="http://a/" rewritePrefix="one-1.0.0/files/x.zip/a/" />)",
           R"(<rewriteURI uriStartString="http://a/" rewritePrefix="one-1.0.0/files/x.zip/a/" />)"));
 
   std::vector<std::string> lines;
-  const std::string place = fs::path(local("two-1.0.0/files/y.zip/p.xsd")).generic_string();
+  const std::string place = fs::path(local("two-1.0.0/files/y.zip/")).generic_string();
   for (std::string line : entries("one-1.0.0/catalog.xml")) {
     const std::size_t at = line.find(place);
-    lines.push_back(at == std::string::npos ? line : line.replace(at, place.size(), "/p"));
+    lines.push_back(at == std::string::npos ? line : line.replace(at, place.size(), "/"));
   }
   std::vector<std::string> expected;
   const auto rewritten = [&](const std::string& key, const std::string& to) {
@@ -136,16 +156,18 @@ TEST_F(LocalFilesTest, CatalogsLeadToUnpackedFiles) {
   rewritten("zendro://pkg/one-1.0.0/", "files/");
   rewritten("zendro://pkg/one-1.0.0/x.zip%7Czip/", "files/x.zip/");
   rewritten("zendro://pkg/one-1.0.0/x.zip%7Czip/i.ZIP%7Czip/", "files/x.zip/i.ZIP/");
+  rewritten("zendro://pkg/one-1.0.0/set.bin%7Czip/", "files/set.bin/");
+  rewritten("zendro://pkg/one-1.0.0/set.bin%7Czip/n.bin%7Czip/", "files/set.bin/n.bin/");
   located("http://a/b", "x.zip/a/b%23.xsd");
   located("http://a/c", "x.zip/i.ZIP/c%20d.xsd");
-  for (const char* spelling : {"/p", "file:/p", "file:///p"}) located(spelling, "d/plain.xsd");
-  expected.emplace_back(R"(<public publicId="-//A//DTD//EN" uri="files/d/plain.xsd" />)");
+  located("http://a/marked", "set.bin/n.bin/a.xsd");
+  for (const char* spelling : {"/p%20q.xsd", "file:/p%20q.xsd", "file:///p%20q.xsd", "/p q.xsd",
+                               "file:/p q.xsd", "file:///p q.xsd"}) {
+    located(spelling, "d/plain.xsd");
+  }
+  expected.emplace_back(R"(<public publicId="-//A//DTD 1//EN" uri="files/d/plain.xsd" />)");
   const std::string root = local().generic_string();
   if (root.starts_with('/') && root.find_first_of(" %") == std::string::npos) {
-    for (std::string& line : lines) {
-      const std::size_t at = line.find("file://p");
-      if (at != std::string::npos) line.replace(at, 8, "file:///p");
-    }
     EXPECT_EQ(lines, expected);
   }
   for (const auto& [path, text] : files()) {
@@ -157,13 +179,17 @@ TEST_F(LocalFilesTest, CatalogsLeadToUnpackedFiles) {
 }
 
 TEST_F(LocalFilesTest, FollowsWhatIsInstalledAndTheOption) {
-  start_with({package_of("a-1.0.0", "a.zip", make_zip({{"x", "1"}})),
+  const std::string taxonomy = make_zip({{"t/META-INF/taxonomyPackage.xml", "<x/>"}, {"t/x", "x"}});
+  start_with({package_of("a-1.0.0", "a.zip",
+                         make_zip({{"a/b/c", ""},
+                                   {"x/t/META-INF/taxonomyPackage.xml", ""},
+                                   {"t.zip", taxonomy}})),
               package_of("a-1.0.1", "a.zip.2.zip", make_zip({{"x", "2"}})),
-              package_of("t-1.0.0", "t.zip",
-                         make_zip({{"t/META-INF/taxonomyPackage.xml", "<x/>"}, {"t/x", "x"}}))});
+              {"t-1.0.0", {{"t.zip", taxonomy}, {"u.xsd", ""}}}});
   ASSERT_TRUE(cache().install({"a-1.0.0", "t"}));
   EXPECT_EQ(file_text(local("zips/t-1.0.0.zip")), file_text(package_folder("t-1.0.0") / "t.zip"));
-  EXPECT_FALSE(fs::exists(local("zips/a-1.0.0.zip")));
+  EXPECT_FALSE(fs::exists(local("zips/a-1.0.0.zip")) || fs::exists(local("zips/t-1.0.0.2.zip")));
+  EXPECT_THAT(entries("namespaces.xml"), ElementsAre(HasSubstr("how-to.txt"))) << "never empty";
   ASSERT_TRUE(cache().install({"a-1.0.1"}));
   EXPECT_FALSE(fs::exists(local("a-1.0.0"))) << "the replaced level";
   EXPECT_EQ(file_text(local("a-1.0.1/files/a.zip.2.zip/x")), "2");
@@ -239,6 +265,13 @@ TEST_F(LocalFilesTest, TheNextRunSetsRightWhatWasInterrupted) {
   EXPECT_FALSE(fs::exists(local("a-1.0.0")));
   EXPECT_FALSE(fs::exists(local("zips/a-1.0.0.zip")));
   EXPECT_THAT(entries("catalog.xml"), ElementsAre(HasSubstr("b-1.0.0"), HasSubstr("prefixes")));
+}
+
+TEST_F(LocalFilesTest, AnIdentityThatMakesNoFolderIsLeftOut) {
+  start_with({package_of("../up-1.0.0", "m.xsd", "x", {{"_pkg_installdir", "up"}})});
+  ASSERT_TRUE(cache().install({"../up"}));
+  EXPECT_THAT(texts(), ElementsAre(HasSubstr("../up-1.0.0: no folder can have this name")));
+  EXPECT_FALSE(fs::exists(cache_file("up-1.0.0")));
 }
 
 TEST_F(LocalFilesTest, HostileArchivesAreLeftOutAlone) {

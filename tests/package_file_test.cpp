@@ -196,6 +196,8 @@ TEST_F(PackageFileTest, FoldersBelongToTheirOwners) {
   TestPackage twin = other;
   twin.identity = "good-1.2.0";
   twin.members = {{"good.zip", "twin"}};
+  TestPackage patch = other;  // the install decides between it and the old level
+  patch.identity = "good-1.0.1";
   const std::string foreign = "create_folder path=$/pkgs/xsd/good-1.0.0/";
   for (const bool is_installed : {false, true}) {
     if (is_installed) {
@@ -211,7 +213,8 @@ TEST_F(PackageFileTest, FoldersBelongToTheirOwners) {
                     std::string(is_installed ? "pkg_conflict_installed pkg=good-1.2.0 "
                                                "conflict=good-1.0.0 pkgtype=XML Schema"
                                              : "pkg_conflict pkg=good-1.1.0 conflict=good-1.2.0 "
-                                               "pkgtypes=XML Schemas"))}) {
+                                               "pkgtypes=XML Schemas")),
+          std::pair(std::vector{patch}, std::string())}) {
       const std::string path = write_file("x.zendro_xmlschemas", packages, {"x"});
       const auto before = snapshot();
       EXPECT_EQ(cache().read_package_file(path).has_value(), message.empty());

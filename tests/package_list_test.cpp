@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <random>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@
 #include "pkg/meta_maps.h"
 #include "pkg/plan.h"
 #include "pkg/references.h"
+#include "pkg/referrers.h"
 #include "tests/stopwatch.h"
 
 namespace zendro::pkg {
@@ -39,13 +41,15 @@ std::string best(const pkgs_available_t& list, const char* key) {
 TEST(PackageList, ReadsMembersSortedAndKeepsTheDeprecatedApart) {
   const pkgs_available_t list = list_of(R"({
     "b-1.0.0": {}, "_META": {"build_number": 42}, "a-1.0.0": {"_name": "a"}, "a-1.2.0": {},
-    "_DEPRECATED": {"a-0.9.0": {"title": "old"}}})");
+    "_DEPRECATED": {"b-0.9.0": {}, "a-0.9.0": {"title": "old"}}, "a-01.0.0": {"_name": "late"}})");
   ASSERT_EQ(list.packages().size(), 3u);
   EXPECT_EQ(to_string(list.packages()[0].identity), "a-1.2.0");
   EXPECT_EQ(to_string(list.packages()[1].identity), "a-1.0.0");
   EXPECT_EQ(to_string(list.packages()[2].identity), "b-1.0.0");
+  EXPECT_EQ(list.packages()[1].key, "a-1.0.0") << "the first of two";
   EXPECT_EQ(list.build_number(), 42);
-  ASSERT_EQ(list.deprecated().size(), 1u);
+  ASSERT_EQ(list.deprecated().size(), 2u);
+  ASSERT_NE(list.find_entry(parse_identity("a-0.9.0")), nullptr);
   EXPECT_EQ(list.find_entry(parse_identity("a-0.9.0"))->meta.title(), "old");
   EXPECT_EQ(find_exact(list.packages(), parse_identity("a-0.9.0")), nullptr);
 
@@ -116,23 +120,30 @@ TEST(PackageList, HoldsNoMoreThanItMay) {
     std::string allowed;
     std::string refused;
     std::string cause;
-  } rows[] = {{"{" + times(kMostEntries, "\"\":{},") + "}",
-               "{\"_DEPRECATED\":{" + times(kMostEntries, "\"\":{},") + "}}",
-               "1000003 entries are more than the limit of 1000002."},
-              {entry("\"x\":[" + times(kMostEntryValues - 1, "0,") + "]"),
-               entry("\"x\":[" + times(kMostEntryValues, "0,") + "]"),
-               "a-1.0.0: 250001 values are more than the limit of 250000."},
-              {entry("\"references\":[" + times(kMostReferences, "\"\",") + "]"),
-               entry("\"references\":[" + times(kMostReferences + 1, "\"\",") + "]"),
-               "a-1.0.0: 10001 references are more than the limit of 10000."},
-              {entry("\"conflicting_pkgs\":[" + times(kMostReferences, "\"\",") + "]"),
-               entry("\"conflicting_pkgs\":[" + times(kMostReferences + 1, "\"\",") + "]"),
-               "a-1.0.0: 10001 conflicting_pkgs are more than the limit of 10000."},
-              {"{}", entry("\"x\":[" + times(kMostValues, "0,") + "]"),
-               "10000003 values are more than the limit of 10000000."},
-              {entry("\"x\":" + std::string(30, '[') + std::string(30, ']')),
-               entry("\"x\":" + std::string(31, '[') + std::string(31, ']')),
-               "not JSON: nested deeper than 32 at byte 46"}};
+  } rows[] = {
+      {"{" + times(kMostEntries, "\"\":{},") + "}",
+       "{\"_DEPRECATED\":{" + times(kMostEntries, "\"\":{},") + "}}",
+       "1000003 entries are more than the limit of 1000002."},
+      {"{}", "{" + times(kMostEntries + 1, "\"\":{},") + "}",
+       "1000003 entries are more than the limit of 1000002."},
+      {"{}", "{\"_META\":{\"x\":[" + times(kMostEntryValues, "0,") + "]}}",
+       "_META: 250001 values are more than the limit of 250000."},
+      {"{}", "{\"_DEPRECATED\":" + entry("\"x\":[" + times(kMostEntryValues, "0,") + "]") + "}",
+       "a-1.0.0: 250001 values are more than the limit of 250000."},
+      {entry("\"x\":[" + times(kMostEntryValues - 1, "0,") + "]"),
+       entry("\"x\":[" + times(kMostEntryValues, "0,") + "]"),
+       "a-1.0.0: 250001 values are more than the limit of 250000."},
+      {entry("\"references\":[" + times(kMostReferences, "\"\",") + "]"),
+       entry("\"references\":[" + times(kMostReferences + 1, "\"\",") + "]"),
+       "a-1.0.0: 10001 references are more than the limit of 10000."},
+      {entry("\"conflicting_pkgs\":[" + times(kMostReferences, "\"\",") + "]"),
+       entry("\"conflicting_pkgs\":[" + times(kMostReferences + 1, "\"\",") + "]"),
+       "a-1.0.0: 10001 conflicting_pkgs are more than the limit of 10000."},
+      {"{}", entry("\"x\":[" + times(kMostValues, "0,") + "]"),
+       "10000003 values are more than the limit of 10000000."},
+      {entry("\"x\":" + std::string(30, '[') + std::string(30, ']')),
+       entry("\"x\":" + std::string(31, '[') + std::string(31, ']')),
+       "not JSON: nested deeper than 32 at byte 46"}};
   for (const auto& row : rows) {
     list_of(row.allowed);
     EXPECT_EQ(failure_of(row.refused), row.cause);
@@ -219,6 +230,28 @@ TEST(PackageList, AddsAtThePlaceOfTheIdentityAndRemoves) {
             "{\n\"_META\":{\"build_number\":1},\n\"b-2.0.0\":{},\n\"d-1.0.0\":{},\n"
             "\"e-1.0.0\":{}\n}\n");
   EXPECT_EQ(find_exact(list.packages(), parse_identity("b-1.0.0")), nullptr);
+}
+
+TEST(PackageList, KeepsWhatHasVanishedUntilItIsBack) {
+  pkgs_available_t list =
+      list_of(R"({"_DEPRECATED":{"b-1.0.0":{},"c-1.0.0":{"_vanished":true}},"e-1.0.0":{}})");
+  const auto all_of = [](const pkgs_available_t& source) {
+    std::vector<const package_t*> all;
+    for (const package_t& package : source.packages()) all.push_back(&package);
+    return all;
+  };
+  const pkgs_available_t gone = list_of(R"({"a-1.0.0":{"v":1},"d-1.0.0":{}})");
+  list.keep_vanished(all_of(gone));
+  for (const char* identity : {"a-1.0.0", "b-1.0.0", "c-1.0.0", "d-1.0.0"}) {
+    EXPECT_NE(list.find_entry(parse_identity(identity)), nullptr) << identity;
+  }
+  const pkgs_available_t back = list_of(R"({"a-1.0.0":{"v":2},"b-1.0.0":{}})");
+  list.add(all_of(back), back);
+  EXPECT_EQ(list.deprecated().size(), 3u);
+  EXPECT_EQ(list.serialise(),
+            "{\n\"_DEPRECATED\":{\"b-1.0.0\":{},\"c-1.0.0\":{\"_vanished\":true},"
+            "\"d-1.0.0\":{\"_vanished\":true}},\n"
+            "\"a-1.0.0\":{\"v\":2},\n\"b-1.0.0\":{},\n\"e-1.0.0\":{}\n}\n");
 }
 
 TEST(PackageList, FindsTheExactElseTheNewestMatching) {
@@ -364,6 +397,47 @@ TEST(IdentityIndex, AgreesWithLookingAtEveryIdentity) {
     }
     EXPECT_EQ(taking.take(key), expected) << text;
     EXPECT_EQ(index.find_any(key).has_value(), is_there) << text;
+  }
+}
+
+TEST(ReferrerIndex, AgreesWithLookingAtEveryReference) {
+  std::mt19937 random(3);
+  const auto identity = [&](unsigned most) {
+    std::string name;
+    for (unsigned length = 1 + random() % most; length > 0; --length) name += "abB"[random() % 3];
+    return name;
+  };
+  const auto version = [&](std::size_t parts) {
+    std::string text;
+    for (; parts > 0; --parts) text += (text.empty() ? "-" : ".") + std::to_string(random() % 2);
+    return text;
+  };
+  json::object document;
+  for (int i = 0; i < 200; ++i) {
+    json::array references;
+    for (int j = 0; j < 3; ++j) references.emplace_back(identity(4) + version(random() % 4));
+    document[identity(6) + version(3)] = {{"references", references}};
+  }
+  const pkgs_available_t list = list_of(json::serialize(document));
+  const metadata_texts texts(pass_over_metadata);
+  const referrer_index index(list.packages(), texts);
+  for (const package_t& package : list.packages()) {
+    std::set<list_position> expected;
+    std::set<list_position> found;
+    for (const package_t& other : list.packages()) {
+      for (const std::string_view text : texts.references(other)) {
+        const name_semver_t key = parse_identity(text);
+        const std::string name = framework::ascii_lower(package.identity.name);
+        const bool is_one = name.find(framework::ascii_lower(key.name)) != std::string::npos &&
+                            matches(key.version, package.identity.version);
+        if (is_one) expected.insert(position_of(list.packages(), other));
+      }
+    }
+    for (const std::size_t text : index.texts_for(package.identity)) {
+      const std::vector<list_position> packages = index.packages_with(text);
+      found.insert(packages.begin(), packages.end());
+    }
+    EXPECT_EQ(found, expected) << package.key;
   }
 }
 

@@ -53,6 +53,9 @@ TEST_F(PkgIOTest, WhatIsNotInstalledIsToldWithTheCommandThatInstallsIt) {
             "Call '" +
                 manager + " install other-1.0.0'.");
   EXPECT_TRUE(read("zendro://pkg/my-pkg/d/plain.xsd").starts_with("! File"));
+  std::filesystem::remove(cache_file("pkgs-installed.json"));  // as before the first install
+  framework::set_io_callback(std::make_shared<pkg::PkgIOCallback>(shared_));
+  EXPECT_TRUE(read("zendro://pkg/my-pkg-1.2.0/d/plain.xsd").starts_with("! File"));
 }
 
 TEST_F(PkgIOTest, OpensOnlyWhatThePackageNamesWithItsDigest) {

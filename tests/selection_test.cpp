@@ -166,6 +166,7 @@ TEST_F(SelectionTest, PackageRowAsksWhichVersions) {
   EXPECT_EQ(desk_.changes, 0);
 
   selection.toggle_package(lib);
+  EXPECT_EQ(desk_.changes, 1);
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0 <lib-10.0.0", "lib-10.0.0"));
   EXPECT_TRUE(selection.expanded(lib));
   EXPECT_EQ(selection.package_check(lib), PackageCheck::some);
@@ -179,6 +180,13 @@ TEST_F(SelectionTest, PackageRowAsksWhichVersions) {
   selection.toggle_package(lib);
   EXPECT_EQ(desk_.asked.back(), "used base-1.0.0");
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0"));
+
+  // The latest is the newest in the store.
+  Selection ahead = make(R"({"lib-1.0.0": {}, "lib-2.0.0": {}})", R"({"lib-3.0.0": {}})");
+  desk_.versions_answers = {VersionsAnswer::latest};
+  ahead.toggle_package(0);
+  EXPECT_THAT(checked(ahead), ElementsAre("lib-2.0.0", "lib-3.0.0"));
+  desk_.asked.pop_back();
 
   desk_.answers = {};
   selection.toggle_package(base);
@@ -363,6 +371,11 @@ TEST_F(SelectionTest, WishesOutliveTheRowsTheyWereMadeIn) {
                          R"({"e-1.0.1": {}, "b-1.0.0": {"references": ["c"]}, "g-1.0.0": {}})");
   later.restore(before.wishes());
   EXPECT_THAT(checked(later), ElementsAre("b-1.0.0", "c-1.0.0 <b-1.0.0", "e-1.0.1", "g-1.0.0"));
+  // Nor is what cannot be had any more, or is there only in the store.
+  Selection least =
+      make(R"({"c-1.0.0": {}, "d-1.0.0": {}, "_DEPRECATED": {"a-1.0.0": {}, "b-1.0.0": {}}})");
+  least.restore(before.wishes());
+  EXPECT_THAT(checked(least), ElementsAre("c-1.0.0"));
 }
 
 TEST_F(SelectionTest, ReferencesInACircleAndToNothingEnd) {
@@ -424,6 +437,8 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(version_icon(selection.row(a)), "package_patchable");
   EXPECT_EQ(package_icon(selection, selection.table().package_of(a)), "package_patchable");
   EXPECT_EQ(version_state_words(selection, a), L"installed, upgrade available");
+  EXPECT_EQ(package_state_words(selection, selection.table().package_of(a)),
+            L"installed, upgrade available");
   EXPECT_EQ(datatip_text(selection, a, L"Patch Selection"),
             L"Publisher: schemas.example\nPATCH: There is a patch available for this package. "
             L"Double click here to apply it or press button \"Patch Selection\" to apply all "
@@ -451,7 +466,10 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   toggle(selection, L"a-1.0.1");
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0)));
   EXPECT_FALSE(selection.row(a).checked);
+  toggle(selection, L"a-1.1.9");
   toggle(selection, L"a-1.0.0");
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.1.9", 0))) << "another line";
+  toggle(selection, L"a-1.1.9");
   EXPECT_THAT(pending_actions(selection), IsEmpty());
   EXPECT_TRUE(selection.row(a).checked);
   // A level below an installed one comes to nothing.
@@ -469,6 +487,17 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   EXPECT_EQ(selection.row(a).patch, PatchState::available);
   selection.choose_all_patches();
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
+  toggle(selection, L"a-1.0.0");
+  toggle(selection, L"a-1.0.2");
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.2", 0)));
+  EXPECT_TRUE(selection.row(a).checked) << "is what the patch is for";
+}
+
+TEST_F(SelectionTest, APatchThatWaitsShowsBeforeOneThatIsChosen) {
+  Selection selection =
+      make(R"({"a-1.0.1": {}, "a-2.0.1": {}})", R"({"a-1.0.0": {}, "a-2.0.0": {}})");
+  selection.choose_patch(find(selection, L"a-2.0.0"));
+  EXPECT_EQ(package_icon(selection, 0), "package_patchable");
 }
 
 TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
@@ -477,6 +506,7 @@ TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
                              R"({"a-1.0.0": {}})");
   toggle(selection, L"a-1.0.1");
   EXPECT_THAT(checked(selection), ElementsAre("a-1.0.1"));
+  EXPECT_THAT(selection.wishes().unticked, IsEmpty()) << "replaced";
   toggle(selection, L"tool-1.0.0");
   EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0 <tool-1.0.0", "a-1.0.1", "tool-1.0.0"));
   EXPECT_THAT(selection.plan().removed, IsEmpty());
@@ -516,6 +546,13 @@ TEST_F(SelectionTest, SummaryRequestsAndButtonsFollowTheSelection) {
 TEST_F(SelectionTest, PreselectionTakesIdentitiesAsFilters) {
   Selection selection = make(kLibraries);
   const std::vector<std::string> wanted = {"util-1", "lib-2.0.0", "nothing-1", "base"};
+  // What only the disk still has can be wanted, what is deprecated cannot.
+  Selection left = make(R"({"_DEPRECATED": {"base-1.0.0": {}}})", R"({"lib-2.0.0": {}})");
+  toggle(left, L"lib-2.0.0");
+  left.preselect(std::vector<std::string>{"lib-2.0.0", "base-1.0.0"});
+  EXPECT_THAT(checked(left), ElementsAre("lib-2.0.0"));
+  EXPECT_THAT(desk_.reports, ElementsAre("No information found for XML Schema base-1.0.0."));
+  desk_ = {};
   selection.preselect(wanted);
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0", "lib-2.0.0", "util-1.4.0"));
   EXPECT_TRUE(selection.expanded(selection.table().package_of(find(selection, L"util-1.4.0"))));
@@ -600,7 +637,9 @@ TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
     return found();
   };
   EXPECT_EQ(type(L'X', 0), 1u);
+  now += TypeAhead::kForgottenAfter;
   EXPECT_EQ(type(L'E', 1), 0u) << "from where it began, around the end";
+  now += TypeAhead::kForgottenAfter;
   typed.erase_last(now);
   EXPECT_EQ(found(), 1u);
   now += TypeAhead::kForgottenAfter;
@@ -611,19 +650,26 @@ TEST_F(SelectionTest, TypedTextIsForgottenAfterAPause) {
   now += 2 * TypeAhead::kForgottenAfter;
   EXPECT_EQ(type(L'o', 2), 1u) << "downwards";
   EXPECT_TRUE(TypeAhead::accepts(L'0') && TypeAhead::accepts(L'9'));
-  EXPECT_FALSE(TypeAhead::accepts(L' ') || TypeAhead::accepts(L'+') || TypeAhead::accepts(L'\b'));
-  EXPECT_TRUE(TypeAhead::accepts(L'-') && TypeAhead::accepts(L'.') && TypeAhead::accepts(L'Z'));
+  for (const wchar_t character : {L' ', L'+', L'\b', L':', L'[', L'{', L'\x9f'}) {
+    EXPECT_FALSE(TypeAhead::accepts(character)) << static_cast<int>(character);
+  }
+  for (const wchar_t character : {L'-', L'.', L'_', L'a', L'z', L'A', L'Z', L'\x00e9'}) {
+    EXPECT_TRUE(TypeAhead::accepts(character)) << static_cast<int>(character);
+  }
 }
 
 TEST_F(SelectionTest, MetadataOfTheWrongTypeIsReportedOnceAndCountsAsNone) {
   Selection selection = make(R"({"a-1.0.0": {"references": {"b": 1}, "title": 5, "homepage": []},
-                                 "b-1.0.0": {"title": "Line one\nline two"}})");
+                                 "b-1.0.0": {"title": "Line one\nline two"},
+                                 "c-1.0.0": {"title": 5}})");
   toggle(selection, L"a-1.0.0");
   EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0"));
   EXPECT_EQ(selection.table().title(0), L"");
   EXPECT_EQ(selection.table().publisher(0), L"");
   EXPECT_EQ(selection.table().title(1), L"Line one line two");
-  EXPECT_THAT(desk_.reports, ElementsAre("a-1.0.0: Cannot cast value to JSON array!"));
+  EXPECT_EQ(selection.table().title(2), L"");
+  EXPECT_THAT(desk_.reports, ElementsAre("a-1.0.0: Cannot cast value to JSON array!",
+                                         "c-1.0.0: Cannot cast value to JSON string!"));
 }
 
 TEST(UiMessages, NumbersAndTextsAreFixed) {

@@ -361,7 +361,12 @@ TEST_F(UnchangedListTest, IsNotSentAgain) {
   EXPECT_THAT(file_text(cache_file("pkgs-available.json")), testing::HasSubstr(":2"));
   EXPECT_EQ(update(), "If-Modified-Since: Sun, 22 Nov 2026 11:00:00 GMT");
 
-  publish_build(3, {});
+  publish_build(
+      3, {{"ETag", std::string(2000, 'x')}, {"Last-Modified", "Sun, 22 Nov 2026 12:00:00 GMT"}});
+  update();
+  EXPECT_EQ(update(), "If-Modified-Since: Sun, 22 Nov 2026 12:00:00 GMT") << "too long a tag";
+
+  publish_build(4, {});
   update();
   EXPECT_EQ(update(), "whole") << "without anything to name it by";
 }
@@ -438,7 +443,8 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
   for (const std::string& odd :
        {std::string(), std::string("["), std::string("[]"), good.substr(0, good.size() / 2),
         with("/store/", "/other/"), with("\"public_key\":\"", "\"public_key\":\"other"),
-        with(":5", ":\"5\""), with("five", "fi\\r\\nHost: x"),
+        with(":5", ":\"5\""), with("\"build_number\":5,", ""), with("five", "fi\\r\\nHost: x"),
+        with("five", "fi\\u007fve"), with(R"("\"five\"")", "5"),
         with("five", std::string(2000, 'x'))}) {
     write_text(origin(), odd);
     EXPECT_EQ(update(), "whole") << odd;
@@ -448,6 +454,8 @@ TEST_F(UnchangedListTest, IsFetchedWhereAnythingIsOdd) {
     write_text(cache_file("pkgs-available.json"), list);
     EXPECT_EQ(update(), "whole") << list;
   }
+  std::filesystem::remove(cache_file("pkgs-available.json"));
+  EXPECT_EQ(update(), "whole") << "there is none";
   // A list that has become bad without a trace is fetched once somebody has wanted to read it.
   // Its time is in whole seconds, as not every system's library sets more.
   const auto list = cache_file("pkgs-available.json");

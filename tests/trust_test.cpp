@@ -118,6 +118,15 @@ TEST_F(TrustTest, AFolderBelongsToOnePackageName) {
   EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/XBRL/evil-1.0.0/"));
   EXPECT_THAT(installed(), ElementsAre("good-1.0.0"));
   EXPECT_EQ(file_text(package_folder("good-1.0.0") / "m.zip"), "good");
+  // Where a list says that several live in one, it is that of the one whose identity it bears.
+  json::object list = json::parse(file_text(cache_file("pkgs-installed.json"))).as_object();
+  for (const char* identity : {"a-1.0.0", "z-1.0.0"}) list[identity] = good.meta();
+  write_text(cache_file("pkgs-installed.json"), json::serialize(list));
+  TestPackage next{"good-2.0.0", {}, {}, {}, {{"_pkg_installdir", "good-1.0.0"}}};
+  publish({good, next}, 3);
+  ASSERT_TRUE(cache().update_store_information(true));
+  take_messages();
+  EXPECT_TRUE(cache().install({"good-2"})) << testing::PrintToString(texts());
 }
 
 // A known version keeps the folder that bears its identity, installed or not.
@@ -126,15 +135,22 @@ TEST_F(TrustTest, AKnownVersionKeepsItsFolder) {
     const char* keeper_folder;  // null: none is named
     const char* wanted;
     bool refused;
+    const char* keeper_type = "xsd";
   };
-  for (const auto& [keeper_folder, wanted, refused] :
+  for (const auto& [keeper_folder, wanted, refused, keeper_type] :
        {Folders{"good-1.0.0", "good-1.0.0", true}, Folders{nullptr, "good-1.0.0", true},
         Folders{"other", "good-1.0.0", false}, Folders{"good-1.0.0", "good-2.0.0", false},
-        Folders{"good-1.0.0", "EVIL-1~1.0", true}}) {
+        Folders{"good-1.0.0", "good-1.0.0", false, "shared"},
+        // Short names of Windows, and what only looks like one.
+        Folders{nullptr, "EVIL-1~1.0", true}, Folders{nullptr, "a~1", true},
+        Folders{nullptr, "abcdef~1.xsd", true}, Folders{nullptr, "123", false},
+        Folders{nullptr, "abcdef~", false}, Folders{nullptr, "abcdefg~1", false},
+        Folders{nullptr, "a~1.xsds", false}, Folders{nullptr, "a~1b", false}}) {
     fs::remove_all(folder_ / "pkgs");
     json::object good = TestPackage{"good-1.0.0", {}}.meta();
     good.erase("_pkg_installdir");
     if (keeper_folder != nullptr) good["_pkg_installdir"] = keeper_folder;
+    good["_type"] = keeper_type;
     const json::object evil =
         TestPackage{"evil-1.0.0", {}, {}, {}, {{"_pkg_installdir", wanted}}}.meta();
     publish_document(json::serialize(json::object{{"evil-1.0.0", evil}, {"good-1.0.0", good}}));
@@ -147,7 +163,7 @@ TEST_F(TrustTest, AKnownVersionKeepsItsFolder) {
 // Under a type that is nobody's word the managers of both types have their packages.
 TEST_F(TrustTest, ManagersLeaveEachOthersFoldersAlone) {
   TestPackage own{"lib-1.0.0", {{"own.zip", "own"}}, {}, {}, {{"_type", "shared"}}};
-  start_with({own, {"a-1.0.0", {}}});
+  start_with({own, {"a-1.0.0", {}}, {"z-1.0.0", {}}});
   const fs::path other_list = folder_ / "pkgs" / ".cache" / "pkgs-installed.json";
   const fs::path others = folder_ / "pkgs" / "shared" / "lib-1.0.0" / "t.zip";
   const std::string taxonomy = json::serialize(json::object{{"lib-1.0.0", own.meta()}});
@@ -162,6 +178,9 @@ TEST_F(TrustTest, ManagersLeaveEachOthersFoldersAlone) {
     const bool installs = std::string(action) == "install";
     if (installs) write_text(cache_file("pkgs-installed.json"), "{}");
     EXPECT_EQ(installs ? cache().install({"lib"}) : cache().uninstall({"lib"}), *message == 0);
+    if (list == taxonomy && installs) {
+      EXPECT_THAT(texts().back(), testing::EndsWith("is that of lib-1.0.0 (XBRL Taxonomy)."));
+    }
     const std::vector<std::string> messages = take_messages();
     ASSERT_EQ(messages.size(), *message == 0 ? 0U : 1U) << action;
     if (!messages.empty()) {
@@ -172,6 +191,31 @@ TEST_F(TrustTest, ManagersLeaveEachOthersFoldersAlone) {
   }
   write_text(other_list, "{");
   EXPECT_TRUE(cache().install({"a"})) << "nothing shared, nobody asked";
+  EXPECT_TRUE(cache().uninstall({"a"}));
+  // What another list says of the folders of this type is nothing.
+  const json::object liar =
+      TestPackage{"liar-1.0.0", {}, {}, {}, {{"_pkg_installdir", "z-1.0.0"}}}.meta();
+  write_text(other_list, json::serialize(json::object{{"liar-1.0.0", liar}}));
+  // Nobody else decides about shared folders meanwhile.
+  const auto pkgs = framework::Folder::open(folder_ / "pkgs");
+  bool is_locked = false;
+  server_.observe([&](const loopback::ServedRequest& request) {
+    if (request.path != "/store/own.zip") return;
+    std::stop_source once;
+    once.request_stop();
+    is_locked = !framework::LockFile::acquire(**pkgs, "shared.lock", "", {once.get_token(), {}});
+  });
+  fs::remove_all(folder_ / "pkgs" / "shared");
+  EXPECT_TRUE(cache().install({"lib", "z"})) << testing::PrintToString(texts());
+  EXPECT_TRUE(is_locked);
+  server_.observe({});
+  ASSERT_TRUE(cache().uninstall({"lib"}));
+  EXPECT_FALSE(fs::exists(others.parent_path()));
+  // A list that cannot be looked for is no missing one.
+  fs::remove_all(other_list.parent_path());
+  write_text(other_list.parent_path(), "no folder");
+  EXPECT_FALSE(cache().install({"lib"}));
+  EXPECT_THAT(take_messages(), ElementsAre("create_folder path=$/pkgs/shared/lib-1.0.0/"));
 }
 
 // Whatever the name of a member is, only the store is asked for it.
@@ -302,8 +346,16 @@ TEST_F(TrustTest, AThrowingSinkEndsTheOperationOnly) {
   cache().set_message_sink([&calls](const msg::Message&) {
     if (++calls == 1) throw std::runtime_error("the window is gone");
   });
-  EXPECT_FALSE(cache().install({"a"}));
-  EXPECT_EQ(calls, 2);
+  const std::vector<pkg::filter_action> pairs = {{"a", pkg::kActionInstall}};
+  const std::vector<std::function<bool()>> operations = {
+      [&] { return cache().install({"a"}); }, [&] { return cache().uninstall({"a"}); },
+      [&] { return cache().apply_changes(pairs); }, [&] { return cache().install_locked("none"); },
+      [&] { return cache().update_from_archive("none"); }};
+  for (const auto& operation : operations) {
+    calls = 0;
+    EXPECT_FALSE(operation());
+    EXPECT_GE(calls, 2) << "the failure of the sink is told as well";
+  }
   EXPECT_FALSE(cache().install({}));
 }
 

@@ -33,6 +33,8 @@ TEST_F(UninstallTest, NeedsACacheAndSomethingThatIsInstalled) {
   EXPECT_THAT(take_log(), ElementsAre("XML Schema b is not installed - ignored.",
                                       "XML Schema a-2 is not installed - ignored."));
   EXPECT_THAT(take_messages(), ElementsAre("no_pkgs_to_remove pkgtypes=XML Schemas"));
+  cache().set_plan_sink([](const pkg::plan_t&) { return false; });
+  EXPECT_FALSE(cache().uninstall({"a"})) << "nobody agrees";
   EXPECT_EQ(snapshot(), before);
 }
 
@@ -169,14 +171,16 @@ TEST_F(UninstallTest, NeedsAnEntryInTheAvailableListADeprecatedOneWillDo) {
 }
 
 TEST_F(UninstallTest, AFolderThatAnotherPackageLivesInStays) {
-  TestPackage first = package_of_one_member("a-1.0.1");
-  TestPackage second = package_of_one_member("a-1.0.2");
+  TestPackage first{"a-1.0.1", {{"m.zip", "one"}}};
+  TestPackage second{"a-1.0.2", {{"m.zip", "two"}}};
   first.more["_pkg_installdir"] = second.more["_pkg_installdir"] = "a-1.0";
   start_with({first, second});
+  server_.serve("/store/m.zip", loopback::Reply::bytes("one"));
   ASSERT_TRUE(cache().install({"a-1.0.1"}));
+  server_.serve("/store/m.zip", loopback::Reply::bytes("two"));
   ASSERT_TRUE(cache().install({"a-1.0.2"}));
   EXPECT_THAT(installed(), ElementsAre("a-1.0.2"));
-  EXPECT_TRUE(fs::exists(package_folder("a-1.0") / "a-1.0.2.zip"));
+  EXPECT_EQ(file_text(package_folder("a-1.0") / "m.zip"), "two");
 }
 
 TEST_F(UninstallTest, AListThatCannotBeWrittenIsReported) {

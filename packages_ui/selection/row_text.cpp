@@ -112,8 +112,7 @@ std::string_view package_icon(const Selection& selection, PackageId package) {
     const VersionRow& version = selection.row(row);
     common.deprecated &= version.deprecated;
     // A patch that still waits for a decision shows before one that is chosen.
-    if (version.patch == PatchState::available ||
-        (version.patch == PatchState::chosen && common.patch == PatchState::none)) {
+    if (version.patch == PatchState::available || common.patch == PatchState::none) {
       common.patch = version.patch;
     }
   }

@@ -29,7 +29,7 @@ std::string find_target(std::string_view member_path, const contents_t& contents
 // PubidChar of XML 1.0: what a public identifier can hold.
 bool is_public_id(std::string_view text) {
   constexpr std::string_view kOthers = " \r\n-'()+,./:=?;!*#@$_%";
-  return !text.empty() && std::all_of(text.begin(), text.end(), [&](char c) {
+  return std::all_of(text.begin(), text.end(), [&](char c) {
     return framework::is_ascii_letter(c) || framework::is_ascii_digit(c) ||
            kOthers.find(c) != std::string_view::npos;
   });
@@ -109,8 +109,8 @@ void add_prefixes(const package_t& package, std::vector<prefix_t>& prefixes) {
   for (const key_t& key : package.keys) {
     if (key.kind != key_kind::prefix) continue;
     std::string path = file_path(key.member_path);
-    const bool is_folder = path.empty() || path.ends_with('/');
-    if (is_folder && !path.empty()) path.pop_back();
+    const bool is_folder = path.ends_with('/');
+    if (is_folder) path.pop_back();
     if (!path.empty() && !is_plain_path(path)) continue;
     std::string target;
     framework::append_encoded_path(target, package.identity);
