@@ -34,10 +34,12 @@ class Line:
 
 
 class TlsSite:
-    """The URL by which it is reached over the line, and what programs that trust it are started with."""
+    """The URLs by which it is reached over the line, and without line and TLS, and what programs that trust it are
+    started with."""
 
-    def __init__(self, line: Line, folder: Path, authority: str):
+    def __init__(self, line: Line, direct_port: int, folder: Path, authority: str):
         self.line = line
+        self.direct_url = f"http://localhost:{direct_port}/"
         self.url = f"https://localhost:{line.port}/"
         self.authority = authority
         self.trusting = trusting_namespace(str(folder), authority)
@@ -53,15 +55,15 @@ def served(tree: Path, work: Path, round_trip_ms: float = 0) -> Iterator[TlsSite
         each.chmod(0o755)
     processes = Processes(str(folder))
     authority = make_certificates(str(folder), "localhost")
-    (port,) = free_ports(1)
+    port, direct_port = free_ports(2)
     site = Site(processes, "nginx", port)
-    site.configure(f"root {tree};\n")
+    site.configure(f"root {tree};\nsendfile on;\nlisten 127.0.0.1:{direct_port};\n")
     processes.give_away()
     line = None
     try:
         site.start()
         line = Line(port, round_trip_ms / 2)
-        yield TlsSite(line, folder, authority)
+        yield TlsSite(line, direct_port, folder, authority)
     finally:
         if line is not None:
             line.close()

@@ -119,10 +119,12 @@ def mirror(programs: Path, work: Path) -> Iterator[Row]:
 
 
 def large_download(programs: Path, work: Path) -> Iterator[Row]:
+    """From a server that sends files out of the kernel: what it takes of the processors is missing to both sides."""
     store = work / "store"
     package = stores.Package(store, 1, 512 * MIB)
-    with stores.served(programs, store, work) as url:
-        download = Download(programs, work, package, url)
+    with tls_site.served(store, work) as site:
+        stores.write_bootstrap(store, site.direct_url)
+        download = Download(programs, work, package, site.direct_url)
         own, aria2, digest, curl = alternately(
             [download.own, download.aria2_proved, download.curl_and_digest, download.curl]
         )
