@@ -103,6 +103,7 @@ TEST_F(CliTest, EachCallHasItsStatusAndItsStreams) {
        0,
        "name  version  state  title\nfoe   1.0.0           Foe\n",
        ""},
+      {{"search", "foe-1"}, 0, "name  version  state  title\nfoe   1.0.0           Foe\n", ""},
       {{"search", "FOE"}, 0, "name  version  state  title\nfoe   1.0.0           Foe\n", ""},
       {{"uninstall", "app", "--keep-references", "--dry-run"},
        0,
@@ -383,8 +384,8 @@ TEST_F(CliTest, WhereATextLeadsAndTheBytesThere) {
     EXPECT_EQ(outcome.status, 0) << text;
     EXPECT_EQ(outcome.out, out);
   }
-  for (const char* text :
-       {"http://none/", "http://x/", "zendro://pkg/doc-1.0.0/none", "zendro://pkg/x-1.0.0/b"}) {
+  for (const char* text : {"http://none/", "http://x/", "urn:doc/b.xsd",
+                           "zendro://pkg/doc-1.0.0/none", "zendro://pkg/x-1.0.0/b"}) {
     EXPECT_EQ(zendro({"resolve", text}).status, 1) << text;
     EXPECT_NE(zendro({"cat", text}).status, 0) << text;
   }

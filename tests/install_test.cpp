@@ -66,11 +66,16 @@ TEST_F(InstallTest, InstallsWithReferencesRecordsAndTells) {
 }
 
 TEST_F(InstallTest, RefusesAReferenceThatNothingFulfils) {
-  start_with({package_of_one_member("a-1.0.0", {"b-2"}), package_of_one_member("b-1.0.0")});
+  start_with({package_of_one_member("a-1.0.0", {"b-2"}), package_of_one_member("b-1.0.0"),
+              package_of_one_member("c-1.0.0", {"z", "b-2"}),
+              package_of_one_member("d-1.0.0", {"b-2", "b-3"})});
   const auto before = snapshot();
   EXPECT_FALSE(cache().install({"a"}));
   EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-2 pkgtype=XML Schema"));
   EXPECT_EQ(snapshot(), before);
+  EXPECT_FALSE(cache().install({"c", "d"}));
+  EXPECT_THAT(take_messages(), ElementsAre("pkg_not_available pkg=b-3 pkgtype=XML Schema"))
+      << "the first in the order of identities";
 }
 
 TEST_F(InstallTest, ReleaseLinesStandSideBySideAndPatchesReplace) {

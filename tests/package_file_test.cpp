@@ -151,9 +151,15 @@ TEST_F(PackageFileTest, EveryFailureHasItsMessage) {
     write_text(folder_ / "x.zendro_xmlschemas", content);
     EXPECT_THAT(failure((folder_ / "x.zendro_xmlschemas").string()), ElementsAre(invalid));
   }
-  write_archive("x.zendro_xmlschemas", R"({"provides": {}})");
-  EXPECT_FALSE(cache().read_package_file((folder_ / "x.zendro_xmlschemas").string()));
-  EXPECT_THAT(texts().back(), testing::EndsWith("\nCannot cast value to JSON array!"));
+  const json::array many(pkg::kMostReferences + 1, "a");
+  for (const auto& [meta, cause] :
+       {std::pair(std::string(R"({"provides": {}})"), "\nCannot cast value to JSON array!"),
+        std::pair(json::serialize(json::object{{"provides", many}}),
+                  "\n10001 provides are more than the limit of 10000.")}) {
+    write_archive("x.zendro_xmlschemas", meta);
+    EXPECT_FALSE(cache().read_package_file((folder_ / "x.zendro_xmlschemas").string()));
+    EXPECT_THAT(texts().back(), testing::EndsWith(cause));
+  }
   take_messages();
   const std::string taxonomies = write_file("x.zendro_taxonomies", {package("a-1.0.0")}, {"a"});
   EXPECT_THAT(failure(taxonomies),

@@ -106,6 +106,10 @@ TEST(PackageList, OfRepeatedEntriesTheLastCountsAtThePlaceOfTheFirst) {
     EXPECT_EQ(list.packages().size(), row.packages) << row.text;
     EXPECT_TRUE(list.deprecated().empty() && list.refused().size() <= 2) << row.text;
   }
+  const pkgs_available_t deprecated =
+      list_of(R"({"_DEPRECATED":{"a-1.0.0":{"title":"first"},"a-1.0.0":{"title":"last"}}})");
+  ASSERT_EQ(deprecated.deprecated().size(), 1U);
+  EXPECT_EQ(deprecated.deprecated()[0].meta.title(), "last");
 }
 
 TEST(PackageList, HoldsNoMoreThanItMay) {
@@ -148,6 +152,9 @@ TEST(PackageList, HoldsNoMoreThanItMay) {
     list_of(row.allowed);
     EXPECT_EQ(failure_of(row.refused), row.cause);
   }
+  const std::string longest(kLongestKey - std::string_view("-1.0.0").size(), 'k');
+  EXPECT_EQ(list_of("{\"" + longest + "-1.0.0\":{}}").packages().size(), 1U);
+  EXPECT_EQ(list_of("{\"k" + longest + "-1.0.0\":{}}").refused().size(), 1U);
 }
 
 TEST(PackageList, OnlyFullIdentitiesAreKeys) {

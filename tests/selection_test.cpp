@@ -48,18 +48,24 @@ class Desk : public SelectionQuestions, public ParentUI {
   void selection_changed() override { ++changes; }
   void report(const msg::Message& message) override {
     reports.push_back(framework::to_utf8(message.text()));
+    severities.push_back(message.severity);
   }
 
   std::deque<VersionsAnswer> versions_answers;
   std::deque<bool> answers;
   std::vector<std::string> asked;
   std::vector<std::string> reports;
+  std::vector<msg::Severity> severities;
   int changes = 0;
 
  private:
   bool ask(std::string question, std::span<const std::wstring> packages) {
     for (const std::wstring& package : packages) question += " " + framework::to_utf8(package);
     asked.push_back(question);
+    if (answers.empty()) {
+      ADD_FAILURE() << "nobody answers: " << question;
+      return false;
+    }
     const bool answer = answers.front();
     answers.pop_front();
     return answer;
@@ -187,9 +193,17 @@ TEST_F(SelectionTest, PackageRowAsksWhichVersions) {
   ahead.toggle_package(0);
   EXPECT_THAT(checked(ahead), ElementsAre("lib-2.0.0", "lib-3.0.0"));
   desk_.asked.pop_back();
+  // Where a newer level of its line is installed, that one is.
+  Selection beyond = make(R"({"lib-1.0.0": {}, "lib-2.0.0": {}})", R"({"lib-2.0.1": {}})");
+  toggle(beyond, L"lib-2.0.1");
+  desk_.versions_answers = {VersionsAnswer::latest};
+  beyond.toggle_package(0);
+  EXPECT_THAT(checked(beyond), ElementsAre("lib-2.0.1"));
+  desk_.asked.pop_back();
 
   desk_.answers = {};
   selection.toggle_package(base);
+  EXPECT_THAT(checked(selection), IsEmpty());
   selection.toggle_package(base);
   EXPECT_THAT(checked(selection), ElementsAre("base-1.0.0"));
   EXPECT_EQ(desk_.asked.size(), 4u) << "one version is ticked without a question";
@@ -466,6 +480,7 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
   toggle(selection, L"a-1.0.1");
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0)));
   EXPECT_FALSE(selection.row(a).checked);
+  EXPECT_EQ(selection.row(a).patch, PatchState::none);
   toggle(selection, L"a-1.1.9");
   toggle(selection, L"a-1.0.0");
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.1.9", 0))) << "another line";
@@ -496,8 +511,46 @@ TEST_F(SelectionTest, PatchesAreOfTheSameLineAndAskForTheHighest) {
 TEST_F(SelectionTest, APatchThatWaitsShowsBeforeOneThatIsChosen) {
   Selection selection =
       make(R"({"a-1.0.1": {}, "a-2.0.1": {}})", R"({"a-1.0.0": {}, "a-2.0.0": {}})");
-  selection.choose_patch(find(selection, L"a-2.0.0"));
-  EXPECT_EQ(package_icon(selection, 0), "package_patchable");
+  for (const wchar_t* level : {L"a-1.0.0", L"a-2.0.0"}) {
+    selection.reset();
+    selection.choose_patch(find(selection, level));
+    EXPECT_EQ(package_icon(selection, 0), "package_patchable");
+  }
+}
+
+TEST_F(SelectionTest, WhatNeedsAPatchGoesWithTheLevelThatItIsFor) {
+  Selection selection =
+      make(R"({"a-1.0.1": {}, "tool-1.0.0": {"references": ["a-1.0.1"]}})", R"({"a-1.0.0": {}})");
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_EQ(selection.row(find(selection, L"a-1.0.0")).patch, PatchState::chosen);
+  desk_.answers = {true};
+  toggle(selection, L"a-1.0.0");
+  EXPECT_THAT(desk_.asked, ElementsAre("dependants tool-1.0.0"));
+  EXPECT_THAT(checked(selection), IsEmpty());
+}
+
+TEST_F(SelectionTest, EachChangeIsToldOnce) {
+  Selection selection = make(R"({"a-1.0.1": {}, "b-1.0.0": {}})", R"({"a-1.0.0": {}})");
+  const RowId a = find(selection, L"a-1.0.0");
+  const PackageId b = selection.table().package_of(find(selection, L"b-1.0.0"));
+  const auto told = [this](const auto& change) {
+    const int before = desk_.changes;
+    change();
+    return desk_.changes - before;
+  };
+  EXPECT_EQ(told([&] { toggle(selection, L"b-1.0.0"); }), 1);
+  EXPECT_EQ(told([&] { toggle(selection, L"b-1.0.0"); }), 1);
+  EXPECT_EQ(told([&] { selection.toggle_package(b); }), 1);
+  EXPECT_EQ(told([&] { selection.choose_patch(a); }), 1);
+  EXPECT_EQ(told([&] { selection.choose_patch(a); }), 0);
+  EXPECT_EQ(told([&] { selection.reset(); }), 1);
+  EXPECT_EQ(told([&] { selection.choose_all_patches(); }), 1);
+  const Wishes wishes = selection.wishes();
+  EXPECT_EQ(told([&] { selection.deselect_all(); }), 1);
+  EXPECT_EQ(selection.row(a).patch, PatchState::none);
+  EXPECT_EQ(told([&] { selection.restore(wishes); }), 1);
+  const std::string identities[] = {"b"};
+  EXPECT_EQ(told([&] { selection.preselect(identities); }), 1);
 }
 
 TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
@@ -511,6 +564,45 @@ TEST_F(SelectionTest, AReplacedLevelStaysWhereALaterTickNeedsIt) {
   EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0 <tool-1.0.0", "a-1.0.1", "tool-1.0.0"));
   EXPECT_THAT(selection.plan().removed, IsEmpty());
   EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0), Pair("tool-1.0.0", 0)));
+
+  // The same for what an installed package needs that is to stay after all.
+  Selection kept = make(R"({"a-1.0.1": {}, "a-1.0.2": {}})",
+                        R"({"a-1.0.0": {}, "tool-1.0.0": {"references": ["a-1.0.0"]}})");
+  desk_.answers = {false};
+  toggle(kept, L"tool-1.0.0");
+  toggle(kept, L"a-1.0.1");
+  EXPECT_THAT(checked(kept), ElementsAre("a-1.0.1"));
+  toggle(kept, L"tool-1.0.0");
+  EXPECT_THAT(checked(kept), ElementsAre("a-1.0.0 <tool-1.0.0", "a-1.0.1", "tool-1.0.0"));
+  EXPECT_THAT(pending_actions(kept), ElementsAre(Pair("a-1.0.1", 0)));
+}
+
+TEST_F(SelectionTest, APatchGoesBesideALevelThatIsNeededAndBackIntoItsPlace) {
+  Selection selection =
+      make(R"({"a-1.0.0": {}, "a-1.0.1": {}, "tool-1.0.0": {"references": ["a-1.0.0"]}})",
+           R"({"a-1.0.0": {}})");
+  const RowId a = find(selection, L"a-1.0.0");
+  selection.choose_patch(a);
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0"));
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0", "a-1.0.1", "tool-1.0.0"));
+  EXPECT_EQ(selection.row(a).patch, PatchState::none) << "stays beside the new level";
+  desk_.answers = {false};
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("a-1.0.0"));
+  EXPECT_EQ(selection.row(a).patch, PatchState::chosen);
+  EXPECT_THAT(pending_actions(selection), ElementsAre(Pair("a-1.0.1", 0)));
+}
+
+TEST_F(SelectionTest, WhatIsTickedAgainNeedsItsReferencesAgain) {
+  Selection selection = make({}, R"({"app-1.0.0": {"references": ["lib"]},
+                                     "tool-1.0.0": {"references": ["lib"]}, "lib-1.0.0": {}})");
+  toggle(selection, L"app-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("lib-1.0.0 <tool-1.0.0", "tool-1.0.0"));
+  toggle(selection, L"app-1.0.0");
+  toggle(selection, L"tool-1.0.0");
+  EXPECT_THAT(checked(selection), ElementsAre("app-1.0.0", "lib-1.0.0 <app-1.0.0"));
+  EXPECT_THAT(desk_.asked, IsEmpty());
 }
 
 TEST_F(SelectionTest, SummaryRequestsAndButtonsFollowTheSelection) {
@@ -670,6 +762,7 @@ TEST_F(SelectionTest, MetadataOfTheWrongTypeIsReportedOnceAndCountsAsNone) {
   EXPECT_EQ(selection.table().title(2), L"");
   EXPECT_THAT(desk_.reports, ElementsAre("a-1.0.0: Cannot cast value to JSON array!",
                                          "c-1.0.0: Cannot cast value to JSON string!"));
+  EXPECT_THAT(desk_.severities, testing::Each(msg::Severity::warning));
 }
 
 TEST(UiMessages, NumbersAndTextsAreFixed) {

@@ -399,6 +399,12 @@ TEST_F(UnchangedListTest, NeitherIsTheAddressOfItsStore) {
   EXPECT_EQ(update(), "If-None-Match: \"two\"");
   EXPECT_EQ(asked_bootstrap(), "If-None-Match: \"here\"");
 
+  bootstrap("elsewhere/", "\"there\"");
+  server_.serve("/elsewhere/pkgs-available.json.zip", loopback::Reply::with_status(404));
+  EXPECT_FALSE(cache().update_store_information(true)) << "the store has moved";
+  take_messages();
+  bootstrap("store/", "\"here\"");
+
   const std::string good = file_text(origin());
   for (const std::string& odd :
        {std::string("\"bootstrap\":{\"x\":"), std::string("\"bootstrap\":1,\"x\":")}) {
@@ -420,10 +426,6 @@ TEST_F(UnchangedListTest, NeitherIsTheAddressOfItsStore) {
   EXPECT_EQ(asked_bootstrap(), "whole");
   set_option(app::option::store_bootstrap_url, json::string(plain));
 
-  bootstrap("elsewhere/", "\"there\"");
-  server_.serve("/elsewhere/pkgs-available.json.zip", loopback::Reply::with_status(404));
-  EXPECT_FALSE(cache().update_store_information(true)) << "the store has moved";
-  take_messages();
   set_option(app::option::store_bootstrap_url, json::string(server_.url("other")));
   server_.serve("/other", loopback::Reply::with_status(304));
   EXPECT_FALSE(cache().update_store_information(true)) << "nothing is known of this one";
