@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "app/options/options.h"
+#include "pkg/lock_document.h"
 #include "tests/environment.h"
 #include "tests/manager_fixture.h"
 #include "tests/zip_builder.h"
@@ -238,6 +239,31 @@ TEST_F(CacheTest, DamagedMetadataOfAPackageToBeUsedIsNamedWithItsList) {
     EXPECT_THAT(take_messages(), ElementsAre("invalid_pkg_information pkgtype=XML Schema "
                                              "path=$/p.zendro_xmlschemas"));
     EXPECT_EQ(snapshot(), before);
+  }
+}
+
+TEST_F(CacheTest, AListThatIsNoneEndsAnOperationBeforeItsBegin) {
+  start_with({{"a-1.0.0", {{"a.zip", "a"}}}, {"b-1.0.0", {{"b.zip", "b"}}}});
+  ASSERT_TRUE(cache().install({"a", "b"}));
+  const std::string lock = (folder_ / "zendro.lock").string();
+  write_text(lock, pkg::lock_document("xsd", *cache().load_installed()));
+  ASSERT_TRUE(cache().uninstall({"b"}));
+  const std::vector<pkg::filter_action> swap = {{"a-1.0.0", pkg::kActionUninstall},
+                                                {"b-1.0.0", pkg::kActionInstall}};
+  const std::function<bool()> operations[] = {
+      [&] { return cache().install({"b"}); }, [&] { return cache().uninstall({"a"}); },
+      [&] { return cache().install_locked(lock); }, [&] { return cache().apply_changes(swap); }};
+  for (const char* name : {"pkgs-available.json", "pkgs-installed.json"}) {
+    const std::string list = file_text(cache_file(name));
+    write_text(cache_file(name), list.substr(0, list.size() / 2));
+    take_messages();
+    const auto before = snapshot();
+    for (std::size_t i = 0; i < std::size(operations); ++i) {
+      EXPECT_FALSE(operations[i]()) << name << i;
+      EXPECT_THAT(take_messages(), ElementsAre(testing::HasSubstr(name))) << i;
+      EXPECT_EQ(snapshot(), before) << name << i;
+    }
+    write_text(cache_file(name), list);
   }
 }
 

@@ -206,6 +206,11 @@ TEST_F(LocalFilesTest, FollowsWhatIsInstalledAndTheOption) {
   EXPECT_FALSE(fs::exists(local()));
   ASSERT_TRUE(cache().apply_changes(pairs));
   EXPECT_FALSE(fs::exists(local()));
+  // What has its name and is no folder goes.
+  write_text(local(), "x");
+  set_option(app::option::local_files, true);
+  ASSERT_TRUE(cache().update_store_information(true));
+  EXPECT_TRUE(fs::is_directory(local("a-1.0.1")));
   EXPECT_THAT(take_messages(), IsEmpty());
 }
 
