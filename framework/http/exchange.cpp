@@ -44,8 +44,18 @@ bool knows_http2() {
 
 /// Whether a transfer has failed for what became of its connection.
 bool is_loss(CURLcode result) {
-  return result == CURLE_SEND_ERROR || result == CURLE_RECV_ERROR || result == CURLE_HTTP2 ||
-         result == CURLE_HTTP2_STREAM || result == CURLE_GOT_NOTHING;
+  switch (result) {
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+    case CURLE_PARTIAL_FILE:  // also of a stream that has not begun
+    case CURLE_FAILED_INIT:   // another transfer has seen its connection closed (libcurl 7.88)
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
