@@ -57,6 +57,7 @@ void ReadAhead::expect(const std::vector<std::string>& urls) {
   forget();
   expected_.clear();
   taken_ = lost_ = 0;
+  has_lost_ = false;
   for (const std::string& url : urls) {
     RequestUrl encoded = http_request_url(url);
     if (!encoded) break;
@@ -74,6 +75,7 @@ void ReadAhead::send(const Exchange& current) {
   // The connection of the current exchange may be what the next one needs.
   if (!ahead_.empty() && is_on_trial(*ahead_.front())) return;
   const bool shared = is_shared(current);
+  if (std::exchange(has_lost_, false) && shared) send_lost_again();
   const std::size_t most = shared ? kSharedAhead : kReadAhead;
   const std::size_t limit = shared ? most : connections();
   auto busy = static_cast<std::size_t>(std::count_if(ahead_.begin(), ahead_.end(), is_on_its_way));
@@ -84,6 +86,16 @@ void ReadAhead::send(const Exchange& current) {
     expected_.pop_front();
     pool_.start(*exchange, {}, {.offers_http2 = shared, .is_ahead = true});
     ahead_.push_back(std::move(exchange));
+  }
+}
+
+/// What was lost with one connection goes over that of the current exchange.
+void ReadAhead::send_lost_again() {
+  for (const std::unique_ptr<Exchange>& exchange : ahead_) {
+    const Transfer& transfer = exchange->transfer();
+    if (!transfer.is_lost || transfer.answered) continue;
+    exchange->prepare(std::string(transfer.url));
+    pool_.start(*exchange, {}, {.offers_http2 = true, .is_ahead = true});
   }
 }
 
@@ -128,7 +140,10 @@ void ReadAhead::note_served(const Exchange& exchange) {
   if (has_proved_connection(exchange) && served_ <= kReadAhead) ++served_;
 }
 
-void ReadAhead::note_lost() { ++lost_; }
+void ReadAhead::note_lost() {
+  ++lost_;
+  has_lost_ = true;
+}
 
 void ReadAhead::note_refused() { limited_ = true; }
 

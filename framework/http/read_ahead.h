@@ -25,9 +25,9 @@ class ReadAhead {
   /// connections for beside that of the current exchange. Where that shares its connection
   /// (HTTP/2), 96 requests go over the same one. Answers that wait to be taken count among them, so
   /// that memory is bounded: a shared connection is not held back for one answer, so one that gets
-  /// too long to be kept is given up. It is asked for again in its turn, and so are those that were
-  /// lost with a connection. Where that is often so, requests get connections of their own until
-  /// others are expected.
+  /// too long to be kept is given up and asked for again in its turn. When a connection is lost, so
+  /// is the first of its requests, and the others are sent again. Where that is often so, requests
+  /// get connections of their own until others are expected.
   void send(const Exchange& current);
   /// The exchange that was begun for this URL; null where there is none, or none that serves as
   /// well as a new one. What was expected before it is given up.
@@ -54,6 +54,7 @@ class ReadAhead {
 
  private:
   void forget();
+  void send_lost_again();
   [[nodiscard]] bool is_shared(const Exchange& current) const;
   void look_at_suspect();
   [[nodiscard]] std::size_t connections() const;
@@ -63,6 +64,7 @@ class ReadAhead {
   std::deque<std::unique_ptr<Exchange>> ahead_;  ///< sent, but not taken yet, in their order
   std::size_t taken_ = 0;                        ///< of those that are expected
   std::size_t lost_ = 0;                         ///< of these, for sharing a connection
+  bool has_lost_ = false;                        ///< since something was sent
   std::unique_ptr<Exchange> suspect_;            ///< overtaken; its answer may still come
   bool limited_ = false;                         ///< to as many connections as were served
   std::size_t served_ = 1;                       ///< connections; the first request had one
