@@ -69,8 +69,8 @@ class Installation:
     def command(
         self, programs: Path, *words: str, url: str = "", local_files: bool = False
     ) -> list[str | Path]:
-        """The call of the manager with these words, on the store at the URL, which holds until the next one is made; it makes
-        the files for other programs only where that is what is measured."""
+        """The call of the manager with these words, on the store at the URL, which holds until the next one is made; it
+        makes the files for other programs only where that is what is measured."""
         options = {
             "pkg.store_bootstrap_url": f"{url}bootstrap",
             "pkg.telemetry_url": f"{url}telemetry",

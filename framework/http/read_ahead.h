@@ -64,7 +64,7 @@ class ReadAhead {
   std::deque<std::unique_ptr<Exchange>> ahead_;  ///< sent, but not taken yet, in their order
   std::size_t taken_ = 0;                        ///< of those that are expected
   std::size_t lost_ = 0;                         ///< of these, for sharing a connection
-  bool has_lost_ = false;                        ///< since something was sent
+  bool has_lost_ = false;                        ///< one more of these since the last send()
   std::unique_ptr<Exchange> suspect_;            ///< overtaken; its answer may still come
   bool limited_ = false;                         ///< to as many connections as were served
   std::size_t served_ = 1;                       ///< connections; the first request had one
